@@ -1,0 +1,40 @@
+#ifndef VEL_VEL_H
+#define VEL_VEL_H
+
+// The umbrella header: every public header of the library.
+
+// platform
+#include "vel/platform/UTI_Modules.h"
+#include "vel/platform/aio_Stream.h"
+#include "vel/platform/atr_String.h"
+#include "vel/platform/cls_Uid.h"
+#include "vel/platform/cow_1DArray.h"
+#include "vel/platform/cow_String.h"
+#include "vel/platform/mem_Memory.h"
+#include "vel/platform/nex_Exception.h"
+#include "vel/platform/omi_BlkBitVect.h"
+#include "vel/platform/omi_Swapper.h"
+
+// core
+#include "vel/UTI_VelDynamicAPI.h"
+#include "vel/core/VelArgsErrorKey.h"
+#include "vel/core/VelAssert.h"
+#include "vel/core/VelIdAsString.h"
+#include "vel/core/VelTypeKey.h"
+
+// cache
+#include "vel/cache/che_Module.h"
+
+// hdf
+#include "vel/hdf/hdf_Module.h"
+
+// context
+#include "vel/context/dpa_Module.h"
+
+// transfer
+
+// types
+
+// views
+
+#endif

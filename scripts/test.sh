@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the library with AddressSanitizer and
+# UndefinedBehaviorSanitizer, warnings as errors, and runs the whole test suite.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/setup.sh
+cmake -S . -B build/sanitize -DCMAKE_BUILD_TYPE=Debug -DVEL_SANITIZE=ON -DVEL_WERROR=ON \
+      -DVEL_BUILD_TESTS=ON >/dev/null
+cmake --build build/sanitize -j "$(nproc)"
+ctest --test-dir build/sanitize --output-on-failure -j "$(nproc)"

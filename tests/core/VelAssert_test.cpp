@@ -1,0 +1,74 @@
+#include "vel/core/VelAssert.h"
+
+#include <string>
+
+#include "VelTestSupport.h"
+#include "vel/UTI_VelDynamicAPI.h"
+#include "vel/core/VelArgsErrorKey.h"
+#include "vel/core/VelIdAsString.h"
+#include "vel/core/VelTypeKey.h"
+
+namespace {
+
+int CheckedIndex(int i, int size) {
+    VelVALIDATE(i >=0 && i < size);
+    return i;
+}
+
+TEST(VelAssertDeathTest, FailedChecksPrintTheirTwoLinesAndStop) {
+    ExpectValidateFailure(CheckedIndex(5, 3), "i >=0 && i < size");
+    ExpectAssertFailure(VelASSERT(!"Bad selection"), "!\"Bad selection\"");
+}
+
+TEST(VelAssertTest, PassingChecksFallThrough) {
+    EXPECT_EQ(CheckedIndex(2, 3), 2);
+    int reached = 0;
+    VelASSERT(reached == 0);
+    reached = 1;
+    EXPECT_EQ(reached, 1);
+}
+
+TEST(VelMessagesTest, ArgsErrorTextsAreKeptLetterForLetter) {
+    EXPECT_STREQ(VelMessageOf(VelArgsErrorKey(0)), "");
+    EXPECT_STREQ(VelMessageOf(VelArgsErrorKey(3)),
+                 "SetSparseNNZero can only be used when when SetMakeNewDrawer is");
+    EXPECT_STREQ(VelMessageOf(VelArgsErrorKey(5)),
+                 "illegal to have writing specified in TransferArgs but writeNewDomainMake false "
+                 "and oldDomainOverwrite false");
+    EXPECT_STREQ(VelMessageOf(VelArgsErrorKey(10)),
+                 "In a SetDimOrdinalRange(d,c,i,j),  i must be 0 or greater and j,  1 or greater");
+    EXPECT_STREQ(VelMessageOf(VelArgsErrorKey(14)),
+                 "the chunkSizes array on Transfer cannot be specified with Sparse serialization ");
+    EXPECT_STREQ(VelMessageOf(VelArgsErrorKey(15)),
+                 "SetDimOrdinalRange cannot be used on Transfer when a drawer is being created");
+    EXPECT_STREQ(VelMessageOf(VelArgsErrorKey(16)), "<?unknown VelArgsErrorKey message?>");
+    EXPECT_STREQ(VelMessageOf(VelArgsErrorKey(-1)), "<?unknown VelArgsErrorKey message?>");
+}
+
+TEST(VelMessagesTest, TypeKeyNames) {
+    const char* expected[] = {"<? bad VelTypeKey ?>", "Int", "Double", "Float", "Bool",
+                              "CMember", "CSet", "OCSet", "<? bad VelTypeKey ?>"};
+    for (int k = 0; k <= 8; ++k) EXPECT_STREQ(VelstringNameOf(VelTypeKey(k)), expected[k]) << k;
+}
+
+TEST(VelMessagesTest, IdAsStringIsEightUpperCaseHexDigits) {
+    EXPECT_EQ(VelIdAsString(0), cow_String("00000000"));
+    EXPECT_EQ(VelIdAsString(42), cow_String("0000002A"));
+    EXPECT_EQ(VelIdAsString(255), cow_String("000000FF"));
+    EXPECT_EQ(VelIdAsString(-1), cow_String("FFFFFFFF"));
+    EXPECT_EQ(VelIdAsString(0x7ABCDEF0), cow_String("7ABCDEF0"));
+}
+
+TEST(VelLifecycleTest, NestedStartsActOnlyAtTheOutermostPair) {
+    int count = 0;
+    UTI_VelDynamicAPI_initialize(count);
+    EXPECT_EQ(count, 7);
+    UTI_VelDynamicAPI_initialize(count);
+    EXPECT_EQ(count, 7);
+    UTI_VelDynamicAPI_finalize(count);
+    EXPECT_EQ(count, 7);
+    UTI_VelDynamicAPI_finalize(count);
+    EXPECT_EQ(count, 0);
+}
+
+}  // namespace

@@ -16,7 +16,9 @@ public:
     int Length() const { return static_cast<int>(m_text.size()); }
     const std::string& str() const { return m_text; }
 
-    friend std::ostream& operator<<(std::ostream& os, const atr_String& s) { return os << s.m_text; }
+    friend std::ostream& operator<<(std::ostream& os, const atr_String& s) {
+        return os << s.m_text;
+    }
 
 private:
     friend void atr_translate(atr_String& target, const char* format, ...);

@@ -40,13 +40,19 @@ public:
     }
 
     friend cow_String operator+(cow_String a, const cow_String& b) { return a += b; }
-    friend bool operator==(const cow_String& a, const cow_String& b) { return a.m_text == b.m_text; }
-    friend bool operator!=(const cow_String& a, const cow_String& b) { return a.m_text != b.m_text; }
+    friend bool operator==(const cow_String& a, const cow_String& b) {
+        return a.m_text == b.m_text;
+    }
+    friend bool operator!=(const cow_String& a, const cow_String& b) {
+        return a.m_text != b.m_text;
+    }
     friend bool operator<(const cow_String& a, const cow_String& b) { return a.Compare(b) < 0; }
     friend bool operator>(const cow_String& a, const cow_String& b) { return a.Compare(b) > 0; }
     friend bool operator<=(const cow_String& a, const cow_String& b) { return a.Compare(b) <= 0; }
     friend bool operator>=(const cow_String& a, const cow_String& b) { return a.Compare(b) >= 0; }
-    friend std::ostream& operator<<(std::ostream& os, const cow_String& s) { return os << s.m_text; }
+    friend std::ostream& operator<<(std::ostream& os, const cow_String& s) {
+        return os << s.m_text;
+    }
 
 private:
     std::string m_text;

@@ -1,6 +1,7 @@
 #ifndef VEL_PLATFORM_OMI_BLKBITVECT_H
 #define VEL_PLATFORM_OMI_BLKBITVECT_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 

@@ -23,7 +23,11 @@
 #include "vel/core/VelTypeKey.h"
 
 // cache
+#include "vel/cache/che_Cache.h"
+#include "vel/cache/che_Handle.h"
+#include "vel/cache/che_Key.h"
 #include "vel/cache/che_Module.h"
+#include "vel/cache/che_RefPtr.h"
 
 // hdf
 #include "vel/hdf/hdf_Module.h"

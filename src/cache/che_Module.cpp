@@ -6,5 +6,9 @@ namespace {
 int g_cheStarts = 0;
 }
 
-void che_initialize(int& count) { UTI_ModuleStarting(g_cheStarts, count); }
-void che_finalize(int& count) { UTI_ModuleStopping(g_cheStarts, count); }
+void che_initialize(int& count) {
+    UTI_ModuleStarting(g_cheStarts, count);
+}
+void che_finalize(int& count) {
+    UTI_ModuleStopping(g_cheStarts, count);
+}

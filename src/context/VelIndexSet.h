@@ -1,0 +1,94 @@
+#ifndef VEL_CONTEXT_VELINDEXSET_H
+#define VEL_CONTEXT_VELINDEXSET_H
+
+#include <cstdint>
+#include <vector>
+
+#include "vel/cache/che_RefPtr.h"
+#include "vel/platform/omi_BlkBitVect.h"
+
+// The decoded, immutable member set of one CSet, as the collection layer keeps it in its cache.
+//
+// An ascending set is held in the smallest of three forms:
+//   strided      start, count, stride: constant space whatever the count (the full set of a
+//                collection is strided with stride 1);
+//   runs         maximal runs of consecutive members, when there are fewer than half as many runs
+//                as members;
+//   list         the sorted members otherwise.
+// A permutation set keeps its member order and, beside it, its members sorted.
+//
+// The same forms are the stored encoding in a collection's "IndexSets" dataset, a sequence of
+// native ints:
+//   strided      [1, count, start, stride]
+//   runs         [2, count, number of runs, first member of run 1, length of run 1, ...]
+//   list         [3, count, member 1, member 2, ...]
+//   permutation  [4, count, member in order 1, member in order 2, ...]
+// Decode accepts only what Encode can produce: every member inside the collection, lists and runs
+// strictly ascending, no member twice.
+class VelIndexSet : public che_Item {
+public:
+    enum Form { FormStrided = 1, FormRuns = 2, FormList = 3, FormPermutation = 4 };
+
+    struct Run {
+        int first;
+        int length;
+    };
+
+    // `members` must be strictly ascending.
+    static VelIndexSet* FromAscending(const int* members, int count);
+    // Members start, start + stride, ... (count of them); stride must be at least 1.
+    static VelIndexSet* FromStrided(int start, int count, int stride);
+    // Ascending, non-empty, non-touching runs.
+    static VelIndexSet* FromRuns(std::vector<Run> runs);
+    // `order` must hold distinct members; they keep their order.
+    static VelIndexSet* FromPermutation(const int* order, int count);
+    static VelIndexSet* FromBitVector(const omi_BlkBitVect& bits);
+
+    // Both results are ascending, whatever the order of the operands; time is linear in the runs
+    // and members of the two operands.
+    static VelIndexSet* Union(const VelIndexSet& a, const VelIndexSet& b);
+    static VelIndexSet* Intersection(const VelIndexSet& a, const VelIndexSet& b);
+
+    // Null with a reason in `*error` when the ints do not encode a set of a collection of
+    // `collectionSize` members.
+    static VelIndexSet* Decode(const int* data, int64_t length, int collectionSize,
+                               const char** error);
+    int EncodedLength() const;
+    void Encode(int* out) const;
+
+    Form GetForm() const { return m_form; }
+    int Size() const { return m_count; }
+    bool IsAscending() const { return m_form != FormPermutation; }
+    bool IsMember(int member) const;
+    // Smallest and largest member; false for the empty set.
+    bool Bounds(int& lowest, int& highest) const;
+    // The members in ascending order, Size() of them.
+    void Members(int* out) const;
+    // The members in the set's own order (ascending unless a permutation).
+    void OrderedMembers(int* out) const;
+    // Bits of the members set in a vector of `size` bits.
+    void AsBitVector(omi_BlkBitVect& bits, int64_t size) const;
+    // The ascending members as maximal runs.
+    std::vector<Run> Runs() const;
+
+    int64_t Weight() const override;
+
+private:
+    friend class VelIndexSetRunCursor;
+    VelIndexSet() = default;
+    static VelIndexSet* FromRunsChoosingForm(std::vector<Run> runs);
+
+    Form m_form = FormStrided;
+    int m_count = 0;
+    // FormStrided
+    int m_start = 0;
+    int m_stride = 1;
+    // FormRuns: run starts ascending, and the number of members before each run.
+    std::vector<Run> m_runs;
+    // FormList: the members; FormPermutation: the members sorted.
+    std::vector<int> m_sorted;
+    // FormPermutation: the members in order.
+    std::vector<int> m_order;
+};
+
+#endif

@@ -1,6 +1,7 @@
 #include "context/VelIndexSet.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "vel/core/VelAssert.h"
 
@@ -49,6 +50,11 @@ namespace {
 
 int64_t RunEnd(const VelIndexSet::Run& r) {
     return int64_t(r.first) + r.length;
+}
+
+// No more runs than this can come out of a merge of `a` and `b`.
+size_t MergedRunBound(const VelIndexSet& a, const VelIndexSet& b) {
+    return a.RunCountBound() + b.RunCountBound();
 }
 
 // Appends a run, joining it to the last one when they touch or overlap.
@@ -145,11 +151,46 @@ VelIndexSet* VelIndexSet::FromBitVector(const omi_BlkBitVect& bits) {
     return FromRunsChoosingForm(std::move(runs));
 }
 
+// Takes over strictly ascending members and picks the form in one pass over them.
+VelIndexSet* VelIndexSet::FromSortedMembers(std::vector<int> members) {
+    const size_t n = members.size();
+    if (n < 2) return FromAscending(members.data(), static_cast<int>(n));
+    VelASSERT(n <= size_t(INT32_MAX));
+    const int64_t step = int64_t(members[1]) - members[0];
+    bool uniform = true;
+    size_t runs = 1;
+    for (size_t i = 1; i < n; ++i) {
+        const int64_t gap = int64_t(members[i]) - members[i - 1];
+        uniform = uniform && gap == step;
+        runs += gap != 1;
+    }
+    if (uniform) return FromStrided(members[0], static_cast<int>(n), static_cast<int>(step));
+    if (runs * 2 < n) return FromAscending(members.data(), static_cast<int>(n));
+    VelIndexSet* set = new VelIndexSet();
+    set->m_form = FormList;
+    set->m_count = static_cast<int>(n);
+    set->m_sorted = std::move(members);
+    return set;
+}
+
+// Both operands held as explicit sorted members: the standard merges are the fastest road.
+bool VelIndexSet::HasExplicitMembers() const {
+    return m_form == FormList || m_form == FormPermutation;
+}
+
 VelIndexSet* VelIndexSet::Union(const VelIndexSet& a, const VelIndexSet& b) {
+    if (a.HasExplicitMembers() && b.HasExplicitMembers()) {
+        std::vector<int> out;
+        out.reserve(a.m_sorted.size() + b.m_sorted.size());
+        std::set_union(a.m_sorted.begin(), a.m_sorted.end(), b.m_sorted.begin(), b.m_sorted.end(),
+                       std::back_inserter(out));
+        return FromSortedMembers(std::move(out));
+    }
     VelIndexSetRunCursor ca(a), cb(b);
     Run ra, rb;
     bool hasA = ca.Next(ra), hasB = cb.Next(rb);
     std::vector<Run> out;
+    out.reserve(MergedRunBound(a, b));
     while (hasA || hasB) {
         if (hasA && (!hasB || ra.first <= rb.first)) {
             AppendRun(out, ra.first, RunEnd(ra));
@@ -163,10 +204,19 @@ VelIndexSet* VelIndexSet::Union(const VelIndexSet& a, const VelIndexSet& b) {
 }
 
 VelIndexSet* VelIndexSet::Intersection(const VelIndexSet& a, const VelIndexSet& b) {
+    if (a.HasExplicitMembers() && b.HasExplicitMembers()) {
+        std::vector<int> out;
+        out.reserve(std::min(a.m_sorted.size(), b.m_sorted.size()));
+        std::set_intersection(a.m_sorted.begin(), a.m_sorted.end(), b.m_sorted.begin(),
+                              b.m_sorted.end(), std::back_inserter(out));
+        return FromSortedMembers(std::move(out));
+    }
+    if (a.m_form == FormRuns && b.m_form == FormRuns) return IntersectRuns(a.m_runs, b.m_runs);
     VelIndexSetRunCursor ca(a), cb(b);
     Run ra, rb;
     bool hasA = ca.Next(ra), hasB = cb.Next(rb);
     std::vector<Run> out;
+    out.reserve(MergedRunBound(a, b));
     while (hasA && hasB) {
         const int64_t first = std::max<int64_t>(ra.first, rb.first);
         const int64_t end = std::min(RunEnd(ra), RunEnd(rb));
@@ -175,6 +225,24 @@ VelIndexSet* VelIndexSet::Intersection(const VelIndexSet& a, const VelIndexSet& 
             hasA = ca.Next(ra);
         else
             hasB = cb.Next(rb);
+    }
+    return FromRunsChoosingForm(std::move(out));
+}
+
+// Pieces of maximal runs never touch, so no joining is needed here.
+VelIndexSet* VelIndexSet::IntersectRuns(const std::vector<Run>& a, const std::vector<Run>& b) {
+    std::vector<Run> out;
+    out.reserve(a.size() + b.size());
+    size_t i = 0, j = 0;
+    while (i < a.size() && j < b.size()) {
+        const int64_t endA = RunEnd(a[i]), endB = RunEnd(b[j]);
+        const int first = std::max(a[i].first, b[j].first);
+        const int64_t end = std::min(endA, endB);
+        if (first < end) out.push_back({first, static_cast<int>(end - first)});
+        if (endA <= endB)
+            ++i;
+        else
+            ++j;
     }
     return FromRunsChoosingForm(std::move(out));
 }
@@ -257,6 +325,19 @@ std::vector<VelIndexSet::Run> VelIndexSet::Runs() const {
     Run run;
     while (cursor.Next(run)) runs.push_back(run);
     return runs;
+}
+
+size_t VelIndexSet::RunCountBound() const {
+    switch (m_form) {
+        case FormStrided:
+            return m_stride == 1 ? 1 : static_cast<size_t>(m_count);
+        case FormRuns:
+            return m_runs.size();
+        case FormList:
+        case FormPermutation:
+            return static_cast<size_t>(m_count);
+    }
+    return 0;
 }
 
 int64_t VelIndexSet::Weight() const {

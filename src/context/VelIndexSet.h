@@ -70,6 +70,8 @@ public:
     void AsBitVector(omi_BlkBitVect& bits, int64_t size) const;
     // The ascending members as maximal runs.
     std::vector<Run> Runs() const;
+    // No fewer than the number of maximal runs of the members.
+    size_t RunCountBound() const;
 
     int64_t Weight() const override;
 
@@ -77,6 +79,9 @@ private:
     friend class VelIndexSetRunCursor;
     VelIndexSet() = default;
     static VelIndexSet* FromRunsChoosingForm(std::vector<Run> runs);
+    static VelIndexSet* FromSortedMembers(std::vector<int> members);
+    bool HasExplicitMembers() const;
+    static VelIndexSet* IntersectRuns(const std::vector<Run>& a, const std::vector<Run>& b);
 
     Form m_form = FormStrided;
     int m_count = 0;

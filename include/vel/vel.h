@@ -33,6 +33,13 @@
 #include "vel/hdf/hdf_Module.h"
 
 // context
+#include "vel/context/VelCSetID.h"
+#include "vel/context/VelCollectionID.h"
+#include "vel/context/VelContextID.h"
+#include "vel/context/VelDSetID.h"
+#include "vel/context/VelDistributionID.h"
+#include "vel/context/VelDynamicID.h"
+#include "vel/context/VelIDExternal.h"
 #include "vel/context/dpa_Module.h"
 
 // transfer

@@ -1,0 +1,34 @@
+#ifndef VEL_CONTEXT_VELDSETID_H
+#define VEL_CONTEXT_VELDSETID_H
+
+#include "vel/context/VelContextID.h"
+#include "vel/context/VelDynamicID.h"
+
+// Names a DSet (a stored set of compartments over one grid): the context and the DSet's minor
+// (0xFFFFFFFF = null).  Order: context, then minor signed.
+class VelDSetID {
+public:
+    VelDSetID() : m_minor(-1) {}
+
+    bool IsNull() const { return m_minor == -1; }
+    const VelContextID& ContextID() const { return m_context; }
+    VelIDMinor Minor() const { return VelIDMinor(m_minor); }
+
+    int Compare(const VelDSetID& other) const;
+    VelDynamicID DynamicID() const;
+    static bool CanBeConverted(const VelDynamicID& did);
+
+    // The context form, then "/" and the decimal minor, or "/*NULL*".
+    void WriteToOstream(aio_ostream& os) const;
+
+private:
+    friend struct VelIDAccess;
+    VelDSetID(const VelContextID& context, int minor) : m_context(context), m_minor(minor) {}
+
+    VelContextID m_context;
+    int m_minor;
+};
+
+aio_ostream& operator<<(aio_ostream& os, const VelDSetID& id);
+
+#endif

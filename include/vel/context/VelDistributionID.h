@@ -1,0 +1,64 @@
+#ifndef VEL_CONTEXT_VELDISTRIBUTIONID_H
+#define VEL_CONTEXT_VELDISTRIBUTIONID_H
+
+#include "vel/context/VelContextID.h"
+#include "vel/context/VelDynamicID.h"
+
+// Names a distribution: the context and the distribution's minor (0xFFFFFFFF = null).
+// Order: context, then minor signed.
+class VelDistributionID {
+public:
+    VelDistributionID() : m_minor(-1) {}
+
+    bool IsNull() const { return m_minor == -1; }
+    const VelContextID& ContextID() const { return m_context; }
+    VelIDMinor Minor() const { return VelIDMinor(m_minor); }
+
+    int Compare(const VelDistributionID& other) const;
+    VelDynamicID DynamicID() const;
+    static bool CanBeConverted(const VelDynamicID& did);
+
+    // The context form, then "/" and the decimal minor, or "/*NULL*".
+    void WriteToOstream(aio_ostream& os) const;
+
+private:
+    friend struct VelIDAccess;
+    VelDistributionID(const VelContextID& context, int minor)
+        : m_context(context), m_minor(minor) {}
+
+    VelContextID m_context;
+    int m_minor;
+};
+
+aio_ostream& operator<<(aio_ostream& os, const VelDistributionID& id);
+
+// Names a drawer of a distribution: the distribution and the drawer number (0xFFFFFFFF = null).
+// Order: distribution, then drawer number signed.
+class VelDrawerID {
+public:
+    VelDrawerID() : m_drawer(-1) {}
+
+    bool IsNull() const { return m_drawer == -1; }
+    const VelDistributionID& DistributionID() const { return m_distribution; }
+    // The drawer number.
+    VelIDMinor Minor() const { return VelIDMinor(m_drawer); }
+
+    int Compare(const VelDrawerID& other) const;
+    VelDynamicID DynamicID() const;
+    static bool CanBeConverted(const VelDynamicID& did);
+
+    // The distribution form, then "/" and the decimal drawer number, or "/*NULL*".
+    void WriteToOstream(aio_ostream& os) const;
+
+private:
+    friend struct VelIDAccess;
+    VelDrawerID(const VelDistributionID& distribution, int drawer)
+        : m_distribution(distribution), m_drawer(drawer) {}
+
+    VelDistributionID m_distribution;
+    int m_drawer;
+};
+
+aio_ostream& operator<<(aio_ostream& os, const VelDrawerID& id);
+
+#endif

@@ -40,6 +40,7 @@
 #include "vel/context/VelDistributionID.h"
 #include "vel/context/VelDynamicID.h"
 #include "vel/context/VelIDExternal.h"
+#include "vel/context/VelVersion.h"
 #include "vel/context/dpa_Module.h"
 
 // transfer

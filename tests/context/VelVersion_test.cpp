@@ -1,0 +1,123 @@
+#include "vel/context/VelVersion.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "VelTestSupport.h"
+#include "context/VelSignature.h"
+
+namespace {
+
+void WriteBytes(const std::string& name, const char* data, size_t size) {
+    std::FILE* f = std::fopen(name.c_str(), "wb");
+    ASSERT_NE(f, nullptr);
+    ASSERT_EQ(std::fwrite(data, 1, size, f), size);
+    std::fclose(f);
+}
+
+void PutField(char* block, int offset, const char* text) {
+    std::memset(block + offset, 0, VelSignature::e_NumberField);
+    std::memcpy(block + offset, text, std::strlen(text));
+}
+
+TEST(VelSignatureTest, BlockLayoutByteForByte) {
+    char block[VelSignature::e_Size];
+    std::memset(block, 'x', sizeof block);
+    VelSignature::Fill(block, -1);
+    const unsigned char magic[8] = {0x89, 'O', 'R', 'B', 0x0D, 0x0A, 0x1A, 0x0A};
+    EXPECT_EQ(std::memcmp(block, magic, 8), 0);
+
+    char expected[VelSignature::e_Size] = {};
+    std::memcpy(expected, magic, 8);
+    std::strcpy(expected + 16, "KORVANE TELMIR");
+    std::strcpy(expected + 48, "6");
+    std::strcpy(expected + 81, "7");
+    std::strcpy(expected + 114, "1");
+    std::strcpy(expected + 147, "2");
+    std::strcpy(expected + 180, "-1");
+    EXPECT_EQ(std::memcmp(block, expected, sizeof block), 0) << "every other byte is zero";
+}
+
+TEST(VelSignatureTest, CheckResults) {
+    char block[VelSignature::e_Size];
+    VelSignature::Fill(block, 4);
+    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_Accepted);
+    EXPECT_EQ(VelSignature::Check(block, 5), VelSignature::e_OlderFile);
+    EXPECT_EQ(VelSignature::Check(block, 3), VelSignature::e_NewerFile);
+
+    PutField(block, VelSignature::e_InternalAt, "3");
+    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_NewerFile);
+    PutField(block, VelSignature::e_InternalAt, "1");
+    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_OlderFile);
+    // A newer number wins over an older one: internal 1 with a newer schema is "newer".
+    EXPECT_EQ(VelSignature::Check(block, 3), VelSignature::e_NewerFile);
+    PutField(block, VelSignature::e_InternalAt, "2");
+
+    // Major, minor and update take no part.
+    PutField(block, VelSignature::e_MajorAt, "99");
+    PutField(block, VelSignature::e_UpdateAt, "junk");
+    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_Accepted);
+
+    block[16 + 13] = 'r';
+    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_BadAuthor);
+    block[16 + 13] = 'R';
+    block[3] = 'C';
+    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_BadMagic);
+}
+
+TEST(VelSignatureTest, FieldsAreReadWithinTheirBounds) {
+    // A hostile block with no terminator anywhere: every reader stops at its own field.
+    char block[VelSignature::e_Size];
+    std::memset(block, '7', sizeof block);
+    EXPECT_EQ(VelSignature::AuthorOf(block), cow_String(std::string(32, '7')));
+    EXPECT_EQ(VelSignature::NumberAt(block, VelSignature::e_SchemaAt), 2147483647)
+        << "33 digits are clamped to the int range";
+    std::memset(block, '-', sizeof block);
+    PutField(block, VelSignature::e_SchemaAt, "-12");
+    EXPECT_EQ(VelSignature::NumberAt(block, VelSignature::e_SchemaAt), -12);
+}
+
+TEST(VelVersionTest, ReadsTheRecordWithoutOpeningTheDatabase) {
+    VelTempFile file("version");
+    char block[VelSignature::e_Size];
+    VelSignature::Fill(block, 12);
+    std::string content(block, sizeof block);
+    content += "not an HDF5 file at all";
+    WriteBytes(file.str(), content.data(), content.size());
+
+    VelVersion version;
+    ASSERT_TRUE(version.Create(file.c_str()));
+    EXPECT_TRUE(version.IsOrbFile());
+    EXPECT_EQ(version.Author(), cow_String("KORVANE TELMIR"));
+    EXPECT_EQ(version.MajorVersion(), 6);
+    EXPECT_EQ(version.MinorVersion(), 7);
+    EXPECT_EQ(version.UpdateVersion(), 1);
+    EXPECT_EQ(version.InternalVersion(), 2);
+    EXPECT_EQ(version.SchemaVersion(), 12);
+
+    content[0] = 'X';
+    WriteBytes(file.str(), content.data(), content.size());
+    ASSERT_TRUE(version.Create(file.c_str()));
+    EXPECT_FALSE(version.IsOrbFile());
+}
+
+TEST(VelVersionDeathTest, ShortOrMissingFileLeavesTheRecordUncreated) {
+    VelTempFile file("short");
+    char block[VelSignature::e_Size];
+    VelSignature::Fill(block, 1);
+    WriteBytes(file.str(), block, 511);
+
+    VelVersion version;
+    EXPECT_FALSE(version.Create(file.c_str()));
+    ExpectAssertFailure(version.IsOrbFile(), "m_created");
+    ExpectAssertFailure(version.Author(), "m_created");
+    ExpectAssertFailure(version.SchemaVersion(), "m_created");
+    ExpectAssertFailure(version.InternalVersion(), "m_created");
+
+    VelVersion missing;
+    EXPECT_FALSE(missing.Create("no such file here"));
+    ExpectAssertFailure(missing.MajorVersion(), "m_created");
+}
+
+}  // namespace

@@ -18,8 +18,15 @@
 // core
 #include "vel/UTI_VelDynamicAPI.h"
 #include "vel/core/VelArgsErrorKey.h"
+#include "vel/core/VelArray.h"
 #include "vel/core/VelAssert.h"
+#include "vel/core/VelAutoArray.h"
+#include "vel/core/VelAutoBtree.h"
+#include "vel/core/VelAutoPtr.h"
+#include "vel/core/VelBtree.h"
+#include "vel/core/VelHolder.h"
 #include "vel/core/VelIdAsString.h"
+#include "vel/core/VelReference.h"
 #include "vel/core/VelTypeKey.h"
 
 // cache

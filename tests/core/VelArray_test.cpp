@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <sstream>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include "VelTestSupport.h"
@@ -156,18 +155,6 @@ TEST(VelArrayTest, PrintForm) {
     std::ostringstream out;
     out << Iota(3, 1) << "|" << VelArray<int>() << "|" << Iota(1, -4);
     EXPECT_EQ(out.str(), "( 1 2 3 )|( )|( -4 )");
-}
-
-TEST(VelArrayTest, DestroyPolicyEndsAnArrayInPlace) {
-    std::vector<int> log;
-    Traced::log = &log;
-    std::aligned_storage_t<sizeof(VelArray<Traced>), alignof(VelArray<Traced>)> place;
-    auto* array = new (&place) VelArray<Traced>(2);
-    (*array)[0].id = 1;
-    (*array)[1].id = 2;
-    VelArrayDestroyPolicy<VelArray<Traced>>::Destroy(*array);
-    EXPECT_EQ(log, (std::vector<int>{-2, -1}));
-    Traced::log = nullptr;
 }
 
 }  // namespace

@@ -17,7 +17,8 @@ template <class K>
 int VelCompareKeys(const K& a, const K& b) {
     return a < b ? -1 : (b < a ? 1 : 0);
 }
-// Byte by byte as unsigned characters up to the terminating zero; the empty string sorts first.
+// Byte by byte as unsigned characters up to the terminating zero (strcmp's order); the empty
+// string sorts first.
 inline int VelCompareKeys(const cow_String& a, const cow_String& b) {
     return a.Compare(b);
 }
@@ -30,8 +31,9 @@ template <class Node>
 struct VelBtreeAlgorithms;
 
 // One entry of an ordered map.  The value comes first so that a pointer to the node is also a
-// pointer to its value.  A leaf has height 0, and so does an absent child: a node's height is the
-// larger of its children's heights plus one, an absent child counting 0.
+// pointer to its value.  A node's height is the larger of (left height + 1) and (right height + 1),
+// where an absent child contributes 0: a leaf has height 0, and for balancing an absent child and
+// a leaf weigh the same.
 template <class K, class V>
 class VelBtreeNode {
 public:

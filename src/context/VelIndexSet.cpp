@@ -187,7 +187,7 @@ VelIndexSet* VelIndexSet::Union(const VelIndexSet& a, const VelIndexSet& b) {
         return FromSortedMembers(std::move(out));
     }
     VelIndexSetRunCursor ca(a), cb(b);
-    Run ra, rb;
+    Run ra = {0, 0}, rb = {0, 0};
     bool hasA = ca.Next(ra), hasB = cb.Next(rb);
     std::vector<Run> out;
     out.reserve(MergedRunBound(a, b));
@@ -213,7 +213,7 @@ VelIndexSet* VelIndexSet::Intersection(const VelIndexSet& a, const VelIndexSet& 
     }
     if (a.m_form == FormRuns && b.m_form == FormRuns) return IntersectRuns(a.m_runs, b.m_runs);
     VelIndexSetRunCursor ca(a), cb(b);
-    Run ra, rb;
+    Run ra = {0, 0}, rb = {0, 0};
     bool hasA = ca.Next(ra), hasB = cb.Next(rb);
     std::vector<Run> out;
     out.reserve(MergedRunBound(a, b));

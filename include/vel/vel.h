@@ -53,6 +53,25 @@
 // transfer
 
 // types
+#include "vel/types/VelRecHandle.h"
+#include "vel/types/VelRecType.h"
+#include "vel/types/VelRecTypeAssociationMember.h"
+#include "vel/types/VelRecTypeDataRecordMember.h"
+#include "vel/types/VelRecTypeExpandedDataRecord.h"
+#include "vel/types/VelRecTypeFactory.h"
+#include "vel/types/VelTypeAssociation.h"
+#include "vel/types/VelTypeCategories.h"
+#include "vel/types/VelTypeDataRecord.h"
+#include "vel/types/VelTypeDataRecordFlat.h"
+#include "vel/types/VelTypeDataRecordMember.h"
+#include "vel/types/VelTypeForm.h"
+#include "vel/types/VelTypeFormManager.h"
+#include "vel/types/VelTypeFormSchema.h"
+#include "vel/types/VelTypeID.h"
+#include "vel/types/VelTypeRef.h"
+#include "vel/types/VelTypeRegistry.h"
+#include "vel/types/VelTypeSchemaSnapshot.h"
+#include "vel/types/VelTypesForm.h"
 
 // views
 

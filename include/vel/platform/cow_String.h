@@ -18,6 +18,7 @@ public:
     const char* c_str() const { return m_text.c_str(); }
     int Length() const { return static_cast<int>(m_text.size()); }
     bool IsEmpty() const { return m_text.empty(); }
+    bool Empty() const { return m_text.empty(); }
     const std::string& str() const { return m_text; }
     char operator[](int i) const { return m_text[static_cast<size_t>(i)]; }
 

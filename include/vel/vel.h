@@ -37,7 +37,23 @@
 #include "vel/cache/che_RefPtr.h"
 
 // hdf
+#include "vel/hdf/hdf_Attribute.h"
+#include "vel/hdf/hdf_CompoundBuilder.h"
+#include "vel/hdf/hdf_CoordArray.h"
+#include "vel/hdf/hdf_Dataset.h"
+#include "vel/hdf/hdf_Dataspace.h"
+#include "vel/hdf/hdf_Datatype.h"
+#include "vel/hdf/hdf_DimArray.h"
+#include "vel/hdf/hdf_DimSpace.h"
+#include "vel/hdf/hdf_ErrorCode.h"
+#include "vel/hdf/hdf_Exception.h"
+#include "vel/hdf/hdf_File.h"
+#include "vel/hdf/hdf_Group.h"
 #include "vel/hdf/hdf_Module.h"
+#include "vel/hdf/hdf_Object.h"
+#include "vel/hdf/hdf_PropList.h"
+#include "vel/hdf/hdf_Reference.h"
+#include "vel/hdf/hdf_Utils.h"
 
 // context
 #include "vel/context/VelCSetID.h"

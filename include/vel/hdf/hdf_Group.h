@@ -1,0 +1,74 @@
+#ifndef VEL_HDF_HDF_GROUP_H
+#define VEL_HDF_HDF_GROUP_H
+
+#include <hdf5.h>
+
+#include "vel/hdf/hdf_Attribute.h"
+#include "vel/hdf/hdf_Dataset.h"
+#include "vel/hdf/hdf_Dataspace.h"
+#include "vel/hdf/hdf_Datatype.h"
+#include "vel/hdf/hdf_Object.h"
+#include "vel/hdf/hdf_PropList.h"
+#include "vel/hdf/hdf_Reference.h"
+#include "vel/platform/cow_String.h"
+
+// An HDF5 group, or a file standing for its root group.  Names are relative to the group or
+// absolute in its file.
+class hdf_Group : public hdf_Object {
+public:
+    // The kinds of group member, with the values of HDF5's H5G_obj_t.  A kind HDF5 reports
+    // that is not among them raises "Illegal object type returned from HDF5."
+    enum ObjectType {
+        ObjectTypeLink = 0,
+        ObjectTypeGroup = 1,
+        ObjectTypeDataset = 2,
+        ObjectTypeNamedDatatype = 3
+    };
+    // Any other value reaches HDF5 as its error link type, which fails.
+    enum LinkType { LinkTypeHard = 0, LinkTypeSoft = 1 };
+
+    hdf_Group() = default;
+    explicit hdf_Group(hid_t id) : hdf_Object(id) {}
+    explicit hdf_Group(const hdf_Exception& error) : hdf_Object(error) {}
+
+    // `sizeHint` is the bytes HDF5 reserves for member names (0 for its default).
+    hdf_Group GroupCreate(const char* name, int sizeHint) const;
+    hdf_Group GroupOpen(const char* name) const;
+
+    hdf_Dataset DatasetCreate(const char* name, const hdf_Datatype& type,
+                              const hdf_Dataspace& space) const;
+    hdf_Dataset DatasetCreate(const char* name, const hdf_Datatype& type,
+                              const hdf_Dataspace& space,
+                              const hdf_PropListDatasetCreation& creation) const;
+    hdf_Dataset DatasetOpen(const char* name) const;
+    // The dataset an object reference points to; a reference to anything else fails with
+    // "Reference is not to dataset."
+    hdf_Dataset DatasetOpen(const hdf_Reference& reference) const;
+
+    hdf_Attribute AttributeCreate(const char* name, const hdf_Datatype& type,
+                                  const hdf_Dataspace& space) const;
+    hdf_Attribute AttributeOpen(const char* name) const;
+
+    // A new member `newName` of this group that links to `target`: a hard link to the object,
+    // or a soft link holding the target's path.
+    void CreateLink(const hdf_Group& target, const char* newName, LinkType type) const;
+    void CreateLink(const hdf_Dataset& target, const char* newName, LinkType type) const;
+
+    // Writes the file's buffers out.
+    void Flush() const;
+    hsize_t GetNumObjs() const;
+    cow_String GetObjnameByIdx(hsize_t index) const;
+    ObjectType GetObjtypeByIdx(hsize_t index) const;
+    // Whether `name` (soft links followed) exists; never throws for a missing name.
+    bool GetObjinfoExists(const char* name) const;
+    ObjectType GetObjinfoType(const char* name) const;
+    cow_String Path() const;
+    hdf_PropListFileAccess GetAccessPlist() const;
+
+private:
+    void LinkTo(hid_t target, const char* targetPath, const char* newName, LinkType type) const;
+    hdf_Dataset DatasetCreateWith(const char* name, const hdf_Datatype& type,
+                                  const hdf_Dataspace& space, hid_t creation) const;
+};
+
+#endif

@@ -1,0 +1,161 @@
+#include "vel/hdf/hdf_Group.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "hdf/hdf_Here.h"
+
+namespace {
+
+const char kHdfUnit[] = "hdf_Group";
+
+hdf_Group::ObjectType ObjectTypeOf(H5G_obj_t type) {
+    switch (type) {
+        case H5G_LINK:
+            return hdf_Group::ObjectTypeLink;
+        case H5G_GROUP:
+            return hdf_Group::ObjectTypeGroup;
+        case H5G_DATASET:
+            return hdf_Group::ObjectTypeDataset;
+        case H5G_TYPE:
+            return hdf_Group::ObjectTypeNamedDatatype;
+        default:
+            break;
+    }
+    throw nex_AssertException(HDF_HERE, "Illegal object type returned from HDF5.");
+}
+
+H5G_link_t LinkTypeToH5(hdf_Group::LinkType type) {
+    switch (type) {
+        case hdf_Group::LinkTypeHard:
+            return H5G_LINK_HARD;
+        case hdf_Group::LinkTypeSoft:
+            return H5G_LINK_SOFT;
+    }
+    return H5G_LINK_ERROR;
+}
+
+}  // namespace
+
+hdf_Group hdf_Group::GroupCreate(const char* name, int sizeHint) const {
+    HDF_REQUIRE(sizeHint >= 0, "sizeHint >= 0");
+    const hid_t id = H5Gcreate(ID(), name, static_cast<size_t>(sizeHint));
+    return Succeeded(id, HDF_HERE) ? hdf_Group(id) : hdf_Group();
+}
+
+hdf_Group hdf_Group::GroupOpen(const char* name) const {
+    const hid_t id = H5Gopen(ID(), name);
+    return Succeeded(id, HDF_HERE) ? hdf_Group(id) : hdf_Group();
+}
+
+hdf_Dataset hdf_Group::DatasetCreateWith(const char* name, const hdf_Datatype& type,
+                                         const hdf_Dataspace& space, hid_t creation) const {
+    const hid_t id = H5Dcreate(ID(), name, type.ID(), space.ID(), creation);
+    return Succeeded(id, HDF_HERE) ? hdf_Dataset(*this, id) : hdf_Dataset();
+}
+
+hdf_Dataset hdf_Group::DatasetCreate(const char* name, const hdf_Datatype& type,
+                                     const hdf_Dataspace& space) const {
+    return DatasetCreateWith(name, type, space, H5P_DEFAULT);
+}
+
+hdf_Dataset hdf_Group::DatasetCreate(const char* name, const hdf_Datatype& type,
+                                     const hdf_Dataspace& space,
+                                     const hdf_PropListDatasetCreation& creation) const {
+    return DatasetCreateWith(name, type, space, creation.ID());
+}
+
+hdf_Dataset hdf_Group::DatasetOpen(const char* name) const {
+    const hid_t id = H5Dopen(ID(), name);
+    return Succeeded(id, HDF_HERE) ? hdf_Dataset(*this, id) : hdf_Dataset();
+}
+
+// The reference's target kind is checked first: dereferencing a group reference would hand a
+// group identifier to every dataset operation.
+hdf_Dataset hdf_Group::DatasetOpen(const hdf_Reference& reference) const {
+    const H5G_obj_t type = H5Rget_obj_type(ID(), H5R_OBJECT, reference.Data());
+    if (!Succeeded(type, HDF_HERE)) return hdf_Dataset();
+    if (type != H5G_DATASET) {
+        Fail(hdf_Exception(HDF_HERE, hdf_ErrorCode::MajorReference, hdf_ErrorCode::MinorBadType,
+                           "Reference is not to dataset."));
+        return hdf_Dataset();
+    }
+    const hid_t id = H5Rdereference(ID(), H5R_OBJECT, reference.Data());
+    return Succeeded(id, HDF_HERE) ? hdf_Dataset(*this, id) : hdf_Dataset();
+}
+
+hdf_Attribute hdf_Group::AttributeCreate(const char* name, const hdf_Datatype& type,
+                                         const hdf_Dataspace& space) const {
+    return CreateAttribute(name, type, space);
+}
+
+hdf_Attribute hdf_Group::AttributeOpen(const char* name) const {
+    return OpenAttribute(name);
+}
+
+// A hard link names the target object itself; a soft link stores the target's path, and HDF5
+// takes no location for it.
+void hdf_Group::LinkTo(hid_t target, const char* targetPath, const char* newName,
+                       LinkType type) const {
+    const H5G_link_t h5Type = LinkTypeToH5(type);
+    const bool soft = h5Type == H5G_LINK_SOFT;
+    Succeeded(
+        H5Glink2(soft ? H5G_SAME_LOC : target, soft ? targetPath : ".", h5Type, ID(), newName),
+        HDF_HERE);
+}
+
+void hdf_Group::CreateLink(const hdf_Group& target, const char* newName, LinkType type) const {
+    LinkTo(target.ID(), type == LinkTypeSoft ? target.Path().c_str() : ".", newName, type);
+}
+
+void hdf_Group::CreateLink(const hdf_Dataset& target, const char* newName, LinkType type) const {
+    LinkTo(target.ID(), type == LinkTypeSoft ? target.Path().c_str() : ".", newName, type);
+}
+
+void hdf_Group::Flush() const {
+    Succeeded(H5Fflush(ID(), H5F_SCOPE_LOCAL), HDF_HERE);
+}
+
+hsize_t hdf_Group::GetNumObjs() const {
+    hsize_t count = 0;
+    return Succeeded(H5Gget_num_objs(ID(), &count), HDF_HERE) ? count : 0;
+}
+
+cow_String hdf_Group::GetObjnameByIdx(hsize_t index) const {
+    const ssize_t length = H5Gget_objname_by_idx(ID(), index, nullptr, 0);
+    if (!Succeeded(length, HDF_HERE)) return cow_String();
+    std::string name(static_cast<size_t>(length) + 1, '\0');
+    const ssize_t taken = H5Gget_objname_by_idx(ID(), index, &name[0], name.size());
+    if (!Succeeded(taken, HDF_HERE)) return cow_String();
+    name.resize(std::min(static_cast<size_t>(taken), name.size() - 1));
+    return cow_String(std::move(name));
+}
+
+hdf_Group::ObjectType hdf_Group::GetObjtypeByIdx(hsize_t index) const {
+    const H5G_obj_t type = H5Gget_objtype_by_idx(ID(), index);
+    if (!Succeeded(type, HDF_HERE)) return ObjectTypeLink;
+    return ObjectTypeOf(type);
+}
+
+// A missing name is an answer here, not a failure: nothing is thrown or parked.
+bool hdf_Group::GetObjinfoExists(const char* name) const {
+    const bool exists = H5Gget_objinfo(ID(), name, true, nullptr) >= 0;
+    if (!exists) H5Eclear();
+    return exists;
+}
+
+hdf_Group::ObjectType hdf_Group::GetObjinfoType(const char* name) const {
+    H5G_stat_t info;
+    if (!Succeeded(H5Gget_objinfo(ID(), name, true, &info), HDF_HERE)) return ObjectTypeLink;
+    return ObjectTypeOf(info.type);
+}
+
+cow_String hdf_Group::Path() const {
+    return NameInFile(0);
+}
+
+hdf_PropListFileAccess hdf_Group::GetAccessPlist() const {
+    const hid_t id = H5Fget_access_plist(ID());
+    return Succeeded(id, HDF_HERE) ? hdf_PropListFileAccess(id) : hdf_PropListFileAccess(-1);
+}

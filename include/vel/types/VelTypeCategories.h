@@ -4,14 +4,15 @@
 #include "vel/context/VelDynamicID.h"
 
 // The categories that tie schema types, record types and stored identifiers together.  Every
-// category lies below VelCategoryLimit (1024).
+// category lies below VelCategoryLimit (1024).  The enumerations have a fixed underlying type:
+// values read back from a database may lie outside the enumerators and are checked, not assumed.
 
 // Type categories.
-enum VelCategory { VelCategoryDataRecord = 64, VelCategoryAssociation = 65 };
+enum VelCategory : int { VelCategoryDataRecord = 64, VelCategoryAssociation = 65 };
 
 // Data-member categories on the record side, with the bytes one value occupies in a stored
 // record (VelRecTypeDataRecordMember::Size).
-enum VelRecTypeDataCategory {
+enum VelRecTypeDataCategory : int {
     VelRecTypeCategoryBoolean = 1,  // 4 bytes
     VelRecTypeCategoryChar = 2,     // unsigned 8-bit, 4 bytes
     VelRecTypeCategoryShort = 3,    // 4 bytes
@@ -24,7 +25,7 @@ enum VelRecTypeDataCategory {
 };
 
 // The same categories on the schema side, named after the schema language's elements.
-enum VelDataCategory {
+enum VelDataCategory : int {
     VelDataCategoryBool = 1,
     VelDataCategoryOctet = 2,
     VelDataCategoryShort = 3,
@@ -41,7 +42,7 @@ enum VelDataCategory {
 // 6 are produced by no schema element: they are kept for the two kinds the transfer layer
 // addresses beside collections and CSets, a single collection member (a 4-byte ordinal) and an
 // ordered CSet (two 4-byte words, like a CSet).
-enum VelEntityKind {
+enum VelEntityKind : int {
     VelEntityCollection = 1,
     VelEntityDistribution = 2,
     VelEntityDSet = 3,
@@ -58,14 +59,17 @@ enum VelEntityKind {
 };
 
 // How the participants of one association member are kept.
-enum VelRecTypeAssociationMemberOption {
+enum VelRecTypeAssociationMemberOption : int {
     VelRecTypeUnordered = 0,  // a set
     VelRecTypeOrdered = 1,    // in insertion order
     VelRecTypeStringKey = 2   // keyed by a string
 };
 
 // The key type of a schema association member.
-enum VelTypeAssociationKeyEnm { VelTypeAssociationKeyNone = 0, VelTypeAssociationKeyString = 1 };
+enum VelTypeAssociationKeyEnm : int {
+    VelTypeAssociationKeyNone = 0,
+    VelTypeAssociationKeyString = 1
+};
 
 // The maxOccurs of a member without an upper bound: all bits set.
 constexpr int VelTypeAssociationUnbounded = -1;

@@ -59,10 +59,12 @@
 #include "vel/context/VelCSetID.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/context/VelContextID.h"
+#include "vel/context/VelContextRef.h"
 #include "vel/context/VelDSetID.h"
 #include "vel/context/VelDistributionID.h"
 #include "vel/context/VelDynamicID.h"
 #include "vel/context/VelIDExternal.h"
+#include "vel/context/VelManager.h"
 #include "vel/context/VelVersion.h"
 #include "vel/context/dpa_Module.h"
 

@@ -39,31 +39,21 @@ TEST(VelSignatureTest, BlockLayoutByteForByte) {
     EXPECT_EQ(std::memcmp(block, expected, sizeof block), 0) << "every other byte is zero";
 }
 
-TEST(VelSignatureTest, CheckResults) {
+// The refusals one by one are covered end to end by the manager's tests; here, what they cannot
+// see: which result wins, and the fields that take no part.
+TEST(VelSignatureTest, NewerWinsOverOlderAndInformativeFieldsTakeNoPart) {
     char block[VelSignature::e_Size];
     VelSignature::Fill(block, 4);
-    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_Accepted);
-    EXPECT_EQ(VelSignature::Check(block, 5), VelSignature::e_OlderFile);
-    EXPECT_EQ(VelSignature::Check(block, 3), VelSignature::e_NewerFile);
-
-    PutField(block, VelSignature::e_InternalAt, "3");
-    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_NewerFile);
     PutField(block, VelSignature::e_InternalAt, "1");
-    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_OlderFile);
-    // A newer number wins over an older one: internal 1 with a newer schema is "newer".
     EXPECT_EQ(VelSignature::Check(block, 3), VelSignature::e_NewerFile);
+    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_OlderFile);
     PutField(block, VelSignature::e_InternalAt, "2");
-
-    // Major, minor and update take no part.
     PutField(block, VelSignature::e_MajorAt, "99");
     PutField(block, VelSignature::e_UpdateAt, "junk");
     EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_Accepted);
-
-    block[16 + 13] = 'r';
-    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_BadAuthor);
-    block[16 + 13] = 'R';
-    block[3] = 'C';
-    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_BadMagic);
+    // The author text is compared over its own length only.
+    std::strcpy(block + VelSignature::e_AuthorAt, "KORVANE TELMIR and more");
+    EXPECT_EQ(VelSignature::Check(block, 4), VelSignature::e_Accepted);
 }
 
 TEST(VelSignatureTest, FieldsAreReadWithinTheirBounds) {

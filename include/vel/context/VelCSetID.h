@@ -14,6 +14,9 @@
 class VelCSetID {
 public:
     VelCSetID() : m_index(-1) {}
+    // From a dynamic ID of the CSet category; the context must be open and hold the
+    // collection ("m_collectionMap.IsMember(cid)").
+    explicit VelCSetID(const VelDynamicID& did);
 
     bool IsNull() const { return m_index == -1; }
     // -1 for a null ID, otherwise the index word with bit 31 cleared.
@@ -46,5 +49,9 @@ private:
 };
 
 aio_ostream& operator<<(aio_ostream& os, const VelCSetID& id);
+// The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
+inline int VelCompareKeys(const VelCSetID& a, const VelCSetID& b) {
+    return a.Compare(b);
+}
 
 #endif

@@ -18,6 +18,8 @@ public:
     static constexpr int e_MaxColor = 64;
 
     VelCollectionID() : m_minor(-1) {}
+    // From a dynamic ID of the collection category; the context must be open.
+    explicit VelCollectionID(const VelDynamicID& did);
 
     bool IsNull() const { return m_minor == -1; }
     const VelContextID& ContextID() const { return m_context; }
@@ -53,5 +55,9 @@ private:
 };
 
 aio_ostream& operator<<(aio_ostream& os, const VelCollectionID& id);
+// The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
+inline int VelCompareKeys(const VelCollectionID& a, const VelCollectionID& b) {
+    return a.Compare(b);
+}
 
 #endif

@@ -30,6 +30,9 @@ public:
     static constexpr unsigned e_NullValue = 0xFFFFFFFFu;
 
     VelContextID() : m_value(e_NullValue), m_isTemp(false) {}
+    // From a dynamic ID of the context category; the context must be open (the manager
+    // supplies the temp flag).
+    explicit VelContextID(const VelDynamicID& did);
 
     bool IsNull() const { return m_value == e_NullValue; }
     bool IsTemp() const { return m_isTemp; }
@@ -51,5 +54,9 @@ private:
 };
 
 aio_ostream& operator<<(aio_ostream& os, const VelContextID& id);
+// The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
+inline int VelCompareKeys(const VelContextID& a, const VelContextID& b) {
+    return a.Compare(b);
+}
 
 #endif

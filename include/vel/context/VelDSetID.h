@@ -9,6 +9,8 @@
 class VelDSetID {
 public:
     VelDSetID() : m_minor(-1) {}
+    // From a dynamic ID of the DSet category; the context must be open.
+    explicit VelDSetID(const VelDynamicID& did);
 
     bool IsNull() const { return m_minor == -1; }
     const VelContextID& ContextID() const { return m_context; }
@@ -30,5 +32,9 @@ private:
 };
 
 aio_ostream& operator<<(aio_ostream& os, const VelDSetID& id);
+// The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
+inline int VelCompareKeys(const VelDSetID& a, const VelDSetID& b) {
+    return a.Compare(b);
+}
 
 #endif

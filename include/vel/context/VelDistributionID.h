@@ -9,6 +9,8 @@
 class VelDistributionID {
 public:
     VelDistributionID() : m_minor(-1) {}
+    // From a dynamic ID of the distribution category; the context must be open.
+    explicit VelDistributionID(const VelDynamicID& did);
 
     bool IsNull() const { return m_minor == -1; }
     const VelContextID& ContextID() const { return m_context; }
@@ -31,12 +33,19 @@ private:
 };
 
 aio_ostream& operator<<(aio_ostream& os, const VelDistributionID& id);
+// The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
+inline int VelCompareKeys(const VelDistributionID& a, const VelDistributionID& b) {
+    return a.Compare(b);
+}
 
 // Names a drawer of a distribution: the distribution and the drawer number (0xFFFFFFFF = null).
 // Order: distribution, then drawer number signed.
 class VelDrawerID {
 public:
     VelDrawerID() : m_drawer(-1) {}
+    // From a dynamic ID of the drawer category; the context must be open and hold the
+    // distribution ("m_distributionMap.IsMember(did)").
+    explicit VelDrawerID(const VelDynamicID& did);
 
     bool IsNull() const { return m_drawer == -1; }
     const VelDistributionID& DistributionID() const { return m_distribution; }
@@ -60,5 +69,9 @@ private:
 };
 
 aio_ostream& operator<<(aio_ostream& os, const VelDrawerID& id);
+// The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
+inline int VelCompareKeys(const VelDrawerID& a, const VelDrawerID& b) {
+    return a.Compare(b);
+}
 
 #endif

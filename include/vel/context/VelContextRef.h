@@ -1,0 +1,39 @@
+#ifndef VEL_CONTEXT_VELCONTEXTREF_H
+#define VEL_CONTEXT_VELCONTEXTREF_H
+
+#include "vel/context/VelCollectionID.h"
+#include "vel/context/VelContextID.h"
+#include "vel/context/VelDSetID.h"
+#include "vel/context/VelDistributionID.h"
+#include "vel/core/VelArray.h"
+#include "vel/hdf/hdf_File.h"
+#include "vel/platform/mem_Memory.h"
+
+class VelContext;
+
+// A light handle on an open context.  It holds only the ID and finds the context through the
+// manager on every call, so it never dangles: using it after the context was closed is a
+// validation failure.
+class VelContextRef {
+public:
+    explicit VelContextRef(const VelContextID& id) : m_id(id) {}
+
+    const VelContextID& ID() const { return m_id; }
+
+    // The context's objects, each list in its identifiers' order.
+    VelArray<VelCollectionID> Collections() const;
+    VelArray<VelDistributionID> Distributions() const;
+    VelArray<VelDSetID> DSets() const;
+
+    // The database file (a copy sharing the context's HDF5 identifier).
+    hdf_File File() const;
+    // The context's cache pool, from which its collections' caches draw.
+    mem_CachePool* Pool() const;
+
+private:
+    VelContext& Target() const;
+
+    VelContextID m_id;
+};
+
+#endif

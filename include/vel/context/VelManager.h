@@ -1,0 +1,65 @@
+#ifndef VEL_CONTEXT_VELMANAGER_H
+#define VEL_CONTEXT_VELMANAGER_H
+
+#include "vel/context/VelContextID.h"
+#include "vel/core/VelAutoBtree.h"
+#include "vel/core/VelAutoPtr.h"
+#include "vel/hdf/hdf_File.h"
+#include "vel/platform/mem_Memory.h"
+
+class VelContext;
+struct VelManagerAccess;
+
+// The process-wide registry of open contexts (database files).  dpa_initialize makes the one
+// instance, a cache manager named "VelCacheManager" from which every context's cache pool is
+// drawn; dpa_finalize has it close every context still open.  Every operation is static and
+// requires the library to be started.
+//
+// Each create or open takes the next value of the context counter, also an open that is
+// refused, so a context value is never handed out twice in a process.  Persistent and
+// temporary contexts are kept in two maps ordered by context value.
+class VelManager : public mem_CacheManager {
+public:
+    // Creates a database file with its signature block and registers it.  Creation has no
+    // error return: a storage failure prints its message on standard output and stops the
+    // process with the assertion "0".
+    static VelContextID CreateContext(const char* fileName, hdf_File::CreateFlags flags,
+                                      int schemaVersion);
+    // The same for a temporary context: schema version -1, and every ID derived from it
+    // carries the temp flag.
+    static VelContextID CreateTempContext(const char* fileName, hdf_File::CreateFlags flags);
+    // Opens a database file written with exactly `schemaVersion` by this file format.  A file
+    // already open under the same name gives its ID again (and takes no counter value); a
+    // refused file (not a database, altered signature, other versions) gives a null ID.
+    static VelContextID OpenContext(const char* fileName, hdf_File::OpenFlags flags,
+                                    int schemaVersion);
+    // Writes the context back and closes its file; an ID that is not open is ignored.
+    static void CloseContext(VelContextID id);
+
+    ~VelManager() override;
+
+private:
+    friend struct VelManagerAccess;
+    using ContextMap = VelAutoBtree<VelContextID, VelAutoPtr<VelContext>>;
+
+    VelManager();
+    static VelManager& Running();
+
+    VelContextID Create(const char* fileName, hdf_File::CreateFlags flags, int schemaVersion,
+                        bool isTemp);
+    VelContextID Open(const char* fileName, hdf_File::OpenFlags flags, int schemaVersion);
+    void Close(const VelContextID& id);
+    VelContextID NextID(bool isTemp);
+    VelContext* Find(unsigned value) const;
+    VelContext* FindByName(const char* fileName) const;
+    void Start();
+    void Shut();
+    int OpenCount() const { return m_contexts.Count() + m_tempContexts.Count(); }
+
+    unsigned m_contextCounter;
+    bool m_shut;
+    ContextMap m_contexts;
+    ContextMap m_tempContexts;
+};
+
+#endif

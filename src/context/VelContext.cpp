@@ -1,0 +1,202 @@
+#include "context/VelContext.h"
+
+#include <vector>
+
+#include "context/VelContextLayout.h"
+#include "context/VelIDAccess.h"
+#include "vel/core/VelAssert.h"
+
+namespace {
+
+template <class ID>
+VelArray<ID> KeysOf(const VelBtree<ID, hdf_Group>& map) {
+    VelArray<ID> ids(map.Count());
+    int i = 0;
+    VelBtreeIterator<ID, hdf_Group> it(map);
+    for (it.First(); !it.IsDone(); it.Next()) ids[i++] = it.CurrentKey();
+    return ids;
+}
+
+}  // namespace
+
+VelContext::VelContext() : m_readOnly(false), m_nextID(0) {}
+
+void VelContext::SetIdentity(const VelContextID& id, const char* name) {
+    VelASSERT(m_myID.IsNull() && m_name.Empty());
+    m_myID = id;
+    m_name = name;
+}
+
+void VelContext::Create(hdf_File::CreateFlags flags, int schemaVersion,
+                        mem_CacheManager& allocator) {
+    m_pool.emplace(allocator, e_PoolBlockSize);
+    char block[VelSignature::e_Size];
+    VelSignature::Fill(block, schemaVersion);
+    m_file = hdf_File::Create(m_name.c_str(), flags, block, VelSignature::e_Size);
+    m_readOnly = false;
+    const int attributes[2] = {m_nextID, ObjectCount() + 2 * VelNUM_CONTEXT_TYPES};
+    VelContextLayout::CreateContextAttributes(m_file, attributes);
+    CreateRecordStore();
+}
+
+int VelContext::Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheManager& allocator) {
+    char block[VelSignature::e_Size];
+    hdf_File file = hdf_File::Open_NoThrow(m_name.c_str(), flags, block, VelSignature::e_Size);
+    if (file.IsEmpty()) return e_Unreadable;
+    const int result = VelSignature::Check(block, schemaVersion);
+    if (result != VelSignature::e_Accepted) return result;
+    m_file = file;
+    m_readOnly = flags == hdf_File::OpenFlagsReadOnly;
+    m_pool.emplace(allocator, e_PoolBlockSize);
+    Load();
+    return result;
+}
+
+// One walk over the root group's members reads every "type"; the objects are then loaded in two
+// passes, collections first, because distributions and DSets are built over collections.  Every
+// count and kind read from the file is checked before it is trusted.
+void VelContext::Load() {
+    int attributes[2] = {0, 0};
+    VelContextLayout::ReadContextAttributes(m_file, attributes);
+    m_nextID = attributes[0];
+    VelASSERT(m_nextID >= 0 && m_nextID <= VelCollectionID::e_ExcessiveCollectionID);
+    const long long sz = attributes[1];
+    if (sz >= 1) {
+        const long long numObjects = static_cast<long long>(m_file.GetNumObjs());
+        // The condition texts are kept as written.
+        // clang-format off
+        VelASSERT(numObjects >= sz-2*VelNUM_CONTEXT_TYPES);
+        // clang-format on
+        const std::vector<TypedMember> members = TypedMembers(numObjects);
+        for (const TypedMember& member : members)
+            if (member.kind == VelObjectKindCollection) LoadObject(member);
+        for (const TypedMember& member : members)
+            if (member.kind != VelObjectKindCollection) LoadObject(member);
+        const long long numLoaded = ObjectCount();
+        // clang-format off
+        VelASSERT(numLoaded == sz-2*VelNUM_CONTEXT_TYPES);
+        // clang-format on
+    }
+    OpenRecordStore();
+}
+
+std::vector<VelContext::TypedMember> VelContext::TypedMembers(long long numObjects) const {
+    std::vector<TypedMember> members;
+    for (long long i = 0; i < numObjects; ++i) {
+        const hsize_t index = static_cast<hsize_t>(i);
+        if (m_file.GetObjtypeByIdx(index) != hdf_Group::ObjectTypeGroup) continue;
+        TypedMember member;
+        member.name = m_file.GetObjnameByIdx(index);
+        member.group = m_file.GroupOpen(member.name.c_str());
+        // A group without a "type" is no object of the context; it is left to whoever made it.
+        if (!VelContextLayout::ReadTypeIfAny(member.group, member.kind, member.minor)) continue;
+        const int kind = member.kind;
+        VelASSERT(kind >= VelObjectKindCollection && kind <= VelObjectKindRecord);
+        // Drawers live under their distribution, never under the root.
+        VelASSERT(kind != VelObjectKindDrawer);
+        members.push_back(member);
+    }
+    return members;
+}
+
+void VelContext::LoadObject(const TypedMember& member) {
+    const int minor = member.minor;
+    bool inserted = true;
+    switch (member.kind) {
+        case VelObjectKindCollection:
+            // A stored collection is color 0, and its serial was handed out before.
+            VelASSERT(VelCollectionID::ColorOf(minor) == 0 && minor < m_nextID);
+            inserted = m_collectionMap.Insert(VelIDAccess::MakeCollectionID(m_myID, minor),
+                                              member.group, false);
+            break;
+        case VelObjectKindDistribution:
+            inserted = m_distributionMap.Insert(VelIDAccess::MakeDistributionID(m_myID, minor),
+                                                member.group, false);
+            break;
+        case VelObjectKindDSet:
+            inserted =
+                m_dsetMap.Insert(VelIDAccess::MakeDSetID(m_myID, minor), member.group, false);
+            break;
+        case VelObjectKindStringTable:
+            if (member.name == VelContextLayout::e_StringTable) m_stringTable = member.group;
+            break;
+        case VelObjectKindRecord:
+            if (member.name == VelContextLayout::e_Record) m_record = member.group;
+            break;
+    }
+    // Two groups claiming the same object.
+    VelASSERT(inserted);
+}
+
+void VelContext::CreateRecordStore() {
+    m_stringTable = m_file.GroupCreate(VelContextLayout::e_StringTable, 0);
+    VelContextLayout::WriteType(m_stringTable, VelObjectKindStringTable, 0);
+    m_record = m_file.GroupCreate(VelContextLayout::e_Record, 0);
+    VelContextLayout::WriteType(m_record, VelObjectKindRecord, 0);
+}
+
+// The walk over the root's members has found the store's groups already unless the context
+// counted no objects at all.
+void VelContext::OpenRecordStore() {
+    if (m_stringTable.IsEmpty())
+        m_stringTable = OpenStoreGroup(VelContextLayout::e_StringTable, VelObjectKindStringTable);
+    if (m_record.IsEmpty())
+        m_record = OpenStoreGroup(VelContextLayout::e_Record, VelObjectKindRecord);
+}
+
+hdf_Group VelContext::OpenStoreGroup(const char* name, int expectedKind) const {
+    hdf_Group group = m_file.GroupOpen(name);
+    int kind = -1;
+    int minor = -1;
+    VelContextLayout::ReadType(group, kind, minor);
+    VelASSERT(kind == expectedKind);
+    return group;
+}
+
+int VelContext::ObjectCount() const {
+    return m_collectionMap.Count() + m_distributionMap.Count() + m_dsetMap.Count();
+}
+
+void VelContext::WriteBack() {
+    const int attributes[2] = {m_nextID, ObjectCount() + 2 * VelNUM_CONTEXT_TYPES};
+    VelContextLayout::WriteContextAttributes(m_file, attributes);
+}
+
+void VelContext::Close() {
+    if (!m_file.IsEmpty() && !m_readOnly) WriteBack();
+    m_collectionMap.Clear();
+    m_distributionMap.Clear();
+    m_dsetMap.Clear();
+    m_stringTable.Nullify();
+    m_record.Nullify();
+    m_file.Nullify();
+}
+
+int VelContext::AllocateCollectionSerial() {
+    VelASSERT(m_nextID < VelCollectionID::e_ExcessiveCollectionID);
+    return m_nextID++;
+}
+
+VelCollectionID VelContext::CollectionID(int minorWord) const {
+    const VelCollectionID cid = VelIDAccess::MakeCollectionID(m_myID, minorWord).AltColor(0);
+    VelVALIDATE(m_collectionMap.IsMember(cid));
+    return cid.AltColor(VelCollectionID::ColorOf(minorWord));
+}
+
+VelDistributionID VelContext::DistributionID(int minor) const {
+    const VelDistributionID did = VelIDAccess::MakeDistributionID(m_myID, minor);
+    VelVALIDATE(m_distributionMap.IsMember(did));
+    return did;
+}
+
+VelArray<VelCollectionID> VelContext::Collections() const {
+    return KeysOf(m_collectionMap);
+}
+
+VelArray<VelDistributionID> VelContext::Distributions() const {
+    return KeysOf(m_distributionMap);
+}
+
+VelArray<VelDSetID> VelContext::DSets() const {
+    return KeysOf(m_dsetMap);
+}

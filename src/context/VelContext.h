@@ -1,0 +1,105 @@
+#ifndef VEL_CONTEXT_VELCONTEXT_H
+#define VEL_CONTEXT_VELCONTEXT_H
+
+#include <optional>
+#include <vector>
+
+#include "context/VelSignature.h"
+#include "vel/context/VelCollectionID.h"
+#include "vel/context/VelContextID.h"
+#include "vel/context/VelDSetID.h"
+#include "vel/context/VelDistributionID.h"
+#include "vel/core/VelArray.h"
+#include "vel/core/VelBtree.h"
+#include "vel/hdf/hdf_File.h"
+#include "vel/platform/cow_String.h"
+#include "vel/platform/mem_Memory.h"
+
+// One open database file, owned by the manager.
+//
+// The context keeps the file, its cache pool, the next collection serial (m_nextID) and a map
+// per kind of object from the object's ID to its group.  The maps are filled when a file is
+// loaded (collections in a first pass, then distributions and DSets, which refer to
+// collections) and their sizes are what "Context attributes" counts at write-back.
+//
+// Every method that touches the file may throw hdf_Exception; the manager turns an escaping
+// exception into a printed message and an assertion failure.
+class VelContext : public mem_AllocationOperators {
+public:
+    // A pool block holds one new collection's index table: 256 entries of six ints.
+    static constexpr size_t e_PoolBlockSize = 256 * 6 * sizeof(int);
+
+    // The result of Open for a file that cannot be read as an HDF5 file with a signature block
+    // (missing, shorter than the block, not HDF5).
+    static constexpr int e_Unreadable = -1;
+
+    VelContext();
+    VelContext(const VelContext&) = delete;
+    VelContext& operator=(const VelContext&) = delete;
+
+    // Gives the context its identity; a context gets one exactly once.
+    void SetIdentity(const VelContextID& id, const char* name);
+
+    // Creates the file: signature block with `schemaVersion`, "Context attributes" [0, 8] and
+    // the record store.
+    void Create(hdf_File::CreateFlags flags, int schemaVersion, mem_CacheManager& allocator);
+    // Opens and checks the file; on VelSignature::e_Accepted the context is loaded, on any other
+    // result the file is released again and the context holds nothing.
+    int Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheManager& allocator);
+    // Write-back (when the file is writable), then releases every HDF5 object the context
+    // holds.
+    void Close();
+
+    const VelContextID& ID() const { return m_myID; }
+    const cow_String& Name() const { return m_name; }
+    bool IsReadOnly() const { return m_readOnly; }
+    const hdf_File& File() const { return m_file; }
+    mem_CachePool* Pool() { return m_pool ? &*m_pool : nullptr; }
+    const hdf_Group& StringTableGroup() const { return m_stringTable; }
+    const hdf_Group& RecordGroup() const { return m_record; }
+
+    // Takes the next collection serial number.
+    int AllocateCollectionSerial();
+
+    // The full ID of the collection whose minor word is `minorWord` (its color kept); the
+    // collection must be in this context.
+    VelCollectionID CollectionID(int minorWord) const;
+    // The full ID of the distribution with minor `minor`; it must be in this context.
+    VelDistributionID DistributionID(int minor) const;
+
+    VelArray<VelCollectionID> Collections() const;
+    VelArray<VelDistributionID> Distributions() const;
+    VelArray<VelDSetID> DSets() const;
+
+private:
+    // A group under the root with its "type" attribute.
+    struct TypedMember {
+        cow_String name;
+        hdf_Group group;
+        int kind = -1;
+        int minor = -1;
+    };
+
+    void Load();
+    std::vector<TypedMember> TypedMembers(long long numObjects) const;
+    void LoadObject(const TypedMember& member);
+    void CreateRecordStore();
+    void OpenRecordStore();
+    hdf_Group OpenStoreGroup(const char* name, int kind) const;
+    void WriteBack();
+    int ObjectCount() const;
+
+    VelContextID m_myID;
+    cow_String m_name;
+    hdf_File m_file;
+    bool m_readOnly;
+    std::optional<mem_CachePool> m_pool;
+    int m_nextID;
+    VelBtree<VelCollectionID, hdf_Group> m_collectionMap;
+    VelBtree<VelDistributionID, hdf_Group> m_distributionMap;
+    VelBtree<VelDSetID, hdf_Group> m_dsetMap;
+    hdf_Group m_stringTable;
+    hdf_Group m_record;
+};
+
+#endif

@@ -1,0 +1,28 @@
+#include "vel/context/VelContextRef.h"
+
+#include "context/VelContext.h"
+#include "context/VelManagerAccess.h"
+
+VelContext& VelContextRef::Target() const {
+    return VelManagerAccess::Get(m_id.Value());
+}
+
+VelArray<VelCollectionID> VelContextRef::Collections() const {
+    return Target().Collections();
+}
+
+VelArray<VelDistributionID> VelContextRef::Distributions() const {
+    return Target().Distributions();
+}
+
+VelArray<VelDSetID> VelContextRef::DSets() const {
+    return Target().DSets();
+}
+
+hdf_File VelContextRef::File() const {
+    return Target().File();
+}
+
+mem_CachePool* VelContextRef::Pool() const {
+    return Target().Pool();
+}

@@ -1,0 +1,182 @@
+#include "vel/context/VelManager.h"
+
+#include <cstring>
+
+#include "context/VelContext.h"
+#include "context/VelIDAccess.h"
+#include "context/VelManagerAccess.h"
+#include "vel/core/VelAssert.h"
+#include "vel/hdf/hdf_Exception.h"
+#include "vel/platform/aio_Stream.h"
+
+namespace {
+
+// The one manager of the process.  It outlives every shut-down so that context values stay
+// unique for the life of the process; it is never destroyed.
+VelManager* g_manager = nullptr;
+
+template <class Map>
+VelContext* FindIn(const Map& map, unsigned value) {
+    const VelAutoPtr<VelContext>* found = map.Find(VelIDAccess::MakeContextID(value, false));
+    return found ? found->Get() : nullptr;
+}
+
+template <class Map>
+VelContext* FindNameIn(const Map& map, const char* fileName) {
+    VelAutoBtreeIterator<VelContextID, VelAutoPtr<VelContext>> it(map);
+    for (it.First(); !it.IsDone(); it.Next())
+        if (std::strcmp(it.CurrentValue()->Name().c_str(), fileName) == 0)
+            return it.CurrentValue().Get();
+    return nullptr;
+}
+
+// A storage failure has no error return: its message goes to standard output, whatever was
+// half built is destroyed, and the process stops with the assertion "0".
+void ReportStorageFailure(const hdf_Exception& e) {
+    aio_cout << e.AsString() << '\n';
+    aio_cout.flush();
+}
+
+VelAutoPtr<VelContext> NewContext() {
+    return VelAutoPtr<VelContext>(new VelContext());
+}
+
+}  // namespace
+
+VelManager::VelManager()
+    : mem_CacheManager("VelCacheManager"), m_contextCounter(0), m_shut(false) {}
+
+VelManager::~VelManager() = default;
+
+VelManager& VelManager::Running() {
+    VelVALIDATE(g_manager && !g_manager->m_shut && "the library is not started");
+    return *g_manager;
+}
+
+VelContextID VelManager::CreateContext(const char* fileName, hdf_File::CreateFlags flags,
+                                       int schemaVersion) {
+    return Running().Create(fileName, flags, schemaVersion, false);
+}
+
+VelContextID VelManager::CreateTempContext(const char* fileName, hdf_File::CreateFlags flags) {
+    return Running().Create(fileName, flags, -1, true);
+}
+
+VelContextID VelManager::OpenContext(const char* fileName, hdf_File::OpenFlags flags,
+                                     int schemaVersion) {
+    return Running().Open(fileName, flags, schemaVersion);
+}
+
+void VelManager::CloseContext(VelContextID id) {
+    Running().Close(id);
+}
+
+VelContextID VelManager::NextID(bool isTemp) {
+    // The all-ones value is the null context: the counter must never reach it.
+    VelASSERT(m_contextCounter < VelContextID::e_NullValue);
+    return VelIDAccess::MakeContextID(m_contextCounter++, isTemp);
+}
+
+VelContextID VelManager::Create(const char* fileName, hdf_File::CreateFlags flags,
+                                int schemaVersion, bool isTemp) {
+    VelVALIDATE(fileName);
+    const VelContextID id = NextID(isTemp);
+    VelAutoPtr<VelContext> context = NewContext();
+    try {
+        context->SetIdentity(id, fileName);
+        context->Create(flags, schemaVersion, *this);
+    } catch (const hdf_Exception& e) {
+        ReportStorageFailure(e);
+        context.Reset();
+        VelASSERT(0);
+    }
+    (isTemp ? m_tempContexts : m_contexts).Insert(id, std::move(context), false);
+    return id;
+}
+
+VelContextID VelManager::Open(const char* fileName, hdf_File::OpenFlags flags, int schemaVersion) {
+    VelVALIDATE(fileName);
+    if (VelContext* open = FindByName(fileName)) return open->ID();
+    const VelContextID id = NextID(false);
+    VelAutoPtr<VelContext> context = NewContext();
+    int result = VelSignature::e_Accepted;
+    try {
+        context->SetIdentity(id, fileName);
+        result = context->Open(flags, schemaVersion, *this);
+    } catch (const hdf_Exception& e) {
+        ReportStorageFailure(e);
+        context.Reset();
+        VelASSERT(0);
+    }
+    if (result != VelSignature::e_Accepted) return VelContextID();
+    m_contexts.Insert(id, std::move(context), false);
+    return id;
+}
+
+void VelManager::Close(const VelContextID& id) {
+    ContextMap& map = id.IsTemp() ? m_tempContexts : m_contexts;
+    VelAutoPtr<VelContext>* found = map.Find(id);
+    if (!found) return;
+    try {
+        (*found)->Close();
+    } catch (const hdf_Exception& e) {
+        ReportStorageFailure(e);
+        VelASSERT(0);
+    }
+    map.Remove(id);
+}
+
+VelContext* VelManager::Find(unsigned value) const {
+    if (VelContext* context = FindIn(m_contexts, value)) return context;
+    return FindIn(m_tempContexts, value);
+}
+
+VelContext* VelManager::FindByName(const char* fileName) const {
+    if (VelContext* context = FindNameIn(m_contexts, fileName)) return context;
+    return FindNameIn(m_tempContexts, fileName);
+}
+
+void VelManager::Start() {
+    m_shut = false;
+}
+
+void VelManager::Shut() {
+    if (m_shut) return;
+    for (ContextMap* map : {&m_contexts, &m_tempContexts}) {
+        while (map->Count() > 0) {
+            VelContextID first;
+            {
+                VelAutoBtreeIterator<VelContextID, VelAutoPtr<VelContext>> it(*map);
+                it.First();
+                first = it.CurrentKey();
+            }
+            Close(first);
+        }
+    }
+    // Every pool went with its context, so every block drawn from the manager is back.
+    VelASSERT(Outstanding() == 0);
+    m_shut = true;
+}
+
+void VelManagerAccess::Start() {
+    if (!g_manager) g_manager = new VelManager();
+    g_manager->Start();
+}
+
+void VelManagerAccess::Shut() {
+    if (g_manager) g_manager->Shut();
+}
+
+VelContext* VelManagerAccess::Find(unsigned value) {
+    return VelManager::Running().Find(value);
+}
+
+VelContext& VelManagerAccess::Get(unsigned value) {
+    VelContext* context = Find(value);
+    VelVALIDATE(context && "no open context has this value");
+    return *context;
+}
+
+int VelManagerAccess::OpenCount() {
+    return g_manager && !g_manager->m_shut ? g_manager->OpenCount() : 0;
+}

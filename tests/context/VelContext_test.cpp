@@ -1,0 +1,197 @@
+// Loading a context's root layout: the catalog of collections, distributions and DSets, the
+// conversions that look objects up in it, write-back, and damaged layouts.
+#include "context/VelContext.h"
+
+#include <string>
+#include <vector>
+
+#include "VelContextFileHelpers.h"
+#include "VelTestSupport.h"
+#include "context/VelManagerAccess.h"
+#include "vel/UTI_VelDynamicAPI.h"
+#include "vel/context/VelCSetID.h"
+#include "vel/context/VelContextRef.h"
+#include "vel/context/VelManager.h"
+
+namespace {
+
+class VelContextTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        UTI_VelDynamicAPI_initialize(m_modules);
+        const VelContextID id =
+            VelManager::CreateContext(m_file.c_str(), hdf_File::CreateFlagsTruncate, 7);
+        VelManager::CloseContext(id);
+    }
+    void TearDown() override { UTI_VelDynamicAPI_finalize(m_modules); }
+
+    // Lays out, with the HDF5 C API, what a context holding two collections (serials 0 and 1),
+    // a distribution (minor 5), a DSet (minor 2) and a foreign group would look like.
+    void AddObjects() {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000000", {0, 0});
+        raw.MakeTypedGroup("00000001", {0, 1});
+        raw.MakeTypedGroup("00000005", {1, 5});
+        raw.MakeTypedGroup("DSet00000002", {2, 2});
+        raw.MakeTypedGroup("form-1-0", {});
+        raw.WriteInts("Context attributes", {2, 12});
+    }
+
+    VelContextID Open() {
+        return VelManager::OpenContext(m_file.c_str(), hdf_File::OpenFlagsReadWrite, 7);
+    }
+
+    int m_modules = 0;
+    VelTempFile m_file{"ctx"};
+};
+
+using VelContextDeathTest = VelContextTest;
+
+TEST_F(VelContextTest, LoadsTheCatalogInIdentifierOrder) {
+    AddObjects();
+    const VelContextID id = Open();
+    ASSERT_FALSE(id.IsNull());
+    VelContextRef ref(id);
+    const VelArray<VelCollectionID> collections = ref.Collections();
+    ASSERT_EQ(collections.Size(), 2);
+    EXPECT_EQ(collections[0].Minor().Value(), 0);
+    EXPECT_EQ(collections[1].Minor().Value(), 1);
+    EXPECT_EQ(collections[1].ContextID().Compare(id), 0);
+    ASSERT_EQ(ref.Distributions().Size(), 1);
+    EXPECT_EQ(ref.Distributions()[0].Minor().Value(), 5);
+    ASSERT_EQ(ref.DSets().Size(), 1);
+    EXPECT_EQ(ref.DSets()[0].Minor().Value(), 2);
+    EXPECT_NE(ref.Pool(), nullptr);
+    EXPECT_EQ(ref.File().Name(), cow_String(m_file.c_str()));
+
+    // Write-back keeps the count of what was loaded; a new serial is counted in the next ID.
+    EXPECT_EQ(VelManagerAccess::Get(id.Value()).AllocateCollectionSerial(), 2);
+    VelManager::CloseContext(id);
+    RawFile raw(m_file.str(), H5F_ACC_RDONLY);
+    EXPECT_EQ(raw.ReadInts("Context attributes"), (std::vector<int>{3, 12}));
+}
+
+TEST_F(VelContextTest, DynamicIDsConvertThroughTheOpenContext) {
+    AddObjects();
+    const VelContextID id = Open();
+    ASSERT_FALSE(id.IsNull());
+
+    const VelCollectionID variant(VelDynamicID(1, id.Value(), 0x04000001, 0));
+    EXPECT_EQ(variant.Color(), 1);
+    EXPECT_EQ(variant.DynamicID(), VelDynamicID(1, id.Value(), 0x04000001, 0));
+
+    const VelCSetID cset(VelDynamicID(5, id.Value(), 0x04000001, int64_t(int32_t(0x80000003))));
+    EXPECT_EQ(cset.CollectionID().Compare(variant), 0);
+    EXPECT_EQ(cset.Index(), 3);
+    EXPECT_TRUE(cset.IsAscending());
+    EXPECT_EQ(VelCSetID(cset.DynamicID()).Compare(cset), 0);
+
+    const VelDrawerID drawer(VelDynamicID(7, id.Value(), 5, 2));
+    EXPECT_EQ(drawer.DistributionID().Minor().Value(), 5);
+    EXPECT_EQ(drawer.Minor().Value(), 2);
+    EXPECT_EQ(VelDistributionID(VelDynamicID(2, id.Value(), 5, 0)).Compare(drawer.DistributionID()),
+              0);
+    EXPECT_EQ(VelDSetID(VelDynamicID(3, id.Value(), 2, 0)).Minor().Value(), 2);
+    VelManager::CloseContext(id);
+}
+
+TEST_F(VelContextDeathTest, ConversionsCheckCategoryAndMembership) {
+    AddObjects();
+    const VelContextID id = Open();
+    ASSERT_FALSE(id.IsNull());
+    ExpectValidateFailure(VelCSetID(VelDynamicID(5, id.Value(), 4, 0)),
+                          "m_collectionMap.IsMember(cid)");
+    ExpectValidateFailure(VelDrawerID(VelDynamicID(7, id.Value(), 6, 0)),
+                          "m_distributionMap.IsMember(did)");
+    ExpectValidateFailure(VelDSetID(VelDynamicID(2, id.Value(), 5, 0)), "CanBeConverted(did)");
+    ExpectValidateFailure(VelCollectionID(VelDynamicID(5, id.Value(), 0, 0)),
+                          "CanBeConverted(did)");
+}
+
+TEST_F(VelContextDeathTest, DamagedContextAttributesStop) {
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.WriteInts("Context attributes", {0, 8, 0});
+    }
+    ExpectAssertFailure(Open(), "contextDims.Rank() == 1 && contextDims[0] == 2");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.WriteInts("Context attributes", {0});
+    }
+    ExpectAssertFailure(Open(), "contextDims.Rank() == 1 && contextDims[0] == 2");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.WriteInts("Context attributes", {-3, 8});
+    }
+    ExpectAssertFailure(Open(),
+                        "m_nextID >= 0 && m_nextID <= VelCollectionID::e_ExcessiveCollectionID");
+}
+
+TEST_F(VelContextDeathTest, GroupCountMustAgreeWithContextAttributes) {
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.WriteInts("Context attributes", {0, 40});
+    }
+    ExpectAssertFailure(Open(), "numObjects >= sz-2*VelNUM_CONTEXT_TYPES");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.WriteInts("Context attributes", {0, 9});
+    }
+    ExpectAssertFailure(Open(), "numLoaded == sz-2*VelNUM_CONTEXT_TYPES");
+    AddObjects();
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.WriteInts("Context attributes", {2, 11});
+    }
+    ExpectAssertFailure(Open(), "numLoaded == sz-2*VelNUM_CONTEXT_TYPES");
+}
+
+TEST_F(VelContextDeathTest, DamagedTypeAttributesStop) {
+    AddObjects();
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000001", {0, 1, 0});
+    }
+    ExpectAssertFailure(Open(), "typeDims.Rank() == 1 && typeDims[0] == 2");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000001", {0});
+    }
+    ExpectAssertFailure(Open(), "typeDims.Rank() == 1 && typeDims[0] == 2");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000001", {6, 1});
+    }
+    ExpectAssertFailure(Open(), "kind >= VelObjectKindCollection && kind <= VelObjectKindRecord");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000001", {3, 1});
+    }
+    ExpectAssertFailure(Open(), "kind != VelObjectKindDrawer");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000001", {0, 0});
+    }
+    ExpectAssertFailure(Open(), "inserted");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000001", {0, 2});
+    }
+    ExpectAssertFailure(Open(), "VelCollectionID::ColorOf(minor) == 0 && minor < m_nextID");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000001", {0, 1});
+        raw.MakeTypedGroup("record", {4, 0});
+    }
+    ExpectAssertFailure(Open(), "kind == expectedKind");
+}
+
+TEST_F(VelContextDeathTest, MissingRecordStoreStopsWithTheStorageMessage) {
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        H5Ldelete(raw.id(), "stringTable", H5P_DEFAULT);
+    }
+    ExpectAssertFailure(Open(), "0");
+}
+
+}  // namespace

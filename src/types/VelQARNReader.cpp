@@ -2,6 +2,7 @@
 
 #include <expat.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -102,31 +103,89 @@ void SetDefault(VelTypeDataRecordMemberRepr& member, const char* value) {
     member.m_HasDefault = true;
 }
 
-struct DataMemberElement {
-    const char* name;
-    VelDataCategory category;
+// The elements of the language.  Names are compared whole and are all distinct, so finding a
+// name in this table by binary search acts exactly as testing the names one after the other.
+enum class Element {
+    Documentation,
+    Qarn,
+    Form,
+    Dependency,
+    Include,
+    Association,
+    Data,
+    Target,
+    EntityMember,
+    Focus,
+    DataRecord,
+    Base,
+    DataMember,
+    SymConst,
+    Enumeration
 };
-// In the order the elements are tested.
-const DataMemberElement g_DataMemberElements[] = {
-    {"bool", VelDataCategoryBool},     {"octet", VelDataCategoryOctet},
-    {"short", VelDataCategoryShort},   {"int", VelDataCategoryInt},
-    {"int64", VelDataCategoryInt64},   {"float", VelDataCategoryFloat},
-    {"double", VelDataCategoryDouble}, {"string", VelDataCategoryString}};
 
-struct EntityMemberElement {
+struct ElementName {
     const char* name;
-    int kind;
+    Element element;
+    // The member kind of an entity member, the category of a data member.
+    int code;
 };
-// In the order the elements are tested.
-const EntityMemberElement g_EntityMemberElements[] = {{"distribution", VelEntityDistribution},
-                                                      {"collection", VelEntityCollection},
-                                                      {"cset", VelEntityCSet},
-                                                      {"dset", VelEntityDSet},
-                                                      {"drawer", VelEntityDrawer},
-                                                      {"grid", VelEntityGrid},
-                                                      {"compartment", VelEntityCompartment},
-                                                      {"indexset", VelEntityIndexSet},
-                                                      {"permutation", VelEntityPermutation}};
+
+// In byte-wise order of the names.
+constexpr ElementName g_Elements[] = {
+    {"association", Element::Association, 0},
+    {"base", Element::Base, 0},
+    {"bool", Element::DataMember, VelDataCategoryBool},
+    {"collection", Element::EntityMember, VelEntityCollection},
+    {"compartment", Element::EntityMember, VelEntityCompartment},
+    {"cset", Element::EntityMember, VelEntityCSet},
+    {"data", Element::Data, 0},
+    {"datarecord", Element::DataRecord, 0},
+    {"dependency", Element::Dependency, 0},
+    {"distribution", Element::EntityMember, VelEntityDistribution},
+    {"documentation", Element::Documentation, 0},
+    {"double", Element::DataMember, VelDataCategoryDouble},
+    {"drawer", Element::EntityMember, VelEntityDrawer},
+    {"dset", Element::EntityMember, VelEntityDSet},
+    {"enumeration", Element::Enumeration, 0},
+    {"float", Element::DataMember, VelDataCategoryFloat},
+    {"focus", Element::Focus, 0},
+    {"form", Element::Form, 0},
+    {"grid", Element::EntityMember, VelEntityGrid},
+    {"include", Element::Include, 0},
+    {"indexset", Element::EntityMember, VelEntityIndexSet},
+    {"int", Element::DataMember, VelDataCategoryInt},
+    {"int64", Element::DataMember, VelDataCategoryInt64},
+    {"octet", Element::DataMember, VelDataCategoryOctet},
+    {"permutation", Element::EntityMember, VelEntityPermutation},
+    {"qarn", Element::Qarn, 0},
+    {"short", Element::DataMember, VelDataCategoryShort},
+    {"string", Element::DataMember, VelDataCategoryString},
+    {"symconst", Element::SymConst, 0},
+    {"target", Element::Target, 0}};
+
+constexpr int CompareNames(const char* a, const char* b) {
+    for (; *a && *a == *b; ++a, ++b) {
+    }
+    return static_cast<unsigned char>(*a) - static_cast<unsigned char>(*b);
+}
+
+constexpr bool ElementsAreSorted() {
+    for (size_t i = 1; i < sizeof g_Elements / sizeof g_Elements[0]; ++i) {
+        if (CompareNames(g_Elements[i - 1].name, g_Elements[i].name) >= 0) return false;
+    }
+    return true;
+}
+static_assert(ElementsAreSorted(), "the element table must be sorted by name");
+
+// The table entry of an element name, or null for a name of no element.
+const ElementName* FindElement(const char* name) {
+    const ElementName* first = g_Elements;
+    const ElementName* last = g_Elements + sizeof g_Elements / sizeof g_Elements[0];
+    const ElementName* found = std::lower_bound(
+        first, last, name,
+        [](const ElementName& entry, const char* key) { return std::strcmp(entry.name, key) < 0; });
+    return found != last && std::strcmp(found->name, name) == 0 ? found : nullptr;
+}
 
 }  // namespace
 
@@ -175,29 +234,41 @@ void VelQARNReader::StartElement(const char* name, const char** atts) {
     // Everything inside documentation is prose, whatever it looks like; nested documentation
     // elements are not counted, so the first documentation end tag ends the prose.
     if (m_InDocumentation) return;
-    if (Is(name, "documentation")) {
-        m_InDocumentation = true;
-        return;
+    const ElementName* element = FindElement(name);
+    if (!element) return UnknownTag(name);
+    switch (element->element) {
+        case Element::Documentation:
+            m_InDocumentation = true;
+            return;
+        case Element::Qarn:
+            return;
+        case Element::Form:
+            return StartForm(atts);
+        case Element::Dependency:
+            return StartDependency(atts);
+        case Element::Include:
+            return StartInclude(atts);
+        case Element::Association:
+            return StartAssociation(atts);
+        case Element::Data:
+            return StartData(atts);
+        case Element::Target:
+            return StartTarget(atts);
+        case Element::EntityMember:
+            return StartEntityMember(element->code, atts);
+        case Element::Focus:
+            return StartFocus(atts);
+        case Element::DataRecord:
+            return StartDataRecord(atts);
+        case Element::Base:
+            return StartBase(atts);
+        case Element::DataMember:
+            return StartDataMember(static_cast<VelDataCategory>(element->code), atts);
+        case Element::SymConst:
+            return StartSymConst(atts);
+        case Element::Enumeration:
+            return StartEnumeration(atts);
     }
-    if (Is(name, "qarn")) return;
-    if (Is(name, "form")) return StartForm(atts);
-    if (Is(name, "dependency")) return StartDependency(atts);
-    if (Is(name, "include")) return StartInclude(atts);
-    if (Is(name, "association")) return StartAssociation(atts);
-    if (Is(name, "data")) return StartData(atts);
-    if (Is(name, "target")) return StartTarget(atts);
-    for (const EntityMemberElement& element : g_EntityMemberElements) {
-        if (Is(name, element.name)) return StartEntityMember(element.kind, atts);
-    }
-    if (Is(name, "focus")) return StartFocus(atts);
-    if (Is(name, "datarecord")) return StartDataRecord(atts);
-    if (Is(name, "base")) return StartBase(atts);
-    for (const DataMemberElement& element : g_DataMemberElements) {
-        if (Is(name, element.name)) return StartDataMember(element.category, atts);
-    }
-    if (Is(name, "symconst")) return StartSymConst(atts);
-    if (Is(name, "enumeration")) return StartEnumeration(atts);
-    UnknownTag(name);
 }
 
 VelTypeForm VelQARNReader::ExistingForm(const char* name) const {
@@ -454,21 +525,31 @@ void VelQARNReader::UnknownTag(const char* name) {
 
 // ---- end tags ---------------------------------------------------------------------------------
 
+// Only these end tags have work left; the others did theirs at the start tag.
 void VelQARNReader::EndElement(const char* name) {
-    if (Is(name, "documentation")) {
+    const ElementName* element = FindElement(name);
+    if (element && element->element == Element::Documentation) {
         m_InDocumentation = false;
         return;
     }
-    if (m_InDocumentation) return;
-    if (Is(name, "form")) return EndForm();
-    if (Is(name, "dependency")) {
-        m_CurrentDepSchema = VelTypeFormSchema();
-        return;
+    if (m_InDocumentation || !element) return;
+    switch (element->element) {
+        case Element::Form:
+            return EndForm();
+        case Element::Dependency:
+            m_CurrentDepSchema = VelTypeFormSchema();
+            return;
+        case Element::Association:
+            return EndAssociation();
+        case Element::DataRecord:
+            return EndDataRecord();
+        case Element::Data:
+            return EndData();
+        case Element::SymConst:
+            return EndSymConst();
+        default:
+            return;
     }
-    if (Is(name, "association")) return EndAssociation();
-    if (Is(name, "datarecord")) return EndDataRecord();
-    if (Is(name, "data")) return EndData();
-    if (Is(name, "symconst")) return EndSymConst();
 }
 
 // A form end tag without an open form (its holder went at an inner form end tag) has nothing to

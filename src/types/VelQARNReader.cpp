@@ -3,7 +3,9 @@
 #include <expat.h>
 
 #include <algorithm>
+#include <cfloat>
 #include <climits>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -35,6 +37,13 @@ int64_t ToInt64(const char* text) {
     return ToInt(text);
 }
 
+// A double beyond the float range becomes an infinity instead of an undefined conversion.
+float ToFloat(double value) {
+    if (value > FLT_MAX) return HUGE_VALF;
+    if (value < -FLT_MAX) return -HUGE_VALF;
+    return static_cast<float>(value);
+}
+
 void FailUnknownMemberAttribute(VelDataCategory category) {
     switch (category) {
         case VelDataCategoryBool:
@@ -58,6 +67,7 @@ void FailUnknownMemberAttribute(VelDataCategory category) {
         case VelDataCategoryDouble:
             VelVALIDATE(!"Invalid attribute for <double>, expected: \"name\" or \"default\"");
             break;
+        // A symbolic constant reports in the words of <string>, as it always has.
         case VelDataCategoryString:
         case VelDataCategorySymConst:
             VelVALIDATE(!"Invalid attribute for <string>, expected: \"name\" or \"default\"");
@@ -90,7 +100,7 @@ void SetDefault(VelTypeDataRecordMemberRepr& member, const char* value) {
             member.m_Default.int64Value = ToInt64(value);
             break;
         case VelDataCategoryFloat:
-            member.m_Default.floatValue = static_cast<float>(std::strtod(value, nullptr));
+            member.m_Default.floatValue = ToFloat(std::strtod(value, nullptr));
             break;
         case VelDataCategoryDouble:
             member.m_Default.doubleValue = std::strtod(value, nullptr);

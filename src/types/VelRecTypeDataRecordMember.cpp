@@ -26,7 +26,9 @@ int Difference(int a, int b) {
 VelRecTypeDataRecordMember::VelRecTypeDataRecordMember(VelRecTypeDataRecordMemberRepr* repr)
     : m_Repr(repr) {}
 
-VelRecTypeDataRecordMemberRepr* VelRecTypeDataRecordMember::Repr() const { return m_Repr.Get(); }
+VelRecTypeDataRecordMemberRepr* VelRecTypeDataRecordMember::Repr() const {
+    return m_Repr.Get();
+}
 
 const cow_String& VelRecTypeDataRecordMember::Name() const {
     VelVALIDATE(m_Repr && "the member describes nothing");

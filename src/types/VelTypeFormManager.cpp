@@ -1,6 +1,7 @@
 #include "vel/types/VelTypeFormManager.h"
 
 #include <utility>
+#include <vector>
 
 #include "types/VelQARNReader.h"
 #include "types/VelTypeRepr.h"
@@ -71,21 +72,27 @@ const VelArray<VelTypeFormSchema>* VelTypeFormManagerRepr::DependenciesOf(
     return best;
 }
 
-// Each form enters the map once, so a cycle of dependencies ends where it meets a form already
-// gathered at the same level.
+// Each form enters the map once, at one level, and only a form entering it has its own
+// dependencies gathered, so cycles end.  The walk keeps its own stack: a long chain of forms must
+// not run out of call stack.
 void VelTypeFormManagerRepr::GatherDependencies(const VelTypeFormSchema& schema,
                                                 Gathered& gathered) const {
-    const VelArray<VelTypeFormSchema>* includes = DependenciesOf(schema);
-    if (!includes) return;
-    for (int i = 0; i < includes->Size(); ++i) {
-        const VelTypeFormSchema& ds = (*includes)[i];
-        const GatheredSchema* known = gathered.Find(ds.FormName());
-        const int* level = known ? &known->level : nullptr;
-        VelVALIDATE((!level || *level == ds.Level()) &&
-                    "A schema depends on two different levels of another schema");
-        if (level) continue;
-        gathered.Insert(ds.FormName(), GatheredSchema{ds.Form(), ds.Level()}, false);
-        GatherDependencies(ds, gathered);
+    std::vector<VelTypeFormSchema> pending{schema};
+    while (!pending.empty()) {
+        const VelTypeFormSchema dependent = pending.back();
+        pending.pop_back();
+        const VelArray<VelTypeFormSchema>* includes = DependenciesOf(dependent);
+        if (!includes) continue;
+        for (int i = 0; i < includes->Size(); ++i) {
+            const VelTypeFormSchema& ds = (*includes)[i];
+            const GatheredSchema* known = gathered.Find(ds.FormName());
+            const int* level = known ? &known->level : nullptr;
+            VelVALIDATE((!level || *level == ds.Level()) &&
+                        "A schema depends on two different levels of another schema");
+            if (level) continue;
+            gathered.Insert(ds.FormName(), GatheredSchema{ds.Form(), ds.Level()}, false);
+            pending.push_back(ds);
+        }
     }
 }
 

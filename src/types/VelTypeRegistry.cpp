@@ -109,13 +109,13 @@ int VelTypeRegistry::TypeCount() const {
     return m_Repr->m_Registry.CountTypes();
 }
 
-const VelRecType& VelTypeRegistry::GetType(int i) const {
+VelRecType VelTypeRegistry::GetType(int i) const {
     const VelRecType& registered = m_Repr->m_Registry.Type(i);
     const int modified = m_Repr->ModifiedPosition(i);
     return modified >= 0 ? m_Repr->m_Modified[modified] : registered;
 }
 
-const VelDynamicID& VelTypeRegistry::RecordID(int i) const {
+VelDynamicID VelTypeRegistry::RecordID(int i) const {
     return m_Repr->m_Registry.RecordID(i);
 }
 

@@ -165,10 +165,6 @@ public:
     void Merge(VelTypeFormHolder& formHolder, const VelTypeForm& self);
 
     void EnsureSorted();
-    int TypeCount() {
-        EnsureSorted();
-        return m_Types.Size();
-    }
     VelTypeRepr& Type(int i) {
         EnsureSorted();
         return *m_Types[i];

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 
 #include "VelTestSupport.h"
@@ -39,10 +40,10 @@ TEST_F(VelQARNReaderTest, DataMemberDefaultsAreConvertedPerType) {
                       <octet name="o" default="300"/><short name="s" default="70000"/>
                       <int name="i" default="  -12abc"/><int name="i0" default=""/>
                       <int64 name="l" default="4294967296"/><int64 name="ln" default="-7"/>
-                      <float name="f" default="1.5e2"/><double name="d" default="-0.25"/>
+                      <float name="f" default="1.5e2"/><float name="big" default="-1e300"/><double name="d" default="-0.25"/>
                       <string name="t" default="some text"/><string name="u"/>)"));
     const VelTypeDataRecord record = Record("F", 0);
-    ASSERT_EQ(record.MemberCount(), 12);
+    ASSERT_EQ(record.MemberCount(), 13);
     auto member = [&](const char* name) {
         return record.Member(record.GetMemberPositionByName(name));
     };
@@ -57,6 +58,7 @@ TEST_F(VelQARNReaderTest, DataMemberDefaultsAreConvertedPerType) {
     EXPECT_EQ(VelTypeInt64Member(member("l")).DefaultValue(), 2147483647);
     EXPECT_EQ(VelTypeInt64Member(member("ln")).DefaultValue(), -7);
     EXPECT_EQ(VelTypeFloatMember(member("f")).DefaultValue(), 150.0f);
+    EXPECT_EQ(VelTypeFloatMember(member("big")).DefaultValue(), -HUGE_VALF);
     EXPECT_EQ(VelTypeDoubleMember(member("d")).DefaultValue(), -0.25);
     EXPECT_EQ(VelTypeStringMember(member("t")).DefaultValue(), cow_String("some text"));
     EXPECT_FALSE(VelTypeStringMember(member("u")).HasDefault());

@@ -31,9 +31,9 @@ public:
 
     int TypeCount() const;
     // The type at position i, in its updated version while changes are pending.
-    const VelRecType& GetType(int i) const;
+    VelRecType GetType(int i) const;
     // The identifier of the record that stores the type at position i.
-    const VelDynamicID& RecordID(int i) const;
+    VelDynamicID RecordID(int i) const;
     // Positions, or -1.
     int FindType(const VelTypeID& typeID) const;
     int FindRecord(const VelDynamicID& recordID) const;

@@ -58,17 +58,27 @@
 // context
 #include "vel/context/VelCSetID.h"
 #include "vel/context/VelCollectionID.h"
+#include "vel/context/VelCompartment.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelContextRef.h"
+#include "vel/context/VelCtation.h"
 #include "vel/context/VelDSetID.h"
 #include "vel/context/VelDistributionID.h"
 #include "vel/context/VelDynamicID.h"
+#include "vel/context/VelGrid.h"
 #include "vel/context/VelIDExternal.h"
 #include "vel/context/VelManager.h"
+#include "vel/context/VelOCompartment.h"
 #include "vel/context/VelVersion.h"
 #include "vel/context/dpa_Module.h"
 
 // transfer
+#include "vel/transfer/VelDimSelection.h"
+#include "vel/transfer/VelNormalizeArgs.h"
+#include "vel/transfer/VelOptionalFlag.h"
+#include "vel/transfer/VelRangeViewArgs.h"
+#include "vel/transfer/VelSerializationType.h"
+#include "vel/transfer/VelTransferArgs.h"
 
 // types
 #include "vel/types/VelRecHandle.h"

@@ -2,7 +2,7 @@
 #define VEL_CORE_VELTYPEKEY_H
 
 // The element type of ranges and buffers.
-enum VelTypeKey {
+enum VelTypeKey : int {
     VelTypeKeyInt = 1,
     VelTypeKeyDouble = 2,
     VelTypeKeyFloat = 3,
@@ -14,5 +14,9 @@ enum VelTypeKey {
 
 // "Int", "Double", ... ; "<? bad VelTypeKey ?>" for any other value.
 const char* VelstringNameOf(VelTypeKey key);
+
+// The bytes of one element: Int 4, Double 8, Float 4, Bool 1, CMember 4, CSet 4, OCSet 4.  Any
+// other key is an assertion failure (!"Illegal VelTypeKey").
+int VelElementSizeOf(VelTypeKey key);
 
 #endif

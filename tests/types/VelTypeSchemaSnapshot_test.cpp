@@ -211,6 +211,11 @@ TEST_F(VelTypeSchemaSnapshotDeathTest, UnresolvableReferencesFailTheSnapshot) {
                           "m_TargetTypes[i] != VelTypeID() && \"Target type not found\"");
     ExpectValidateFailure(Snapshot("Cycle", 0),
                           "depth < 1024 && \"The inheritance depth limit of 1024 exceeded\"");
+    // A target whose form is gone cannot be resolved either.
+    VelTypeAssociationMemberRepr orphan(VelEntityDataRecord);
+    orphan.AppendTarget(VelTypeQualifiedName(VelTypeForm(), "R"));
+    ExpectValidateFailure(orphan.ResolveTargets(), "form && !typeName.Empty()");
+
     const VelTypeSchemaSnapshot three = Snapshot("ThreeMembers", 0);
     ExpectValidateFailure(three.TypeAsDataRecordFlat(0),
                           "flat && \"The type is not a data record\"");

@@ -160,10 +160,16 @@ BENCHMARK(BM_Hdf5OpenLayoutClose)->ArgName("readOnly")->Arg(0)->Arg(1);
 // Prints the table as usual, then the library's time over each reference's.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
+    // With repetitions the median is used, otherwise the single run.
     void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
-                m_times[run.benchmark_name()] = run.GetAdjustedRealTime();
+        for (const Run& run : runs) {
+            if (run.error_occurred) continue;
+            const std::string name = run.run_name.str();
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
+                m_medians[name] = run.GetAdjustedRealTime();
+            else if (run.run_type == Run::RT_Iteration)
+                m_times[name] = run.GetAdjustedRealTime();
+        }
         ConsoleReporter::ReportRuns(runs);
     }
     void Finalize() override {
@@ -178,13 +184,19 @@ public:
 
 private:
     void Ratio(const std::string& library, const std::string& reference) {
-        auto l = m_times.find(library);
-        auto r = m_times.find(reference);
-        if (l == m_times.end() || r == m_times.end() || r->second <= 0) return;
-        std::printf("ratio %-28s / %-32s = %.2f\n", library.c_str(), reference.c_str(),
-                    l->second / r->second);
+        const double l = TimeOf(library);
+        const double r = TimeOf(reference);
+        if (l <= 0 || r <= 0) return;
+        std::printf("ratio %-28s / %-34s = %.2f\n", library.c_str(), reference.c_str(), l / r);
+    }
+    double TimeOf(const std::string& name) const {
+        auto median = m_medians.find(name);
+        if (median != m_medians.end()) return median->second;
+        auto single = m_times.find(name);
+        return single != m_times.end() ? single->second : 0;
     }
     std::map<std::string, double> m_times;
+    std::map<std::string, double> m_medians;
 };
 
 }  // namespace

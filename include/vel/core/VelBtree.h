@@ -24,9 +24,7 @@ inline int VelCompareKeys(const cow_String& a, const cow_String& b) {
 }
 
 template <class K, class V>
-class VelBtree;
-template <class K, class V>
-class VelAutoBtree;
+class VelBtreeMap;
 template <class Node>
 struct VelBtreeAlgorithms;
 
@@ -59,8 +57,7 @@ public:
 
 private:
     friend struct VelBtreeAlgorithms<VelBtreeNode>;
-    friend class VelBtree<K, V>;
-    friend class VelAutoBtree<K, V>;
+    friend class VelBtreeMap<K, V>;
 
     // Replacing a plain value assigns it; replacing a holder ends the old one (and its object's
     // life record) before the new one moves in.
@@ -287,38 +284,17 @@ private:
 template <class K, class V>
 using VelBtreeNodeLink = VelBtreeStackCell<VelBtreeNode<K, V>>;
 
-// An ordered map of plain, copyable values: a height-balanced binary search tree with one key per
-// node.  Keys are ordered by VelCompareKeys.
+// What the two ordered maps share: the root, the count, and every operation but insertion and
+// copying.  Keys are ordered by VelCompareKeys.
 template <class K, class V>
-class VelBtree {
+class VelBtreeMap {
 public:
     using Node = VelBtreeNode<K, V>;
 
-    VelBtree() = default;
-    VelBtree(const VelBtree& other) : m_Root(Tree::Clone(other.m_Root)), m_Count(other.m_Count) {}
-    VelBtree& operator=(const VelBtree& other) {
-        if (&other != this) {
-            VelBtree copy(other);
-            Swap(copy);
-        }
-        return *this;
-    }
-    ~VelBtree() { Clear(); }
+    VelBtreeMap(const VelBtreeMap&) = delete;
+    VelBtreeMap& operator=(const VelBtreeMap&) = delete;
 
-    // True when a new entry was made.  An existing key keeps its entry; its value is replaced
-    // when `replace` is true.
-    bool Insert(const K& key, const V& value, bool replace) {
-        if (!m_Root) {
-            m_Root = new Node(key, value);
-            m_Count = 1;
-            return true;
-        }
-        bool made = Tree::InsertBelow(m_Root, key, value, replace);
-        m_Root = Tree::Rebalance(m_Root);
-        if (made) ++m_Count;
-        return made;
-    }
-
+    // Destroys the entry's value with its node.
     bool Remove(const K& key) {
         if (!Tree::RemoveBelow(m_Root, key)) return false;
         if (m_Root) m_Root = Tree::Rebalance(m_Root);
@@ -338,19 +314,40 @@ public:
         m_Root = nullptr;
         m_Count = 0;
     }
-    void Swap(VelBtree& other) {
+
+    int Count() const { return m_Count; }
+    const Node* Root() const { return m_Root; }
+    // The slot that holds the root, for walks that must see the map's current root.
+    Node* const& RootSlot() const { return m_Root; }
+
+protected:
+    using Tree = VelBtreeAlgorithms<Node>;
+
+    VelBtreeMap() = default;
+    VelBtreeMap(Node* root, int count) : m_Root(root), m_Count(count) {}
+    ~VelBtreeMap() { Clear(); }
+
+    // True when a new entry was made.  An existing key keeps its entry; its value is replaced
+    // when `replace` is true.
+    template <class Value>
+    bool InsertValue(const K& key, Value&& value, bool replace) {
+        if (!m_Root) {
+            m_Root = new Node(key, std::forward<Value>(value));
+            m_Count = 1;
+            return true;
+        }
+        bool made = Tree::InsertBelow(m_Root, key, std::forward<Value>(value), replace);
+        m_Root = Tree::Rebalance(m_Root);
+        if (made) ++m_Count;
+        return made;
+    }
+
+    void SwapWith(VelBtreeMap& other) {
         std::swap(m_Root, other.m_Root);
         std::swap(m_Count, other.m_Count);
     }
 
-    int Count() const { return m_Count; }
-    const Node* Root() const { return m_Root; }
-
 private:
-    using Tree = VelBtreeAlgorithms<Node>;
-    template <class, class>
-    friend class VelBtreeIterator;
-
     template <class Pointer>
     static Pointer Present(Pointer value) {
         VelVALIDATE(value && "the key is not in the map");
@@ -362,12 +359,34 @@ private:
     int m_Count = 0;
 };
 
+// An ordered map of plain, copyable values: a height-balanced binary search tree with one key per
+// node.
+template <class K, class V>
+class VelBtree : public VelBtreeMap<K, V> {
+public:
+    VelBtree() = default;
+    VelBtree(const VelBtree& other)
+        : VelBtreeMap<K, V>(VelBtreeMap<K, V>::Tree::Clone(other.Root()), other.Count()) {}
+    VelBtree& operator=(const VelBtree& other) {
+        if (&other != this) {
+            VelBtree copy(other);
+            Swap(copy);
+        }
+        return *this;
+    }
+
+    bool Insert(const K& key, const V& value, bool replace) {
+        return this->InsertValue(key, value, replace);
+    }
+    void Swap(VelBtree& other) { this->SwapWith(other); }
+};
+
 // Walks a VelBtree in key order.  First() or Last() starts a walk.
 template <class K, class V>
 class VelBtreeIterator : public VelBtreeWalk<VelBtreeNode<K, V>> {
 public:
     explicit VelBtreeIterator(const VelBtree<K, V>& map)
-        : VelBtreeWalk<VelBtreeNode<K, V>>(map.m_Root) {}
+        : VelBtreeWalk<VelBtreeNode<K, V>>(map.RootSlot()) {}
 
     const K& CurrentKey() const { return this->Current()->Key(); }
     const V& CurrentValue() const { return this->Current()->Value(); }

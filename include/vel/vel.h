@@ -56,8 +56,10 @@
 #include "vel/hdf/hdf_Utils.h"
 
 // context
+#include "vel/context/VelCSet.h"
 #include "vel/context/VelCSetID.h"
 #include "vel/context/VelCollectionID.h"
+#include "vel/context/VelCollectionRef.h"
 #include "vel/context/VelCompartment.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelContextRef.h"

@@ -8,14 +8,17 @@
 
 namespace {
 
-template <class ID>
-VelArray<ID> KeysOf(const VelBtree<ID, hdf_Group>& map) {
+template <class ID, class Map, class Iterator>
+VelArray<ID> KeysOf(const Map& map) {
     VelArray<ID> ids(map.Count());
     int i = 0;
-    VelBtreeIterator<ID, hdf_Group> it(map);
+    Iterator it(map);
     for (it.First(); !it.IsDone(); it.Next()) ids[i++] = it.CurrentKey();
     return ids;
 }
+
+using CollectionMap = VelAutoBtree<VelCollectionID, VelAutoPtr<VelCollection>>;
+using CollectionIterator = VelAutoBtreeIterator<VelCollectionID, VelAutoPtr<VelCollection>>;
 
 }  // namespace
 
@@ -106,8 +109,11 @@ void VelContext::LoadObject(const TypedMember& member) {
         case VelObjectKindCollection:
             // A stored collection is color 0, and its serial was handed out before.
             VelASSERT(VelCollectionID::ColorOf(minor) == 0 && minor < m_nextID);
-            inserted = m_collectionMap.Insert(VelIDAccess::MakeCollectionID(m_myID, minor),
-                                              member.group, false);
+            {
+                const VelCollectionID id = VelIDAccess::MakeCollectionID(m_myID, minor);
+                inserted = m_collectionMap.Insert(
+                    id, VelCollection::Open(member.group, id, m_readOnly, Pool()), false);
+            }
             break;
         case VelObjectKindDistribution:
             inserted = m_distributionMap.Insert(VelIDAccess::MakeDistributionID(m_myID, minor),
@@ -158,12 +164,16 @@ int VelContext::ObjectCount() const {
 }
 
 void VelContext::WriteBack() {
+    CollectionIterator it(m_collectionMap);
+    for (it.First(); !it.IsDone(); it.Next()) it.CurrentValue()->Flush(false);
     const int attributes[2] = {m_nextID, ObjectCount() + 2 * VelNUM_CONTEXT_TYPES};
     VelContextLayout::WriteContextAttributes(m_file, attributes);
 }
 
 void VelContext::Close() {
     if (!m_file.IsEmpty() && !m_readOnly) WriteBack();
+    CollectionIterator it(m_collectionMap);
+    for (it.First(); !it.IsDone(); it.Next()) it.CurrentValue()->Close();
     m_collectionMap.Clear();
     m_distributionMap.Clear();
     m_dsetMap.Clear();
@@ -175,6 +185,18 @@ void VelContext::Close() {
 int VelContext::AllocateCollectionSerial() {
     VelASSERT(m_nextID < VelCollectionID::e_ExcessiveCollectionID);
     return m_nextID++;
+}
+
+VelCollectionID VelContext::CreateCollection(int size) {
+    const VelCollectionID id = VelIDAccess::MakeCollectionID(m_myID, AllocateCollectionSerial());
+    m_collectionMap.Insert(id, VelCollection::Create(m_file, id, size, m_readOnly, Pool()), false);
+    return id;
+}
+
+VelCollection& VelContext::Collection(const VelCollectionID& id) {
+    const VelCollectionID cid = id.AltColor(0);
+    VelVALIDATE(m_collectionMap.IsMember(cid));
+    return *m_collectionMap.Get(cid);
 }
 
 VelCollectionID VelContext::CollectionID(int minorWord) const {
@@ -190,13 +212,15 @@ VelDistributionID VelContext::DistributionID(int minor) const {
 }
 
 VelArray<VelCollectionID> VelContext::Collections() const {
-    return KeysOf(m_collectionMap);
+    return KeysOf<VelCollectionID, CollectionMap, CollectionIterator>(m_collectionMap);
 }
 
 VelArray<VelDistributionID> VelContext::Distributions() const {
-    return KeysOf(m_distributionMap);
+    return KeysOf<VelDistributionID, VelBtree<VelDistributionID, hdf_Group>,
+                  VelBtreeIterator<VelDistributionID, hdf_Group>>(m_distributionMap);
 }
 
 VelArray<VelDSetID> VelContext::DSets() const {
-    return KeysOf(m_dsetMap);
+    return KeysOf<VelDSetID, VelBtree<VelDSetID, hdf_Group>,
+                  VelBtreeIterator<VelDSetID, hdf_Group>>(m_dsetMap);
 }

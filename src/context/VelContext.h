@@ -4,12 +4,15 @@
 #include <optional>
 #include <vector>
 
+#include "context/VelCollection.h"
 #include "context/VelSignature.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelDSetID.h"
 #include "vel/context/VelDistributionID.h"
 #include "vel/core/VelArray.h"
+#include "vel/core/VelAutoBtree.h"
+#include "vel/core/VelAutoPtr.h"
 #include "vel/core/VelBtree.h"
 #include "vel/hdf/hdf_File.h"
 #include "vel/platform/cow_String.h"
@@ -18,9 +21,10 @@
 // One open database file, owned by the manager.
 //
 // The context keeps the file, its cache pool, the next collection serial (m_nextID) and a map
-// per kind of object from the object's ID to its group.  The maps are filled when a file is
-// loaded (collections in a first pass, then distributions and DSets, which refer to
-// collections) and their sizes are what "Context attributes" counts at write-back.
+// per kind of object from the object's ID to the object (collections) or its group.  The maps
+// are filled when a file is loaded (collections in a first pass, then distributions and DSets,
+// which refer to collections) and their sizes are what "Context attributes" counts at
+// write-back, where every collection is flushed.
 //
 // Every method that touches the file may throw hdf_Exception; the manager turns an escaping
 // exception into a printed message and an assertion failure.
@@ -60,6 +64,10 @@ public:
 
     // Takes the next collection serial number.
     int AllocateCollectionSerial();
+    // A new collection of `size` members, color 0; the context must be writable.
+    VelCollectionID CreateCollection(int size);
+    // The collection `id` names, whatever its color; it must be in this context.
+    VelCollection& Collection(const VelCollectionID& id);
 
     // The full ID of the collection whose minor word is `minorWord` (its color kept); the
     // collection must be in this context.
@@ -95,7 +103,8 @@ private:
     bool m_readOnly;
     std::optional<mem_CachePool> m_pool;
     int m_nextID;
-    VelBtree<VelCollectionID, hdf_Group> m_collectionMap;
+    // Keyed by color 0 IDs.
+    VelAutoBtree<VelCollectionID, VelAutoPtr<VelCollection>> m_collectionMap;
     VelBtree<VelDistributionID, hdf_Group> m_distributionMap;
     VelBtree<VelDSetID, hdf_Group> m_dsetMap;
     hdf_Group m_stringTable;

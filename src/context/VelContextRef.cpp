@@ -19,6 +19,10 @@ VelArray<VelDSetID> VelContextRef::DSets() const {
     return Target().DSets();
 }
 
+VelCollectionID VelContextRef::CreateCollection(int size) const {
+    return Target().CreateCollection(size);
+}
+
 hdf_File VelContextRef::File() const {
     return Target().File();
 }

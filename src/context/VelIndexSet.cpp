@@ -13,12 +13,13 @@ public:
     bool Next(VelIndexSet::Run& run) {
         switch (m_set.m_form) {
             case VelIndexSet::FormStrided:
-                if (m_next >= m_set.m_count) return false;
-                if (m_set.m_stride == 1) {
+                if (m_next >= m_set.Blocks()) return false;
+                if (m_set.m_block == m_set.m_stride) {
                     run = {m_set.m_start, m_set.m_count};
-                    m_next = m_set.m_count;
+                    m_next = m_set.Blocks();
                 } else {
-                    run = {static_cast<int>(m_set.m_start + int64_t(m_next) * m_set.m_stride), 1};
+                    run = {static_cast<int>(m_set.m_start + m_next * m_set.m_stride),
+                           m_set.m_block};
                     ++m_next;
                 }
                 return true;
@@ -71,28 +72,78 @@ void AppendRun(std::vector<VelIndexSet::Run>& runs, int64_t first, int64_t end) 
 
 VelIndexSet* VelIndexSet::FromStrided(int start, int count, int stride) {
     VelASSERT(start >= 0 && count >= 0 && stride >= 1);
+    return FromBlocks(start, stride, count, 1);
+}
+
+VelIndexSet* VelIndexSet::FromBlocks(int start, int stride, int blocks, int block) {
+    VelASSERT(start >= 0 && stride >= 1 && blocks >= 0 && block >= 1);
+    VelASSERT(blocks <= 1 || stride >= block);
+    VelASSERT(int64_t(blocks) * block <= INT32_MAX);
     VelIndexSet* set = new VelIndexSet();
     set->m_form = FormStrided;
-    set->m_start = count ? start : 0;
-    set->m_count = count;
-    set->m_stride = count > 1 ? stride : 1;
+    set->m_count = blocks * block;
+    if (set->m_count == 0) return set;
+    set->m_start = start;
+    // Blocks that touch make one range, kept as stride 1.
+    if (blocks > 1 && stride != block) {
+        set->m_stride = stride;
+        set->m_block = block;
+    }
     return set;
 }
 
+VelIndexSet::AscendingScan VelIndexSet::ScanAscending(const int* members, int count) {
+    AscendingScan scan;
+    scan.runs = count > 0 ? 1 : 0;
+    if (count < 2) return scan;
+    const int64_t step = int64_t(members[1]) - members[0];
+    // Plain counters rather than early exits: the loop stays branch-free and vectorises, which
+    // matters for lists of tens of millions of members.
+    int64_t steps = 0, breaks = 0, evenSteps = 0;
+    for (int i = 1; i < count; ++i) {
+        const int64_t gap = int64_t(members[i]) - members[i - 1];
+        steps += gap > 0;
+        breaks += gap != 1;
+        evenSteps += gap == step;
+    }
+    scan.strictlyAscending = steps == count - 1;
+    scan.runs = breaks + 1;
+    scan.evenlySpaced = evenSteps == count - 1;
+    return scan;
+}
+
+bool VelIndexSet::KeepsExplicitList(const AscendingScan& scan, int count) {
+    return scan.strictlyAscending && !scan.evenlySpaced && scan.runs * 2 > count;
+}
+
 VelIndexSet* VelIndexSet::FromAscending(const int* members, int count) {
+    return FromAscending(members, count, ScanAscending(members, count));
+}
+
+VelIndexSet* VelIndexSet::FromAscending(const int* members, int count, const AscendingScan& scan) {
+    VelASSERT(scan.strictlyAscending);
     if (count == 0) return FromStrided(0, 0, 1);
-    if (count >= 2) {
-        const int64_t step = int64_t(members[1]) - members[0];
-        bool uniform = step >= 1;
-        for (int i = 2; uniform && i < count; ++i)
-            uniform = int64_t(members[i]) - members[i - 1] == step;
-        if (uniform) return FromStrided(members[0], count, static_cast<int>(step));
+    if (scan.evenlySpaced)
+        return FromStrided(members[0], count, count > 1 ? members[1] - members[0] : 1);
+    if (KeepsExplicitList(scan, count)) {
+        VelIndexSet* set = new VelIndexSet();
+        set->m_form = FormList;
+        set->m_count = count;
+        set->m_sorted.assign(members, members + count);
+        return set;
     }
     std::vector<Run> runs;
-    for (int i = 0; i < count; ++i) {
-        VelASSERT(i == 0 || members[i] > members[i - 1]);
-        AppendRun(runs, members[i], int64_t(members[i]) + 1);
+    runs.reserve(static_cast<size_t>(scan.runs));
+    Run run = {members[0], 1};
+    for (int i = 1; i < count; ++i) {
+        if (int64_t(members[i]) == RunEnd(run)) {
+            ++run.length;
+        } else {
+            runs.push_back(run);
+            run = {members[i], 1};
+        }
     }
+    runs.push_back(run);
     return FromRunsChoosingForm(std::move(runs));
 }
 
@@ -104,21 +155,19 @@ VelIndexSet* VelIndexSet::FromRuns(std::vector<Run> runs) {
 
 VelIndexSet* VelIndexSet::FromRunsChoosingForm(std::vector<Run> runs) {
     int64_t count = 0;
-    bool singletons = true;
-    for (const Run& r : runs) {
-        count += r.length;
-        singletons = singletons && r.length == 1;
-    }
+    for (const Run& r : runs) count += r.length;
     VelASSERT(count <= INT32_MAX);
     if (runs.empty()) return FromStrided(0, 0, 1);
     if (runs.size() == 1) return FromStrided(runs[0].first, runs[0].length, 1);
-    if (singletons) {
-        const int64_t step = int64_t(runs[1].first) - runs[0].first;
-        bool uniform = true;
-        for (size_t i = 2; uniform && i < runs.size(); ++i)
-            uniform = int64_t(runs[i].first) - runs[i - 1].first == step;
-        if (uniform) return FromStrided(runs[0].first, static_cast<int>(count), int(step));
-    }
+    // Runs of one length, evenly spaced: blocks in constant space.
+    const int64_t step = int64_t(runs[1].first) - runs[0].first;
+    bool even = true;
+    for (size_t i = 1; even && i < runs.size(); ++i)
+        even =
+            runs[i].length == runs[0].length && int64_t(runs[i].first) - runs[i - 1].first == step;
+    if (even)
+        return FromBlocks(runs[0].first, static_cast<int>(step), static_cast<int>(runs.size()),
+                          runs[0].length);
     VelIndexSet* set = new VelIndexSet();
     set->m_count = static_cast<int>(count);
     if (int64_t(runs.size()) * 2 < count) {
@@ -134,14 +183,19 @@ VelIndexSet* VelIndexSet::FromRunsChoosingForm(std::vector<Run> runs) {
 }
 
 VelIndexSet* VelIndexSet::FromPermutation(const int* order, int count) {
+    std::vector<int> sorted(order, order + count);
+    std::sort(sorted.begin(), sorted.end());
+    VelASSERT(std::adjacent_find(sorted.begin(), sorted.end()) == sorted.end());
+    return FromPermutation(std::vector<int>(order, order + count), std::move(sorted));
+}
+
+VelIndexSet* VelIndexSet::FromPermutation(std::vector<int> order, std::vector<int> sorted) {
+    VelASSERT(order.size() == sorted.size() && order.size() <= size_t(INT32_MAX));
     VelIndexSet* set = new VelIndexSet();
     set->m_form = FormPermutation;
-    set->m_count = count;
-    set->m_order.assign(order, order + count);
-    set->m_sorted = set->m_order;
-    std::sort(set->m_sorted.begin(), set->m_sorted.end());
-    VelASSERT(std::adjacent_find(set->m_sorted.begin(), set->m_sorted.end()) ==
-              set->m_sorted.end());
+    set->m_count = static_cast<int>(order.size());
+    set->m_order = std::move(order);
+    set->m_sorted = std::move(sorted);
     return set;
 }
 
@@ -151,24 +205,16 @@ VelIndexSet* VelIndexSet::FromBitVector(const omi_BlkBitVect& bits) {
     return FromRunsChoosingForm(std::move(runs));
 }
 
-// Takes over strictly ascending members and picks the form in one pass over them.
+// Takes over strictly ascending members and picks the form in one pass over them; a list is
+// kept without a copy.
 VelIndexSet* VelIndexSet::FromSortedMembers(std::vector<int> members) {
-    const size_t n = members.size();
-    if (n < 2) return FromAscending(members.data(), static_cast<int>(n));
-    VelASSERT(n <= size_t(INT32_MAX));
-    const int64_t step = int64_t(members[1]) - members[0];
-    bool uniform = true;
-    size_t runs = 1;
-    for (size_t i = 1; i < n; ++i) {
-        const int64_t gap = int64_t(members[i]) - members[i - 1];
-        uniform = uniform && gap == step;
-        runs += gap != 1;
-    }
-    if (uniform) return FromStrided(members[0], static_cast<int>(n), static_cast<int>(step));
-    if (runs * 2 < n) return FromAscending(members.data(), static_cast<int>(n));
+    VelASSERT(members.size() <= size_t(INT32_MAX));
+    const int n = static_cast<int>(members.size());
+    const AscendingScan scan = ScanAscending(members.data(), n);
+    if (!KeepsExplicitList(scan, n)) return FromAscending(members.data(), n, scan);
     VelIndexSet* set = new VelIndexSet();
     set->m_form = FormList;
-    set->m_count = static_cast<int>(n);
+    set->m_count = n;
     set->m_sorted = std::move(members);
     return set;
 }
@@ -251,7 +297,7 @@ bool VelIndexSet::IsMember(int member) const {
     switch (m_form) {
         case FormStrided: {
             const int64_t offset = int64_t(member) - m_start;
-            return offset >= 0 && offset % m_stride == 0 && offset / m_stride < m_count;
+            return offset >= 0 && offset / m_stride < Blocks() && offset % m_stride < m_block;
         }
         case FormRuns: {
             auto after = std::upper_bound(m_runs.begin(), m_runs.end(), member,
@@ -270,7 +316,7 @@ bool VelIndexSet::Bounds(int& lowest, int& highest) const {
     switch (m_form) {
         case FormStrided:
             lowest = m_start;
-            highest = static_cast<int>(m_start + int64_t(m_count - 1) * m_stride);
+            highest = static_cast<int>(m_start + int64_t(Blocks() - 1) * m_stride + m_block - 1);
             return true;
         case FormRuns:
             lowest = m_runs.front().first;
@@ -288,8 +334,10 @@ bool VelIndexSet::Bounds(int& lowest, int& highest) const {
 void VelIndexSet::Members(int* out) const {
     switch (m_form) {
         case FormStrided:
-            for (int i = 0; i < m_count; ++i)
-                out[i] = static_cast<int>(m_start + int64_t(i) * m_stride);
+            for (int k = 0; k < Blocks(); ++k) {
+                const int first = static_cast<int>(m_start + int64_t(k) * m_stride);
+                for (int j = 0; j < m_block; ++j) *out++ = first + j;
+            }
             return;
         case FormRuns:
             for (const Run& r : m_runs)
@@ -307,6 +355,35 @@ void VelIndexSet::OrderedMembers(int* out) const {
         std::copy(m_order.begin(), m_order.end(), out);
     else
         Members(out);
+}
+
+void VelIndexSet::Permutation(int* out) const {
+    if (m_form != FormPermutation) {
+        for (int i = 0; i < m_count; ++i) out[i] = i;
+        return;
+    }
+    for (int i = 0; i < m_count; ++i) {
+        const int member = m_order[size_t(i)];
+        out[i] = static_cast<int>(std::lower_bound(m_sorted.begin(), m_sorted.end(), member) -
+                                  m_sorted.begin());
+    }
+}
+
+void VelIndexSet::SelectMembers(const omi_BlkBitVect& bits, bool ownOrder,
+                                std::vector<int>& out) const {
+    const int64_t limit = bits.Size();
+    if (ownOrder && m_form == FormPermutation) {
+        for (int member : m_order)
+            if (member < limit && bits.Test(member)) out.push_back(member);
+        return;
+    }
+    VelIndexSetRunCursor cursor(*this);
+    Run run;
+    while (cursor.Next(run)) {
+        const int64_t end = std::min(RunEnd(run), limit);
+        for (int64_t m = run.first; m < end; ++m)
+            if (bits.Test(m)) out.push_back(static_cast<int>(m));
+    }
 }
 
 void VelIndexSet::AsBitVector(omi_BlkBitVect& bits, int64_t size) const {
@@ -330,7 +407,7 @@ std::vector<VelIndexSet::Run> VelIndexSet::Runs() const {
 size_t VelIndexSet::RunCountBound() const {
     switch (m_form) {
         case FormStrided:
-            return m_stride == 1 ? 1 : static_cast<size_t>(m_count);
+            return m_block == m_stride ? 1 : static_cast<size_t>(Blocks());
         case FormRuns:
             return m_runs.size();
         case FormList:
@@ -343,7 +420,7 @@ size_t VelIndexSet::RunCountBound() const {
 int64_t VelIndexSet::Weight() const {
     switch (m_form) {
         case FormStrided:
-            return 3;
+            return 4;
         case FormRuns:
             return 2 * int64_t(m_runs.size());
         case FormList:
@@ -359,7 +436,7 @@ int64_t VelIndexSet::Weight() const {
 int VelIndexSet::EncodedLength() const {
     switch (m_form) {
         case FormStrided:
-            return 4;
+            return m_block == 1 ? 4 : 5;
         case FormRuns:
             return 3 + 2 * static_cast<int>(m_runs.size());
         case FormList:
@@ -376,6 +453,7 @@ void VelIndexSet::Encode(int* out) const {
         case FormStrided:
             out[0] = m_start;
             out[1] = m_stride;
+            if (m_block != 1) out[2] = m_block;
             return;
         case FormRuns:
             *out++ = static_cast<int>(m_runs.size());
@@ -411,12 +489,20 @@ VelIndexSet* VelIndexSet::Decode(const int* data, int64_t length, int collection
         return Refuse(error, "index set count outside the collection");
     switch (form) {
         case FormStrided: {
-            if (length != 4) return Refuse(error, "strided index set of the wrong length");
+            if (length != 4 && length != 5)
+                return Refuse(error, "strided index set of the wrong length");
             const int start = data[2], stride = data[3];
+            const int block = length == 5 ? data[4] : 1;
             if (stride < 1 || start < 0) return Refuse(error, "strided index set with bad step");
-            if (count > 0 && start + int64_t(count - 1) * stride >= collectionSize)
+            // Blocks are stored only in the shape FromBlocks keeps them.
+            if (length == 5 &&
+                (block < 2 || stride <= block || count % block != 0 || count / block < 2))
+                return Refuse(error, "strided index set with bad blocks");
+            const int blocks = count / block;
+            if (count > 0 &&
+                start + int64_t(blocks - 1) * stride + block - 1 >= int64_t(collectionSize))
                 return Refuse(error, "strided index set reaches past the collection");
-            return FromStrided(start, count, stride);
+            return FromBlocks(start, stride, blocks, block);
         }
         case FormRuns: {
             if (length < 3) return Refuse(error, "run index set shorter than its header");
@@ -442,31 +528,38 @@ VelIndexSet* VelIndexSet::Decode(const int* data, int64_t length, int collection
             return set;
         }
         case FormList:
-        case FormPermutation: {
+        case FormPermutation:
             if (length != 2 + int64_t(count))
                 return Refuse(error, "member index set of the wrong length");
-            std::vector<int> members(data + 2, data + 2 + count);
-            for (int m : members)
-                if (m < 0 || m >= collectionSize)
-                    return Refuse(error, "member outside the collection");
-            VelIndexSet* set = new VelIndexSet();
-            set->m_form = static_cast<Form>(form);
-            set->m_count = count;
-            if (form == FormPermutation) {
-                set->m_order = members;
-                std::sort(members.begin(), members.end());
-            } else if (!std::is_sorted(members.begin(), members.end())) {
-                delete set;
-                return Refuse(error, "listed members not ascending");
-            }
-            if (std::adjacent_find(members.begin(), members.end()) != members.end()) {
-                delete set;
-                return Refuse(error, "member listed twice");
-            }
-            set->m_sorted = std::move(members);
-            return set;
-        }
+            return DecodeMembers(static_cast<Form>(form), std::vector<int>(data + 2, data + length),
+                                 collectionSize, error);
         default:
             return Refuse(error, "unknown index set form");
     }
+}
+
+VelIndexSet* VelIndexSet::DecodeMembers(Form form, std::vector<int> members, int collectionSize,
+                                        const char** error) {
+    VelASSERT(form == FormList || form == FormPermutation);
+    if (members.size() > size_t(collectionSize))
+        return Refuse(error, "index set count outside the collection");
+    if (form == FormList) {
+        const int count = static_cast<int>(members.size());
+        if (!ScanAscending(members.data(), count).strictlyAscending) {
+            const auto wrong = std::adjacent_find(members.begin(), members.end(),
+                                                  [](int a, int b) { return a >= b; });
+            return Refuse(error, *wrong == *(wrong + 1) ? "member listed twice"
+                                                        : "listed members not ascending");
+        }
+        if (count > 0 && (members.front() < 0 || members.back() >= collectionSize))
+            return Refuse(error, "member outside the collection");
+        return FromSortedMembers(std::move(members));
+    }
+    for (int m : members)
+        if (m < 0 || m >= collectionSize) return Refuse(error, "member outside the collection");
+    std::vector<int> sorted = members;
+    std::sort(sorted.begin(), sorted.end());
+    if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
+        return Refuse(error, "member listed twice");
+    return FromPermutation(std::move(members), std::move(sorted));
 }

@@ -10,16 +10,18 @@
 // The decoded, immutable member set of one CSet, as the collection layer keeps it in its cache.
 //
 // An ascending set is held in the smallest of three forms:
-//   strided      start, count, stride: constant space whatever the count (the full set of a
-//                collection is strided with stride 1);
+//   strided      blocks of `block` consecutive members, `stride` apart, from `start`: constant
+//                space whatever the count.  Block 1 is the plain stride (every third member);
+//                a single block is a range (the full set of a collection is the range 0..size-1).
+//                Chosen for evenly spaced members, one run, or runs of one length evenly spaced;
 //   runs         maximal runs of consecutive members, when there are fewer than half as many runs
 //                as members;
 //   list         the sorted members otherwise.
 // A permutation set keeps its member order and, beside it, its members sorted.
 //
 // The same forms are the stored encoding in a collection's "IndexSets" dataset, a sequence of
-// native ints:
-//   strided      [1, count, start, stride]
+// native ints (count is always the number of members):
+//   strided      [1, count, start, stride], or [1, count, start, stride, block] for block > 1
 //   runs         [2, count, number of runs, first member of run 1, length of run 1, ...]
 //   list         [3, count, member 1, member 2, ...]
 //   permutation  [4, count, member in order 1, member in order 2, ...]
@@ -34,14 +36,34 @@ public:
         int length;
     };
 
+    // What one pass over members that should be strictly ascending found.
+    struct AscendingScan {
+        bool strictlyAscending = true;
+        // Maximal runs of consecutive members (meaningful when strictly ascending).
+        int64_t runs = 0;
+        // Every member the same distance after the one before it.
+        bool evenlySpaced = true;
+    };
+    static AscendingScan ScanAscending(const int* members, int count);
+    // True when FromAscending keeps members of this scan as an explicit list: then the list is
+    // stored exactly as given, and a caller can write it from its own buffer.
+    static bool KeepsExplicitList(const AscendingScan& scan, int count);
+
     // `members` must be strictly ascending.
     static VelIndexSet* FromAscending(const int* members, int count);
+    // The same when the caller has scanned them already.
+    static VelIndexSet* FromAscending(const int* members, int count, const AscendingScan& scan);
     // Members start, start + stride, ... (count of them); stride must be at least 1.
     static VelIndexSet* FromStrided(int start, int count, int stride);
+    // `blocks` blocks of `block` consecutive members, the first at `start`, each `stride` after
+    // the one before; blocks must not overlap (stride >= block unless there is one block).
+    static VelIndexSet* FromBlocks(int start, int stride, int blocks, int block);
     // Ascending, non-empty, non-touching runs.
     static VelIndexSet* FromRuns(std::vector<Run> runs);
     // `order` must hold distinct members; they keep their order.
     static VelIndexSet* FromPermutation(const int* order, int count);
+    // The same when the caller already has the members sorted: `sorted` is `order` sorted.
+    static VelIndexSet* FromPermutation(std::vector<int> order, std::vector<int> sorted);
     static VelIndexSet* FromBitVector(const omi_BlkBitVect& bits);
 
     // Both results are ascending, whatever the order of the operands; time is linear in the runs
@@ -53,6 +75,10 @@ public:
     // `collectionSize` members.
     static VelIndexSet* Decode(const int* data, int64_t length, int collectionSize,
                                const char** error);
+    // The same for a list or permutation whose members (the ints after the two-int header) the
+    // caller has read into `members`; they are taken over, not copied.
+    static VelIndexSet* DecodeMembers(Form form, std::vector<int> members, int collectionSize,
+                                      const char** error);
     int EncodedLength() const;
     void Encode(int* out) const;
 
@@ -66,6 +92,12 @@ public:
     void Members(int* out) const;
     // The members in the set's own order (ascending unless a permutation).
     void OrderedMembers(int* out) const;
+    // For each position of the set's own order, the position of that member in ascending order:
+    // OrderedMembers()[i] == Members()[out[i]].  The identity for an ascending set.
+    void Permutation(int* out) const;
+    // Appends the members set in `bits`, in the set's own order (`ownOrder`) or ascending;
+    // members at or past bits.Size() count as not set.
+    void SelectMembers(const omi_BlkBitVect& bits, bool ownOrder, std::vector<int>& out) const;
     // Bits of the members set in a vector of `size` bits.
     void AsBitVector(omi_BlkBitVect& bits, int64_t size) const;
     // The ascending members as maximal runs.
@@ -73,6 +105,7 @@ public:
     // No fewer than the number of maximal runs of the members.
     size_t RunCountBound() const;
 
+    // The ints the decoded set holds (its cost to the cache while idle).
     int64_t Weight() const override;
 
 private:
@@ -82,13 +115,17 @@ private:
     static VelIndexSet* FromSortedMembers(std::vector<int> members);
     bool HasExplicitMembers() const;
     static VelIndexSet* IntersectRuns(const std::vector<Run>& a, const std::vector<Run>& b);
+    int Blocks() const { return m_count / m_block; }
 
     Form m_form = FormStrided;
     int m_count = 0;
-    // FormStrided
+    // FormStrided: m_count is a whole number of blocks.  A block of more than one member only
+    // with two blocks or more that neither touch nor overlap (m_stride > m_block); a single
+    // block is kept as stride 1, block 1.
     int m_start = 0;
     int m_stride = 1;
-    // FormRuns: run starts ascending, and the number of members before each run.
+    int m_block = 1;
+    // FormRuns: run starts ascending.
     std::vector<Run> m_runs;
     // FormList: the members; FormPermutation: the members sorted.
     std::vector<int> m_sorted;

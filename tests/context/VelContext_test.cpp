@@ -25,12 +25,15 @@ protected:
     }
     void TearDown() override { UTI_VelDynamicAPI_finalize(m_modules); }
 
-    // Lays out, with the HDF5 C API, what a context holding two collections (serials 0 and 1),
-    // a distribution (minor 5), a DSet (minor 2) and a foreign group would look like.
+    // Two collections (serials 0 and 1) made by the library, then laid out with the HDF5 C API
+    // what a distribution (minor 5), a DSet (minor 2) and a foreign group would look like.
     void AddObjects() {
+        const VelContextID id = Open();
+        ASSERT_FALSE(id.IsNull());
+        VelContextRef(id).CreateCollection(10);
+        VelContextRef(id).CreateCollection(20);
+        VelManager::CloseContext(id);
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000000", {0, 0});
-        raw.MakeTypedGroup("00000001", {0, 1});
         raw.MakeTypedGroup("00000005", {1, 5});
         raw.MakeTypedGroup("DSet00000002", {2, 2});
         raw.MakeTypedGroup("form-1-0", {});
@@ -138,6 +141,10 @@ TEST_F(VelContextDeathTest, GroupCountMustAgreeWithContextAttributes) {
         raw.WriteInts("Context attributes", {0, 9});
     }
     ExpectAssertFailure(Open(), "numLoaded == sz-2*VelNUM_CONTEXT_TYPES");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.WriteInts("Context attributes", {0, 8});
+    }
     AddObjects();
     {
         RawFile raw(m_file.str(), H5F_ACC_RDWR);

@@ -25,6 +25,10 @@ public:
     VelArray<VelDistributionID> Distributions() const;
     VelArray<VelDSetID> DSets() const;
 
+    // A new collection of members 0 .. size-1 (color 0), with its empty and full CSets; the
+    // context must be open for writing.
+    VelCollectionID CreateCollection(int size) const;
+
     // The database file (a copy sharing the context's HDF5 identifier).
     hdf_File File() const;
     // The context's cache pool, from which its collections' caches draw.

@@ -23,4 +23,8 @@ private:
     std::vector<T> m_items;
 };
 
+// The name under which interfaces that fill a list of results take the same array.
+template <class T>
+using cow_1DArrayList = cow_1DArray<T>;
+
 #endif

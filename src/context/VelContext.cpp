@@ -19,6 +19,10 @@ VelArray<ID> KeysOf(const Map& map) {
 
 using CollectionMap = VelAutoBtree<VelCollectionID, VelAutoPtr<VelCollection>>;
 using CollectionIterator = VelAutoBtreeIterator<VelCollectionID, VelAutoPtr<VelCollection>>;
+using DistributionMap = VelAutoBtree<VelDistributionID, VelAutoPtr<VelDistribution>>;
+using DistributionIterator = VelAutoBtreeIterator<VelDistributionID, VelAutoPtr<VelDistribution>>;
+using DSetMap = VelAutoBtree<VelDSetID, VelAutoPtr<VelDSet>>;
+using DSetIterator = VelAutoBtreeIterator<VelDSetID, VelAutoPtr<VelDSet>>;
 
 }  // namespace
 
@@ -116,12 +120,20 @@ void VelContext::LoadObject(const TypedMember& member) {
             }
             break;
         case VelObjectKindDistribution:
-            inserted = m_distributionMap.Insert(VelIDAccess::MakeDistributionID(m_myID, minor),
-                                                member.group, false);
+            // Its minor came from the same counter as the collection serials.
+            VelASSERT(minor >= 0 && minor < m_nextID);
+            {
+                const VelDistributionID id = VelIDAccess::MakeDistributionID(m_myID, minor);
+                inserted = m_distributionMap.Insert(
+                    id, VelDistribution::Open(*this, member.group, id), false);
+            }
             break;
         case VelObjectKindDSet:
-            inserted =
-                m_dsetMap.Insert(VelIDAccess::MakeDSetID(m_myID, minor), member.group, false);
+            VelASSERT(minor >= 0 && minor < m_nextID);
+            {
+                const VelDSetID id = VelIDAccess::MakeDSetID(m_myID, minor);
+                inserted = m_dsetMap.Insert(id, VelDSet::Open(*this, member.group, id), false);
+            }
             break;
         case VelObjectKindStringTable:
             if (member.name == VelContextLayout::e_StringTable) m_stringTable = member.group;
@@ -166,6 +178,9 @@ int VelContext::ObjectCount() const {
 void VelContext::WriteBack() {
     CollectionIterator it(m_collectionMap);
     for (it.First(); !it.IsDone(); it.Next()) it.CurrentValue()->Flush(false);
+    DistributionIterator distributions(m_distributionMap);
+    for (distributions.First(); !distributions.IsDone(); distributions.Next())
+        distributions.CurrentValue()->Flush();
     const int attributes[2] = {m_nextID, ObjectCount() + 2 * VelNUM_CONTEXT_TYPES};
     VelContextLayout::WriteContextAttributes(m_file, attributes);
 }
@@ -199,6 +214,36 @@ VelCollection& VelContext::Collection(const VelCollectionID& id) {
     return *m_collectionMap.Get(cid);
 }
 
+bool VelContext::HasCollection(const VelCollectionID& id) const {
+    return !id.IsNull() && m_collectionMap.IsMember(id.AltColor(0));
+}
+
+VelDistributionID VelContext::CreateDistribution(const VelGrid& grid,
+                                                 const VelRangeType& rangeType) {
+    VelVALIDATE(!m_readOnly);
+    const VelDistributionID id =
+        VelIDAccess::MakeDistributionID(m_myID, AllocateCollectionSerial());
+    m_distributionMap.Insert(id, VelDistribution::Create(*this, id, grid, rangeType), false);
+    return id;
+}
+
+VelDSetID VelContext::CreateDSet(const VelCtation& ctation) {
+    VelVALIDATE(!m_readOnly);
+    const VelDSetID id = VelIDAccess::MakeDSetID(m_myID, AllocateCollectionSerial());
+    m_dsetMap.Insert(id, VelDSet::Create(*this, id, ctation), false);
+    return id;
+}
+
+VelDistribution& VelContext::Distribution(const VelDistributionID& id) {
+    VelVALIDATE(m_distributionMap.IsMember(id));
+    return *m_distributionMap.Get(id);
+}
+
+const VelCtation& VelContext::DSetRep(const VelDSetID& id) const {
+    VelVALIDATE(m_dsetMap.IsMember(id));
+    return m_dsetMap.Get(id)->Ctation();
+}
+
 VelCollectionID VelContext::CollectionID(int minorWord) const {
     const VelCollectionID cid = VelIDAccess::MakeCollectionID(m_myID, minorWord).AltColor(0);
     VelVALIDATE(m_collectionMap.IsMember(cid));
@@ -216,11 +261,9 @@ VelArray<VelCollectionID> VelContext::Collections() const {
 }
 
 VelArray<VelDistributionID> VelContext::Distributions() const {
-    return KeysOf<VelDistributionID, VelBtree<VelDistributionID, hdf_Group>,
-                  VelBtreeIterator<VelDistributionID, hdf_Group>>(m_distributionMap);
+    return KeysOf<VelDistributionID, DistributionMap, DistributionIterator>(m_distributionMap);
 }
 
 VelArray<VelDSetID> VelContext::DSets() const {
-    return KeysOf<VelDSetID, VelBtree<VelDSetID, hdf_Group>,
-                  VelBtreeIterator<VelDSetID, hdf_Group>>(m_dsetMap);
+    return KeysOf<VelDSetID, DSetMap, DSetIterator>(m_dsetMap);
 }

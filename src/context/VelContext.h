@@ -5,11 +5,15 @@
 #include <vector>
 
 #include "context/VelCollection.h"
+#include "context/VelDSet.h"
+#include "context/VelDistribution.h"
 #include "context/VelSignature.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelDSetID.h"
 #include "vel/context/VelDistributionID.h"
+#include "vel/context/VelGrid.h"
+#include "vel/context/VelRangeType.h"
 #include "vel/core/VelArray.h"
 #include "vel/core/VelAutoBtree.h"
 #include "vel/core/VelAutoPtr.h"
@@ -68,6 +72,18 @@ public:
     VelCollectionID CreateCollection(int size);
     // The collection `id` names, whatever its color; it must be in this context.
     VelCollection& Collection(const VelCollectionID& id);
+    // Whether `id` names (in any color) a collection of this context.
+    bool HasCollection(const VelCollectionID& id) const;
+
+    // Distributions and DSets take their minors from the collection serial counter (m_nextID):
+    // their groups share the root's names with the collections', so one counter keeps every
+    // name unique, and "Context attributes" already persists it, so no minor is handed out
+    // twice, across close and reopen as well.  The context must be writable.
+    VelDistributionID CreateDistribution(const VelGrid& grid, const VelRangeType& rangeType);
+    VelDSetID CreateDSet(const VelCtation& ctation);
+    // The distribution or DSet `id` names; it must be in this context.
+    VelDistribution& Distribution(const VelDistributionID& id);
+    const VelCtation& DSetRep(const VelDSetID& id) const;
 
     // The full ID of the collection whose minor word is `minorWord` (its color kept); the
     // collection must be in this context.
@@ -105,8 +121,8 @@ private:
     int m_nextID;
     // Keyed by color 0 IDs.
     VelAutoBtree<VelCollectionID, VelAutoPtr<VelCollection>> m_collectionMap;
-    VelBtree<VelDistributionID, hdf_Group> m_distributionMap;
-    VelBtree<VelDSetID, hdf_Group> m_dsetMap;
+    VelAutoBtree<VelDistributionID, VelAutoPtr<VelDistribution>> m_distributionMap;
+    VelAutoBtree<VelDSetID, VelAutoPtr<VelDSet>> m_dsetMap;
     hdf_Group m_stringTable;
     hdf_Group m_record;
 };

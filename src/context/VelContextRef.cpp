@@ -23,6 +23,19 @@ VelCollectionID VelContextRef::CreateCollection(int size) const {
     return Target().CreateCollection(size);
 }
 
+VelDistributionID VelContextRef::CreateDistribution(const VelGrid& grid,
+                                                    const VelRangeType& rangeType) const {
+    return Target().CreateDistribution(grid, rangeType);
+}
+
+VelDSetID VelContextRef::CreateDSet(const VelCtation& ctation) const {
+    return Target().CreateDSet(ctation);
+}
+
+VelCtation VelContextRef::DSetRep(const VelDSetID& id) const {
+    return Target().DSetRep(id);
+}
+
 hdf_File VelContextRef::File() const {
     return Target().File();
 }

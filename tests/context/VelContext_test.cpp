@@ -10,6 +10,7 @@
 #include "context/VelManagerAccess.h"
 #include "vel/UTI_VelDynamicAPI.h"
 #include "vel/context/VelCSetID.h"
+#include "vel/context/VelCollectionRef.h"
 #include "vel/context/VelContextRef.h"
 #include "vel/context/VelManager.h"
 
@@ -25,19 +26,24 @@ protected:
     }
     void TearDown() override { UTI_VelDynamicAPI_finalize(m_modules); }
 
-    // Two collections (serials 0 and 1) made by the library, then laid out with the HDF5 C API
-    // what a distribution (minor 5), a DSet (minor 2) and a foreign group would look like.
+    // Two collections (serials 0 and 1), a distribution (minor 2) and a DSet (minor 3) made by
+    // the library, then a foreign group laid out with the HDF5 C API.
     void AddObjects() {
         const VelContextID id = Open();
         ASSERT_FALSE(id.IsNull());
-        VelContextRef(id).CreateCollection(10);
-        VelContextRef(id).CreateCollection(20);
+        VelContextRef ref(id);
+        VelArray<VelCollectionID> grid(2);
+        grid[0] = ref.CreateCollection(10);
+        grid[1] = ref.CreateCollection(20);
+        ref.CreateDistribution(VelGrid(grid), VelRangeType(VelTypeKeyDouble));
+        VelArray<VelCSetID> full(1);
+        full[0] = VelCollectionRef(grid[0]).BiggestCSetID();
+        VelArray<VelCompartment> compartments(1);
+        compartments[0] = VelCompartment(full);
+        ref.CreateDSet(VelCtation(compartments));
         VelManager::CloseContext(id);
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000005", {1, 5});
-        raw.MakeTypedGroup("DSet00000002", {2, 2});
         raw.MakeTypedGroup("form-1-0", {});
-        raw.WriteInts("Context attributes", {2, 12});
     }
 
     VelContextID Open() {
@@ -61,17 +67,17 @@ TEST_F(VelContextTest, LoadsTheCatalogInIdentifierOrder) {
     EXPECT_EQ(collections[1].Minor().Value(), 1);
     EXPECT_EQ(collections[1].ContextID().Compare(id), 0);
     ASSERT_EQ(ref.Distributions().Size(), 1);
-    EXPECT_EQ(ref.Distributions()[0].Minor().Value(), 5);
+    EXPECT_EQ(ref.Distributions()[0].Minor().Value(), 2);
     ASSERT_EQ(ref.DSets().Size(), 1);
-    EXPECT_EQ(ref.DSets()[0].Minor().Value(), 2);
+    EXPECT_EQ(ref.DSets()[0].Minor().Value(), 3);
     EXPECT_NE(ref.Pool(), nullptr);
     EXPECT_EQ(ref.File().Name(), cow_String(m_file.c_str()));
 
     // Write-back keeps the count of what was loaded; a new serial is counted in the next ID.
-    EXPECT_EQ(VelManagerAccess::Get(id.Value()).AllocateCollectionSerial(), 2);
+    EXPECT_EQ(VelManagerAccess::Get(id.Value()).AllocateCollectionSerial(), 4);
     VelManager::CloseContext(id);
     RawFile raw(m_file.str(), H5F_ACC_RDONLY);
-    EXPECT_EQ(raw.ReadInts("Context attributes"), (std::vector<int>{3, 12}));
+    EXPECT_EQ(raw.ReadInts("Context attributes"), (std::vector<int>{5, 12}));
 }
 
 TEST_F(VelContextTest, DynamicIDsConvertThroughTheOpenContext) {
@@ -89,12 +95,12 @@ TEST_F(VelContextTest, DynamicIDsConvertThroughTheOpenContext) {
     EXPECT_TRUE(cset.IsAscending());
     EXPECT_EQ(VelCSetID(cset.DynamicID()).Compare(cset), 0);
 
-    const VelDrawerID drawer(VelDynamicID(7, id.Value(), 5, 2));
-    EXPECT_EQ(drawer.DistributionID().Minor().Value(), 5);
-    EXPECT_EQ(drawer.Minor().Value(), 2);
-    EXPECT_EQ(VelDistributionID(VelDynamicID(2, id.Value(), 5, 0)).Compare(drawer.DistributionID()),
+    const VelDrawerID drawer(VelDynamicID(7, id.Value(), 2, 5));
+    EXPECT_EQ(drawer.DistributionID().Minor().Value(), 2);
+    EXPECT_EQ(drawer.Minor().Value(), 5);
+    EXPECT_EQ(VelDistributionID(VelDynamicID(2, id.Value(), 2, 0)).Compare(drawer.DistributionID()),
               0);
-    EXPECT_EQ(VelDSetID(VelDynamicID(3, id.Value(), 2, 0)).Minor().Value(), 2);
+    EXPECT_EQ(VelDSetID(VelDynamicID(3, id.Value(), 3, 0)).Minor().Value(), 3);
     VelManager::CloseContext(id);
 }
 
@@ -148,7 +154,7 @@ TEST_F(VelContextDeathTest, GroupCountMustAgreeWithContextAttributes) {
     AddObjects();
     {
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.WriteInts("Context attributes", {2, 11});
+        raw.WriteInts("Context attributes", {4, 11});
     }
     ExpectAssertFailure(Open(), "numLoaded == sz-2*VelNUM_CONTEXT_TYPES");
 }
@@ -182,7 +188,7 @@ TEST_F(VelContextDeathTest, DamagedTypeAttributesStop) {
     ExpectAssertFailure(Open(), "inserted");
     {
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000001", {0, 2});
+        raw.MakeTypedGroup("00000001", {0, 4});
     }
     ExpectAssertFailure(Open(), "VelCollectionID::ColorOf(minor) == 0 && minor < m_nextID");
     {

@@ -3,8 +3,11 @@
 
 #include "vel/context/VelCollectionID.h"
 #include "vel/context/VelContextID.h"
+#include "vel/context/VelCtation.h"
 #include "vel/context/VelDSetID.h"
 #include "vel/context/VelDistributionID.h"
+#include "vel/context/VelGrid.h"
+#include "vel/context/VelRangeType.h"
 #include "vel/core/VelArray.h"
 #include "vel/hdf/hdf_File.h"
 #include "vel/platform/mem_Memory.h"
@@ -28,6 +31,15 @@ public:
     // A new collection of members 0 .. size-1 (color 0), with its empty and full CSets; the
     // context must be open for writing.
     VelCollectionID CreateCollection(int size) const;
+
+    // A new distribution of `rangeType` values over `grid` (at most 7 of this context's
+    // collections); the context must be open for writing.
+    VelDistributionID CreateDistribution(const VelGrid& grid, const VelRangeType& rangeType) const;
+    // A new DSet holding `ctation`, whose CSets must be stored CSets of this context's
+    // collections, over 1 to 7 dimensions; the context must be open for writing.
+    VelDSetID CreateDSet(const VelCtation& ctation) const;
+    // The compartments of a DSet of this context, in their sorted order.
+    VelCtation DSetRep(const VelDSetID& id) const;
 
     // The database file (a copy sharing the context's HDF5 identifier).
     hdf_File File() const;

@@ -1,0 +1,235 @@
+#include "context/VelDistribution.h"
+
+#include <climits>
+#include <string>
+
+#include "context/VelContext.h"
+#include "context/VelContextLayout.h"
+#include "context/VelIDAccess.h"
+#include "context/VelStoredInts.h"
+#include "vel/context/VelOCompartment.h"
+#include "vel/core/VelAssert.h"
+#include "vel/core/VelIdAsString.h"
+
+namespace {
+
+constexpr const char* kKind = "distribution";
+
+// The stored form of a collection: its minor word.  The context is the distribution's own.
+int StoredWord(const VelCollectionID& collection) {
+    return collection.Minor().Value();
+}
+
+// A collection of the grid or the range must be one of the context's own: the file keeps only
+// its minor word, so a collection of another context would come back as a different one.
+void ValidateCollection(const VelContext& context, const VelCollectionID& collection) {
+    VelVALIDATE(context.HasCollection(collection) &&
+                "a distribution's collections must belong to its context");
+}
+
+}  // namespace
+
+VelDistribution::VelDistribution(const VelDistributionID& id, const hdf_Group& group,
+                                 const VelGrid& grid, const VelRangeType& rangeType, bool readOnly)
+    : m_id(id), m_group(group), m_grid(grid), m_rangeType(rangeType), m_readOnly(readOnly) {}
+
+// ---- creation -----------------------------------------------------------------------------
+
+VelAutoPtr<VelDistribution> VelDistribution::Create(VelContext& context,
+                                                    const VelDistributionID& id,
+                                                    const VelGrid& grid,
+                                                    const VelRangeType& rangeType) {
+    VelVALIDATE(!context.IsReadOnly());
+    VelVALIDATE(grid.Size() <= VelMAX_DIMENSIONS);
+    for (int d = 0; d < grid.Size(); ++d) ValidateCollection(context, grid[d]);
+    VelVALIDATE(VelRangeType::IsKnownKey(rangeType.TypeKey()));
+    if (rangeType.RefersToCollection()) ValidateCollection(context, rangeType.CollectionID());
+
+    return VelGuardStorage([&] {
+        const hdf_Group group =
+            context.File().GroupCreate(VelIdAsString(id.Minor().Value()).c_str(), 0);
+        VelContextLayout::WriteType(group, VelObjectKindDistribution, id.Minor().Value());
+
+        int words[VelMAX_DIMENSIONS];
+        for (int d = 0; d < grid.Size(); ++d) words[d] = StoredWord(grid[d]);
+        VelStoredInts::CreateAttribute(group, e_Grid, words, grid.Size());
+
+        const int range[3] = {rangeType.TypeKey(), rangeType.RefersToCollection() ? 1 : 0,
+                              StoredWord(rangeType.CollectionID())};
+        VelStoredInts::CreateAttribute(group, e_RangeType, range, 3);
+
+        VelAutoPtr<VelDistribution> distribution(
+            new VelDistribution(id, group, grid, rangeType, false));
+        const int next = distribution->m_nextDrawer;
+        VelStoredInts::CreateAttribute(group, e_Attributes, &next, 1);
+        return distribution;
+    });
+}
+
+// ---- loading ------------------------------------------------------------------------------
+
+VelAutoPtr<VelDistribution> VelDistribution::Open(const VelContext& context, const hdf_Group& group,
+                                                  const VelDistributionID& id) {
+    const VelGrid grid = ReadGrid(context, group);
+    const VelRangeType rangeType = ReadRangeType(context, group);
+    VelAutoPtr<VelDistribution> distribution(
+        new VelDistribution(id, group, grid, rangeType, context.IsReadOnly()));
+    distribution->m_nextDrawer = ReadNextDrawer(group);
+    distribution->LoadDrawers();
+    return distribution;
+}
+
+VelGrid VelDistribution::ReadGrid(const VelContext& context, const hdf_Group& group) {
+    const hdf_Attribute attribute = group.AttributeOpen(e_Grid);
+    const int64_t length = VelStoredInts::Length(attribute.GetSpace());
+    if (length < 0) VelRefuseStored(kKind, group, "\"Grid\" is not one-dimensional");
+    if (length > VelMAX_DIMENSIONS)
+        VelRefuseStored(kKind, group,
+                        "\"Grid\" holds " + std::to_string(length) + " collections, at most " +
+                            std::to_string(VelMAX_DIMENSIONS) + " are allowed");
+    int words[VelMAX_DIMENSIONS];
+    attribute.Read(hdf_Datatype::NATIVE_INT(), words);
+
+    const int n = static_cast<int>(length);
+    VelArray<VelCollectionID> collections(n);
+    for (int d = 0; d < n; ++d) {
+        collections[d] = VelIDAccess::MakeCollectionID(context.ID(), words[d]);
+        if (!context.HasCollection(collections[d]))
+            VelRefuseStored(kKind, group,
+                            "\"Grid\" names collection word " + std::to_string(words[d]) +
+                                ", which the context does not have");
+        for (int e = 0; e < d; ++e)
+            if (words[e] == words[d])
+                VelRefuseStored(
+                    kKind, group,
+                    "\"Grid\" names collection word " + std::to_string(words[d]) + " twice");
+    }
+    return VelGrid(collections);
+}
+
+VelRangeType VelDistribution::ReadRangeType(const VelContext& context, const hdf_Group& group) {
+    const hdf_Attribute attribute = group.AttributeOpen(e_RangeType);
+    if (VelStoredInts::Length(attribute.GetSpace()) != 3)
+        VelRefuseStored(kKind, group, "\"RangeType\" is not one dimension of 3 ints");
+    int range[3];
+    attribute.Read(hdf_Datatype::NATIVE_INT(), range);
+
+    if (!VelRangeType::IsKnownKey(range[0]))
+        VelRefuseStored(kKind, group,
+                        "\"RangeType\" has the unknown type key " + std::to_string(range[0]));
+    const VelTypeKey key = static_cast<VelTypeKey>(range[0]);
+    const bool refers = VelRangeType::KeyRefersToCollection(key);
+    if (range[1] != (refers ? 1 : 0))
+        VelRefuseStored(kKind, group,
+                        std::string("\"RangeType\" flag ") + std::to_string(range[1]) +
+                            " does not agree with type key " + VelstringNameOf(key));
+    VelCollectionID collection;
+    if (refers) {
+        collection = VelIDAccess::MakeCollectionID(context.ID(), range[2]);
+        if (!context.HasCollection(collection))
+            VelRefuseStored(kKind, group,
+                            "\"RangeType\" names collection word " + std::to_string(range[2]) +
+                                ", which the context does not have");
+    } else if (range[2] != -1) {
+        VelRefuseStored(kKind, group, "\"RangeType\" of a number range names a collection");
+    }
+    return VelRangeType(key, refers, collection);
+}
+
+int VelDistribution::ReadNextDrawer(const hdf_Group& group) {
+    const hdf_Attribute attribute = group.AttributeOpen(e_Attributes);
+    if (VelStoredInts::Length(attribute.GetSpace()) != 1)
+        VelRefuseStored(kKind, group, "\"Distribution attributes\" is not one dimension of 1 int");
+    int next = 0;
+    attribute.Read(hdf_Datatype::NATIVE_INT(), &next);
+    if (next < e_FirstDrawerNumber)
+        VelRefuseStored(kKind, group,
+                        "the next drawer number " + std::to_string(next) + " is below " +
+                            std::to_string(e_FirstDrawerNumber));
+    return next;
+}
+
+// Drawers are found by their groups' "type"; a member without one is nobody's drawer and is left
+// alone.  The groups are not kept open (see the class comment).
+void VelDistribution::LoadDrawers() {
+    const hsize_t n = m_group.GetNumObjs();
+    for (hsize_t i = 0; i < n; ++i) {
+        if (m_group.GetObjtypeByIdx(i) != hdf_Group::ObjectTypeGroup) continue;
+        const cow_String name = m_group.GetObjnameByIdx(i);
+        int kind = -1;
+        int number = -1;
+        if (!VelContextLayout::ReadTypeIfAny(m_group.GroupOpen(name.c_str()), kind, number))
+            continue;
+        const std::string where = std::string("member \"") + name.c_str() + "\"";
+        if (kind != VelObjectKindDrawer)
+            VelRefuseStored(kKind, m_group,
+                            where + " has \"type\" kind " + std::to_string(kind) +
+                                ", only drawers (3) live in a distribution");
+        if (number < e_FirstDrawerNumber || number >= m_nextDrawer)
+            VelRefuseStored(kKind, m_group,
+                            where + " is drawer " + std::to_string(number) +
+                                ", outside the numbers handed out (" +
+                                std::to_string(e_FirstDrawerNumber) + " to " +
+                                std::to_string(m_nextDrawer - 1) + ")");
+        if (name != VelIdAsString(number))
+            VelRefuseStored(kKind, m_group,
+                            where + " is not named by its drawer number " + std::to_string(number));
+        m_drawers.Insert(VelIDAccess::MakeDrawerID(m_id, number), hdf_Group(), false);
+    }
+}
+
+// ---- the drawer catalogue -----------------------------------------------------------------
+
+VelArray<VelDrawerID> VelDistribution::Drawers() const {
+    VelArray<VelDrawerID> drawers(m_drawers.Count());
+    int i = 0;
+    VelBtreeIterator<VelDrawerID, hdf_Group> it(m_drawers);
+    for (it.First(); !it.IsDone(); it.Next()) drawers[i++] = it.CurrentKey();
+    return drawers;
+}
+
+VelDrawerID VelDistribution::CreateDrawer(DrawerKind kind) {
+    VelVALIDATE(!m_readOnly);
+    VelVALIDATE(kind == e_StandardDrawer || kind == e_SparseDrawer);
+    // Sparse drawers name a dataset by their number plus one, which must stay a valid number.
+    VelASSERT(m_nextDrawer <= INT_MAX - 2 && "drawer numbers are exhausted");
+    const int number = m_nextDrawer;
+    const VelDrawerID drawer = VelIDAccess::MakeDrawerID(m_id, number);
+    VelGuardStorage([&] {
+        // The number is spent before the group exists, so no group ever carries a number the
+        // file has not handed out.
+        m_nextDrawer += kind;
+        WriteNextDrawer();
+        const hdf_Group group = m_group.GroupCreate(VelIdAsString(number).c_str(), 0);
+        VelContextLayout::WriteType(group, VelObjectKindDrawer, number);
+        m_drawers.Insert(drawer, group, false);
+    });
+    return drawer;
+}
+
+void VelDistribution::RequireDrawer(const VelDrawerID& drawer) const {
+    VelVALIDATE(m_drawers.IsMember(drawer));
+}
+
+hdf_Group VelDistribution::DrawerGroup(const VelDrawerID& drawer) {
+    RequireDrawer(drawer);
+    hdf_Group& group = m_drawers.Get(drawer);
+    if (group.IsEmpty())
+        group = VelGuardStorage(
+            [&] { return m_group.GroupOpen(VelIdAsString(drawer.Minor().Value()).c_str()); });
+    return group;
+}
+
+void VelDistribution::CloseDrawer(const VelDrawerID& drawer) {
+    RequireDrawer(drawer);
+    VelGuardStorage([&] { m_drawers.Get(drawer).Nullify(); });
+}
+
+void VelDistribution::WriteNextDrawer() const {
+    VelStoredInts::WriteAttribute(m_group, e_Attributes, &m_nextDrawer, 1);
+}
+
+void VelDistribution::Flush() {
+    if (m_readOnly) return;
+    VelGuardStorage([&] { WriteNextDrawer(); });
+}

@@ -1,0 +1,105 @@
+#ifndef VEL_CONTEXT_VELDISTRIBUTION_H
+#define VEL_CONTEXT_VELDISTRIBUTION_H
+
+#include "vel/context/VelDistributionID.h"
+#include "vel/context/VelGrid.h"
+#include "vel/context/VelRangeType.h"
+#include "vel/core/VelArray.h"
+#include "vel/core/VelAutoPtr.h"
+#include "vel/core/VelBtree.h"
+#include "vel/hdf/hdf_Group.h"
+#include "vel/platform/mem_Memory.h"
+
+class VelContext;
+
+// One distribution of a context, owned by the context's distribution map: a grid of the
+// context's collections, the range type of its values, and the catalogue of its drawers.
+//
+// File layout: a group under the root named by the minor (eight upper-case hex digits),
+// "type" [1, minor], and on it three attributes of native ints, one dimension each:
+//
+//   "Grid"                      one collection minor word (color included) per dimension, in
+//                               the grid's order; at most 7.  The context is the distribution's.
+//   "RangeType"                 [type key, refers-to-collection flag 0 or 1, collection minor
+//                               word (-1 for a number range)]
+//   "Distribution attributes"   [next drawer number]
+//
+// Drawers are groups inside the distribution's group, each named by its drawer number and
+// carrying "type" [3, number]; what a drawer holds is the drawer layer's.  Numbers start at 1
+// and are never reused: a standard drawer takes the next number and raises it by 1, a sparse
+// drawer raises it by 2 because its index dataset is named by its number plus one.  The next
+// number is written to the file as soon as it is raised, so every drawer group in the file has
+// a number below the stored one; loading checks that.
+//
+// The catalogue lists every drawer; a drawer's group stays open from the first time the drawer
+// layer asks for it until CloseDrawer, so that reopening a distribution with many drawers holds
+// no HDF5 identifiers for drawers nobody uses.
+//
+// Every method that touches the file turns an hdf_Exception into its message on standard output
+// and the assertion "0", except Open, whose caller (the context's load) does the same.
+class VelDistribution : public mem_AllocationOperators {
+public:
+    static constexpr const char* e_Grid = "Grid";
+    static constexpr const char* e_RangeType = "RangeType";
+    static constexpr const char* e_Attributes = "Distribution attributes";
+    static constexpr int e_FirstDrawerNumber = 1;
+
+    // How many drawer numbers a new drawer uses up.
+    enum DrawerKind { e_StandardDrawer = 1, e_SparseDrawer = 2 };
+
+    // Makes the distribution's group under the context's root.  The grid's collections and the
+    // range's collection must be the context's, and the context writable (validations).
+    static VelAutoPtr<VelDistribution> Create(VelContext& context, const VelDistributionID& id,
+                                              const VelGrid& grid, const VelRangeType& rangeType);
+    // Loads a stored distribution from its group; everything read is checked before use, and
+    // collections named by the file must be loaded in `context` already.
+    static VelAutoPtr<VelDistribution> Open(const VelContext& context, const hdf_Group& group,
+                                            const VelDistributionID& id);
+    VelDistribution(const VelDistribution&) = delete;
+    VelDistribution& operator=(const VelDistribution&) = delete;
+
+    const VelDistributionID& ID() const { return m_id; }
+    const VelGrid& Grid() const { return m_grid; }
+    const VelRangeType& RangeType() const { return m_rangeType; }
+    int NumDimensions() const { return m_grid.Size(); }
+    int NextDrawerNumber() const { return m_nextDrawer; }
+    const hdf_Group& Group() const { return m_group; }
+
+    // The drawers in number order.
+    VelArray<VelDrawerID> Drawers() const;
+    int NumDrawers() const { return m_drawers.Count(); }
+    bool HasDrawer(const VelDrawerID& drawer) const { return m_drawers.IsMember(drawer); }
+
+    // A new drawer: its number, its group and the group's "type".  The distribution must be
+    // writable (validation).
+    VelDrawerID CreateDrawer(DrawerKind kind);
+    // The group of one of this distribution's drawers (validation), opened if it is not open.
+    hdf_Group DrawerGroup(const VelDrawerID& drawer);
+    // Lets go of the drawer's group; the drawer stays in the catalogue.
+    void CloseDrawer(const VelDrawerID& drawer);
+
+    // Rewrites "Distribution attributes" when the file is writable.
+    void Flush();
+
+private:
+    VelDistribution(const VelDistributionID& id, const hdf_Group& group, const VelGrid& grid,
+                    const VelRangeType& rangeType, bool readOnly);
+
+    static VelGrid ReadGrid(const VelContext& context, const hdf_Group& group);
+    static VelRangeType ReadRangeType(const VelContext& context, const hdf_Group& group);
+    static int ReadNextDrawer(const hdf_Group& group);
+    void LoadDrawers();
+    void WriteNextDrawer() const;
+    void RequireDrawer(const VelDrawerID& drawer) const;
+
+    VelDistributionID m_id;
+    hdf_Group m_group;
+    VelGrid m_grid;
+    VelRangeType m_rangeType;
+    int m_nextDrawer = e_FirstDrawerNumber;
+    bool m_readOnly;
+    // Every drawer, with its group while it is open (an empty group otherwise).
+    VelBtree<VelDrawerID, hdf_Group> m_drawers;
+};
+
+#endif

@@ -1,0 +1,49 @@
+#ifndef VEL_CONTEXT_VELSTOREDINTS_H
+#define VEL_CONTEXT_VELSTOREDINTS_H
+
+#include <cstdint>
+#include <string>
+
+#include "vel/core/VelAssert.h"
+#include "vel/hdf/hdf_Dataset.h"
+#include "vel/hdf/hdf_Exception.h"
+#include "vel/hdf/hdf_Group.h"
+#include "vel/platform/aio_Stream.h"
+
+// One-dimensional arrays of native ints, as attributes or datasets: the form of every small
+// record that distributions and DSets keep in the file.  Readers ask for the stored length
+// first, so that it is checked before anything is read into memory sized by the reader.
+struct VelStoredInts {
+    static void CreateAttribute(const hdf_Group& group, const char* name, const int* values,
+                                int count);
+    // Rewrites an attribute of exactly `count` elements (assertion).
+    static void WriteAttribute(const hdf_Group& group, const char* name, const int* values,
+                               int count);
+    static hdf_Dataset CreateDataset(const hdf_Group& group, const char* name, const int* values,
+                                     int count);
+
+    // The number of elements of a one-dimensional space; -1 for a space of any other rank.
+    static int64_t Length(const hdf_Dataspace& space);
+};
+
+// Stops the process for an object of the file that cannot be what it claims to be: the
+// assertion report "stored <kind> <path> refused: <reason>".  Nothing of the object has been
+// read into memory sized by the damaged value when this is called.
+[[noreturn]] void VelRefuseStored(const char* kind, const hdf_Group& group,
+                                  const std::string& reason);
+
+// Runs `f`; a storage failure has no error return: its message goes to standard output and the
+// process stops with the assertion "0".
+template <class F>
+auto VelGuardStorage(F&& f) -> decltype(f()) {
+    try {
+        return f();
+    } catch (const hdf_Exception& e) {
+        aio_cout << e.AsString() << '\n';
+        aio_cout.flush();
+        VelASSERT(0);
+        VelAssert::Stop();
+    }
+}
+
+#endif

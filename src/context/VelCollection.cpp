@@ -448,7 +448,7 @@ che_RefPtr<VelIndexSet> VelCollection::VolatileStrided(int start, int stride, in
 
 // ---- reading sets back -------------------------------------------------------------------------
 
-VelCollection::Resolved VelCollection::Resolve(const VelCSetID& id) {
+VelCollection::Resolved VelCollection::Resolve(const VelCSetID& id, bool deferLargeList) {
     const int index = id.Index();
     const bool known = !id.IsNull() && index < m_numCSets;
     VelVALIDATE(known && "the CSet ID names no CSet of its collection");
@@ -459,11 +459,37 @@ VelCollection::Resolved VelCollection::Resolve(const VelCSetID& id) {
         const bool flagAgrees = !id.IsAscending() || !isPermutation;
         VelVALIDATE(flagAgrees && "an ascending CSet ID names a permutation CSet");
         Resolved r;
-        r.set = IndexSet(entry.indexSetIndex);
         r.permutationIndex = isPermutation ? index : -1;
         r.ascendingID = MakeID(isPermutation ? entry.linkedId : index, true, id.Color());
+        r.storageIndex = entry.indexSetIndex;
+        if (deferLargeList) r.deferredCount = DeferrableListCount(r.storageIndex);
+        if (r.deferredCount < 0) r.set = IndexSet(r.storageIndex);
         return r;
     });
+}
+
+// A list is deferred when decoding it would only copy its members into a set that the cache
+// drops as soon as it is unreferenced: reading them into the caller's array is all a one-off
+// read needs.
+int VelCollection::DeferrableListCount(int storageIndex) {
+    const VelIndexEntry& entry = m_entries[storageIndex];
+    if (entry.length <= 2 + e_CacheIdleWeight) return -1;
+    if (!m_cache.Find<VelIndexSet>(KeyOf(storageIndex)).IsNull()) return -1;
+    int header[2] = {0, 0};
+    ReadStored(entry.start, 2, header);
+    const int form = header[0], count = header[1];
+    const bool plainList = form == VelIndexSet::FormList && count >= 0 && count <= m_size &&
+                           entry.length == 2 + int64_t(count);
+    return plainList ? count : -1;
+}
+
+void VelCollection::ReadListMembers(int storageIndex, int count, int* out) const {
+    const VelIndexEntry& entry = m_entries[storageIndex];
+    VelASSERT(entry.length == 2 + int64_t(count));
+    Guarded([&] { ReadStored(int64_t(entry.start) + 2, count, out); });
+    VelIndexSet::AscendingScan scan;
+    if (const char* wrong = VelIndexSet::CheckStoredList(out, count, m_size, scan))
+        RefuseStoredSet(wrong);
 }
 
 che_RefPtr<VelIndexSet> VelCollection::IndexSet(int storageIndex) {

@@ -49,10 +49,15 @@ public:
 
     // What a VelCSet needs to know of one of the collection's CSets.
     struct Resolved {
+        // Null when the set is a deferred list (below).
         che_RefPtr<VelIndexSet> set;
         // The CSet's own entry when it is a permutation CSet, -1 when it is ascending.
         int permutationIndex = -1;
         VelCSetID ascendingID;
+        // The entry that stores the set.
+        int storageIndex = -1;
+        // The member count of a deferred list, -1 otherwise.
+        int deferredCount = -1;
     };
 
     // Makes the collection's group under `root` with its "type" attribute and "IndexSets"; the
@@ -91,8 +96,13 @@ public:
     che_RefPtr<VelIndexSet> VolatileStrided(int start, int stride, int count, int block) const;
 
     // The decoded set of a CSet of this collection (validated: the index must exist and the ID's
-    // ascending flag must agree with the CSet).
-    Resolved Resolve(const VelCSetID& id);
+    // ascending flag must agree with the CSet).  With `deferLargeList`, a stored explicit list
+    // that is not in the cache and too large to stay there is not decoded: only its count is
+    // read, and ReadListMembers reads its members when they are wanted.
+    Resolved Resolve(const VelCSetID& id, bool deferLargeList);
+    // The `count` members of the stored list of entry `storageIndex`, read straight into `out`
+    // and checked there.
+    void ReadListMembers(int storageIndex, int count, int* out) const;
 
     // Writes the pending index sets, the new table entries and "Collection attributes"; with
     // `toDisk` HDF5 also writes its buffers of the file out.
@@ -126,6 +136,7 @@ private:
     void ReadStored(int64_t start, int64_t count, int* out) const;
 
     che_RefPtr<VelIndexSet> IndexSet(int storageIndex);
+    int DeferrableListCount(int storageIndex);
     VelIndexSet* ReadIndexSet(const VelIndexEntry& entry) const;
 
     void CreateIn(const hdf_Group& root, int size);

@@ -96,20 +96,36 @@ VelIndexSet::AscendingScan VelIndexSet::ScanAscending(const int* members, int co
     AscendingScan scan;
     scan.runs = count > 0 ? 1 : 0;
     if (count < 2) return scan;
-    const int64_t step = int64_t(members[1]) - members[0];
-    // Plain counters rather than early exits: the loop stays branch-free and vectorises, which
-    // matters for lists of tens of millions of members.
-    int64_t steps = 0, breaks = 0, evenSteps = 0;
+    // 32-bit counters and unsigned differences rather than early exits: the loop stays
+    // branch-free and vectorises, which matters for lists of tens of millions of members.  A
+    // difference taken modulo 2^32 is exact whenever the members ascend, and the other counts
+    // are only read then.
+    const uint32_t step = uint32_t(members[1]) - uint32_t(members[0]);
+    uint32_t steps = 0, breaks = 0, evenSteps = 0;
     for (int i = 1; i < count; ++i) {
-        const int64_t gap = int64_t(members[i]) - members[i - 1];
-        steps += gap > 0;
+        const uint32_t gap = uint32_t(members[i]) - uint32_t(members[i - 1]);
+        steps += members[i] > members[i - 1];
         breaks += gap != 1;
         evenSteps += gap == step;
     }
-    scan.strictlyAscending = steps == count - 1;
-    scan.runs = breaks + 1;
-    scan.evenlySpaced = evenSteps == count - 1;
+    const uint32_t last = uint32_t(count - 1);
+    scan.strictlyAscending = steps == last;
+    scan.runs = int64_t(breaks) + 1;
+    scan.evenlySpaced = evenSteps == last;
     return scan;
+}
+
+const char* VelIndexSet::CheckStoredList(const int* members, int count, int collectionSize,
+                                         AscendingScan& scan) {
+    scan = ScanAscending(members, count);
+    if (!scan.strictlyAscending) {
+        const int* wrong =
+            std::adjacent_find(members, members + count, [](int a, int b) { return a >= b; });
+        return *wrong == *(wrong + 1) ? "member listed twice" : "listed members not ascending";
+    }
+    if (count > 0 && (members[0] < 0 || members[count - 1] >= collectionSize))
+        return "member outside the collection";
+    return nullptr;
 }
 
 bool VelIndexSet::KeepsExplicitList(const AscendingScan& scan, int count) {
@@ -205,12 +221,16 @@ VelIndexSet* VelIndexSet::FromBitVector(const omi_BlkBitVect& bits) {
     return FromRunsChoosingForm(std::move(runs));
 }
 
-// Takes over strictly ascending members and picks the form in one pass over them; a list is
-// kept without a copy.
+// Takes over strictly ascending members and picks the form in one pass over them (or none, when
+// the caller has scanned them); a list is kept without a copy.
 VelIndexSet* VelIndexSet::FromSortedMembers(std::vector<int> members) {
     VelASSERT(members.size() <= size_t(INT32_MAX));
+    const AscendingScan scan = ScanAscending(members.data(), static_cast<int>(members.size()));
+    return FromSortedMembers(std::move(members), scan);
+}
+
+VelIndexSet* VelIndexSet::FromSortedMembers(std::vector<int> members, const AscendingScan& scan) {
     const int n = static_cast<int>(members.size());
-    const AscendingScan scan = ScanAscending(members.data(), n);
     if (!KeepsExplicitList(scan, n)) return FromAscending(members.data(), n, scan);
     VelIndexSet* set = new VelIndexSet();
     set->m_form = FormList;
@@ -544,16 +564,11 @@ VelIndexSet* VelIndexSet::DecodeMembers(Form form, std::vector<int> members, int
     if (members.size() > size_t(collectionSize))
         return Refuse(error, "index set count outside the collection");
     if (form == FormList) {
-        const int count = static_cast<int>(members.size());
-        if (!ScanAscending(members.data(), count).strictlyAscending) {
-            const auto wrong = std::adjacent_find(members.begin(), members.end(),
-                                                  [](int a, int b) { return a >= b; });
-            return Refuse(error, *wrong == *(wrong + 1) ? "member listed twice"
-                                                        : "listed members not ascending");
-        }
-        if (count > 0 && (members.front() < 0 || members.back() >= collectionSize))
-            return Refuse(error, "member outside the collection");
-        return FromSortedMembers(std::move(members));
+        AscendingScan scan;
+        const char* wrong =
+            CheckStoredList(members.data(), static_cast<int>(members.size()), collectionSize, scan);
+        if (wrong) return Refuse(error, wrong);
+        return FromSortedMembers(std::move(members), scan);
     }
     for (int m : members)
         if (m < 0 || m >= collectionSize) return Refuse(error, "member outside the collection");

@@ -49,6 +49,12 @@ public:
     // stored exactly as given, and a caller can write it from its own buffer.
     static bool KeepsExplicitList(const AscendingScan& scan, int count);
 
+    // Checks the members of a stored list (strictly ascending, inside a collection of
+    // `collectionSize`), scanning them once: null when they are sound, else the reason Decode
+    // would give.
+    static const char* CheckStoredList(const int* members, int count, int collectionSize,
+                                       AscendingScan& scan);
+
     // `members` must be strictly ascending.
     static VelIndexSet* FromAscending(const int* members, int count);
     // The same when the caller has scanned them already.
@@ -113,6 +119,7 @@ private:
     VelIndexSet() = default;
     static VelIndexSet* FromRunsChoosingForm(std::vector<Run> runs);
     static VelIndexSet* FromSortedMembers(std::vector<int> members);
+    static VelIndexSet* FromSortedMembers(std::vector<int> members, const AscendingScan& scan);
     bool HasExplicitMembers() const;
     static VelIndexSet* IntersectRuns(const std::vector<Run>& a, const std::vector<Run>& b);
     int Blocks() const { return m_count / m_block; }

@@ -146,6 +146,10 @@ TEST_F(VelCSetTest, EveryKindOfCSetReadsBackTheSameBeforeAndAfterReopen) {
             EXPECT_EQ(OrderedOf(s), e.ordered);
             EXPECT_EQ(MembersOf(s), Sorted(e.ordered));
             EXPECT_EQ(s.ID().Compare(id), 0);
+            if (!e.ordered.empty()) {
+                EXPECT_TRUE(s.IsMember(e.ordered.back()));
+                EXPECT_EQ(s.Bounds().highest, Sorted(e.ordered).back());
+            }
             const VelCSet twin(s.AscendingID());
             EXPECT_TRUE(twin.IsAscending());
             EXPECT_EQ(OrderedOf(twin), Sorted(e.ordered));
@@ -252,12 +256,12 @@ TEST_F(VelCSetTest, PermutationAndItsTwinShareOneDecodedSet) {
     const Ints order = {5, 1, 7};
     const VelCSetID perm = VelCollectionRef(cid).CreateOrderedCSet(order.data(), 3);
     VelCollection& collection = VelManagerAccess::Get(m_context.Value()).Collection(cid);
-    const VelCollection::Resolved p = collection.Resolve(perm);
+    const VelCollection::Resolved p = collection.Resolve(perm, false);
     EXPECT_EQ(p.permutationIndex, perm.Index());
-    const VelCollection::Resolved twin = collection.Resolve(p.ascendingID);
+    const VelCollection::Resolved twin = collection.Resolve(p.ascendingID, false);
     EXPECT_EQ(twin.permutationIndex, -1);
     EXPECT_EQ(twin.set.Get(), p.set.Get());
-    EXPECT_EQ(collection.Resolve(perm).set.Get(), p.set.Get());
+    EXPECT_EQ(collection.Resolve(perm, false).set.Get(), p.set.Get());
 }
 
 TEST_F(VelCSetDeathTest, BadMembersStopWithTheirMessages) {

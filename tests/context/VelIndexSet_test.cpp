@@ -61,6 +61,39 @@ TEST(VelIndexSetTest, FormFollowsTheShapeOfTheMembers) {
     EXPECT_EQ(hi, 99999998);
 }
 
+TEST(VelIndexSetTest, EvenlySpacedBlocksTakeConstantSpace) {
+    Set blocks(VelIndexSet::FromBlocks(10, 5, 4, 2));
+    EXPECT_EQ(MembersOf(*blocks), std::vector<int>({10, 11, 15, 16, 20, 21, 25, 26}));
+    EXPECT_EQ(blocks->EncodedLength(), 5);
+    for (int m = 0; m < 30; ++m) EXPECT_EQ(blocks->IsMember(m), m >= 10 && m % 5 < 2) << m;
+    int lo = -1, hi = -1;
+    ASSERT_TRUE(blocks->Bounds(lo, hi));
+    EXPECT_EQ(hi, 26);
+    EXPECT_EQ(blocks->Runs().size(), 4u);
+    EXPECT_EQ(MembersOf(*RoundTrip(*blocks, 27)), MembersOf(*blocks));
+
+    // Found in explicit members and in merge results; blocks that touch make one range.
+    Set found = Ascending({0, 1, 2, 7, 8, 9, 14, 15, 16});
+    EXPECT_EQ(found->GetForm(), VelIndexSet::FormStrided);
+    EXPECT_EQ(found->EncodedLength(), 5);
+    Set touching(VelIndexSet::FromBlocks(3, 2, 4, 2));
+    EXPECT_EQ(touching->EncodedLength(), 4);
+    EXPECT_EQ(MembersOf(*touching), std::vector<int>({3, 4, 5, 6, 7, 8, 9, 10}));
+    Set halves(VelIndexSet::Intersection(*blocks, *Set(VelIndexSet::FromStrided(0, 20, 2))));
+    EXPECT_EQ(MembersOf(*halves), std::vector<int>({10, 16, 20, 26}));
+    Set pairs(VelIndexSet::Union(*Set(VelIndexSet::FromStrided(0, 10, 10)),
+                                 *Set(VelIndexSet::FromStrided(1, 10, 10))));
+    EXPECT_EQ(pairs->GetForm(), VelIndexSet::FormStrided);
+    EXPECT_EQ(pairs->Size(), 20);
+
+    // A stored list of evenly spaced members is not kept as a list.
+    const int stored[] = {3, 4, 0, 2, 4, 6};
+    const char* error = nullptr;
+    Set even(VelIndexSet::Decode(stored, 6, 10, &error));
+    ASSERT_FALSE(even.IsNull());
+    EXPECT_EQ(even->GetForm(), VelIndexSet::FormStrided);
+}
+
 TEST(VelIndexSetTest, EveryFormRoundTripsThroughItsEncoding) {
     std::mt19937 rng(7);
     for (int trial = 0; trial < 40; ++trial) {
@@ -133,6 +166,10 @@ TEST(VelIndexSetTest, DecodeRefusesWhatEncodeCannotProduce) {
         {{1, 3, 0}, "strided index set of the wrong length"},
         {{1, 3, 5, 3}, "strided index set reaches past the collection"},  // 5, 8, 11 in 10
         {{1, 3, 0, 0}, "strided index set with bad step"},
+        {{1, 4, 0, 3, 3}, "strided index set with bad blocks"},  // blocks that touch
+        {{1, 5, 0, 4, 2}, "strided index set with bad blocks"},  // not whole blocks
+        {{1, 4, 0, 9, 2}, "strided index set reaches past the collection"},
+        {{1, 4, 0, 3, 2, 0}, "strided index set of the wrong length"},
         {{1, 11, 0, 1}, "index set count outside the collection"},
         {{2, 4, 2, 0, 2}, "run index set of the wrong length"},
         {{2, 4, 2, 0, 2, 2, 2}, "runs not strictly ascending"},  // touching runs

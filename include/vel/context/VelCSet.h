@@ -17,7 +17,10 @@ struct VelCSetBounds {
 
 // The members of one CSet, as a value.  Copies share one decoded, immutable member set (the
 // collection's cache keeps it while any VelCSet refers to it), so copying is cheap and a VelCSet
-// stays usable after its context is closed.
+// stays usable after its context is closed.  One exception: a stored explicit list of more
+// members than the cache keeps unreferenced (5000) is decoded only when something other than
+// Size(), Members() or OrderedMembers() first needs it (those two read the list straight into
+// the caller's array), and until then its context must stay open.
 //
 // A persistent CSet has an ID; a volatile one (from VelCollectionRef::CreateVolatileCSet...,
 // Union or Intersection) has none until RegisterWithCollection stores it.  A CSet is ascending,
@@ -69,6 +72,8 @@ private:
     friend class VelCollectionRef;
     VelCSet(const VelCollectionID& collection, int space, che_RefPtr<VelIndexSet> set);
     VelCSet Combine(const VelCSet& other, bool unite) const;
+    // The decoded set, decoded now if it was deferred.
+    const VelIndexSet& Set() const;
 
     VelCSetID m_id;
     VelCollectionID m_collection;
@@ -77,7 +82,10 @@ private:
     int m_permutationIndex;
     // The collection's size when the CSet was made.
     int m_space;
-    che_RefPtr<VelIndexSet> m_set;
+    // Null while a large stored list is deferred: then its entry and member count.
+    mutable che_RefPtr<VelIndexSet> m_set;
+    int m_storageIndex;
+    int m_deferredCount;
 };
 
 #endif

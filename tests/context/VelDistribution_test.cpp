@@ -1,0 +1,177 @@
+// Distributions through the context and VelDistributionRef: the stored layout read back with
+// the HDF5 C API, round trips through close and reopen, the drawer catalogue, and damaged files.
+#include "context/VelDistribution.h"
+
+#include "VelStoredObjectsTest.h"
+#include "context/VelDistributionAccess.h"
+#include "vel/context/VelDistributionRef.h"
+
+namespace {
+
+using Ints = std::vector<int>;
+
+class VelDistributionTest : public VelStoredObjectsTest {
+protected:
+    // Over collections 2, 0 and 1 (given out of order), of CMember values of collection 1; it
+    // takes minor 3, after the three collections.
+    VelDistributionID MakeThreeWay() {
+        const VelGrid grid(TestArray({Collection(2), Collection(0), Collection(1)}));
+        return Ref().CreateDistribution(grid, VelRangeType(VelTypeKeyCMember, Collection(1)));
+    }
+    VelDistributionID First() const { return Ref().Distributions()[0]; }
+    VelDistribution& Distribution() const { return VelDistributionAccess::Get(First()); }
+    Ints DrawerNumbers() const {
+        const VelArray<VelDrawerID> drawers = VelDistributionRef(First()).Drawers();
+        Ints numbers;
+        for (int i = 0; i < drawers.Size(); ++i) numbers.push_back(drawers[i].Minor().Value());
+        return numbers;
+    }
+    const std::string m_refused = "stored distribution /00000003 refused: ";
+};
+
+using VelDistributionDeathTest = VelDistributionTest;
+
+TEST_F(VelDistributionTest, ThreeCollectionGridAndRangeTypeSurviveReopenAsStored) {
+    EXPECT_EQ(MakeThreeWay().Minor().Value(), 3);
+    Close();
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDONLY);
+        EXPECT_EQ(raw.ReadIntAttribute("00000003", "type"), (Ints{1, 3}));
+        EXPECT_EQ(raw.ReadIntAttribute("00000003", "Grid"), (Ints{0, 1, 2}));
+        EXPECT_EQ(raw.ReadIntAttribute("00000003", "RangeType"), (Ints{VelTypeKeyCMember, 1, 1}));
+        EXPECT_EQ(raw.ReadIntAttribute("00000003", "Distribution attributes"), (Ints{1}));
+        EXPECT_EQ(raw.ReadInts("Context attributes"), (Ints{4, 12}));
+    }
+    Reopen();
+    const VelDistributionRef ref(First());
+    EXPECT_EQ(ref.ID().Minor().Value(), 3);
+    EXPECT_EQ(TestText(ref.Grid()),
+              TestText(VelGrid(TestArray({Collection(0), Collection(1), Collection(2)}))));
+    EXPECT_EQ(ref.RangeType(), VelRangeType(VelTypeKeyCMember, Collection(1)));
+    EXPECT_EQ(ref.NumDrawers(), 0);
+    EXPECT_EQ(Distribution().NextDrawerNumber(), 1);
+}
+
+TEST_F(VelDistributionTest, DrawerNumbersAreSpentByKindPersistedAndNeverReused) {
+    MakeThreeWay();
+    VelDistribution& d = Distribution();
+    EXPECT_EQ(d.CreateDrawer(VelDistribution::e_StandardDrawer).Minor().Value(), 1);
+    // A sparse drawer's index dataset takes the name of number 3.
+    EXPECT_EQ(d.CreateDrawer(VelDistribution::e_SparseDrawer).Minor().Value(), 2);
+    EXPECT_EQ(d.CreateDrawer(VelDistribution::e_StandardDrawer).Minor().Value(), 4);
+    {
+        // Written at once, not only when the context closes.
+        RawFile raw(m_file.str(), H5F_ACC_RDONLY);
+        EXPECT_EQ(raw.ReadIntAttribute("00000003", "Distribution attributes"), (Ints{5}));
+        EXPECT_EQ(raw.ReadIntAttribute("00000003/00000002", "type"), (Ints{3, 2}));
+    }
+    Close();
+    {
+        // Members that are not drawers: a group without "type" and a dataset.
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000003/scratch", {});
+        raw.WriteInts("00000003/notes", {1, 2});
+    }
+    Reopen();
+    EXPECT_EQ(DrawerNumbers(), (Ints{1, 2, 4}));
+    EXPECT_EQ(Distribution().CreateDrawer(VelDistribution::e_StandardDrawer).Minor().Value(), 5);
+    EXPECT_EQ(DrawerNumbers(), (Ints{1, 2, 4, 5}));
+}
+
+TEST_F(VelDistributionTest, DrawerGroupsOpenOnDemandAndCloseDrawerLetsThemGo) {
+    MakeThreeWay();
+    Distribution().CreateDrawer(VelDistribution::e_StandardDrawer);
+    Reopen();
+    const VelDistributionRef ref(First());
+    const VelDrawerID drawer = ref.Drawers()[0];
+    const hid_t file = Ref().File().GetID();
+    const ssize_t closed = H5Fget_obj_count(file, H5F_OBJ_GROUP);
+    EXPECT_EQ(Distribution().DrawerGroup(drawer).Path(), cow_String("/00000003/00000001"));
+    EXPECT_EQ(H5Fget_obj_count(file, H5F_OBJ_GROUP), closed + 1);
+    VelDistributionAccess::CloseDrawer(ref, drawer);
+    EXPECT_EQ(H5Fget_obj_count(file, H5F_OBJ_GROUP), closed);
+    EXPECT_EQ(ref.NumDrawers(), 1);
+}
+
+TEST_F(VelDistributionDeathTest, CallersMustNameTheContextsOwnThings) {
+    const VelDistributionID id = MakeThreeWay();
+    const VelCollectionID foreign = TestCollection(m_context.Value() + 7, 0);
+    const char* own =
+        "context.HasCollection(collection) && \"a distribution's collections must belong to its "
+        "context\"";
+    ExpectValidateFailure(Ref().CreateDistribution(VelGrid(TestArray({Collection(0), foreign})),
+                                                   VelRangeType(VelTypeKeyInt)),
+                          own);
+    ExpectValidateFailure(
+        Ref().CreateDistribution(VelGrid(), VelRangeType(VelTypeKeyCSet, foreign)), own);
+    const VelDistributionID other =
+        Ref().CreateDistribution(VelGrid(), VelRangeType(VelTypeKeyInt));
+    const VelDrawerID drawer =
+        VelDistributionAccess::Get(other).CreateDrawer(VelDistribution::e_SparseDrawer);
+    ExpectValidateFailure(VelDistributionAccess::CloseDrawer(VelDistributionRef(id), drawer),
+                          "drawer.DistributionID().Compare(m_id) == 0");
+
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    ExpectValidateFailure(Distribution().CreateDrawer(VelDistribution::e_StandardDrawer),
+                          "!m_readOnly");
+    const VelDistributionRef stale(First());
+    Close();
+    ExpectValidateFailure(stale.Grid(), "context && \"no open context has this value\"");
+}
+
+// Each damage is made with the HDF5 C API on a file the library wrote; the open must stop with
+// the refusal before anything sized by the damaged value is read.
+TEST_F(VelDistributionDeathTest, DamagedGridsAreRefusedAndSevenCollectionsAccepted) {
+    MakeThreeWay();
+    Close();
+    WriteIntAttribute("00000003", "Grid", {0, 1, 2, 0, 1, 2, 0, 1});
+    ExpectAssertFailure(Open(), m_refused + "\"Grid\" holds 8 collections, at most 7 are allowed");
+    WriteIntAttribute("00000003", "Grid", {0, 5});
+    ExpectAssertFailure(
+        Open(), m_refused + "\"Grid\" names collection word 5, which the context does not have");
+    WriteIntAttribute("00000003", "Grid", {2, 0, 2});
+    ExpectAssertFailure(Open(), m_refused + "\"Grid\" names collection word 2 twice");
+
+    WriteIntAttribute("00000003", "Grid", {0, 1, 2});
+    Reopen();
+    for (int size : {1, 2, 3, 4}) Ref().CreateCollection(size);
+    Close();
+    WriteIntAttribute("00000003", "Grid", {0, 1, 2, 4, 5, 6, 7});
+    Reopen();
+    EXPECT_EQ(VelDistributionRef(First()).NumDimensions(), 7);
+}
+
+TEST_F(VelDistributionDeathTest, DamagedRangeTypesAndCataloguesAreRefused) {
+    VelDistributionAccess::Get(MakeThreeWay()).CreateDrawer(VelDistribution::e_SparseDrawer);
+    Close();
+    WriteIntAttribute("00000003", "RangeType", {8, 0, -1});
+    ExpectAssertFailure(Open(), m_refused + "\"RangeType\" has the unknown type key 8");
+    WriteIntAttribute("00000003", "RangeType", {VelTypeKeyDouble, 1, 0});
+    ExpectAssertFailure(Open(),
+                        m_refused + "\"RangeType\" flag 1 does not agree with type key Double");
+    WriteIntAttribute("00000003", "RangeType", {VelTypeKeyDouble, 0});
+    ExpectAssertFailure(Open(), m_refused + "\"RangeType\" is not one dimension of 3 ints");
+    WriteIntAttribute("00000003", "RangeType", {VelTypeKeyDouble, 0, -1});
+
+    // The sparse drawer 1 spent numbers 1 and 2, so the stored next number is 3.
+    WriteIntAttribute("00000003", "Distribution attributes", {1});
+    ExpectAssertFailure(Open(), m_refused +
+                                    "member \"00000001\" is drawer 1, outside the numbers handed "
+                                    "out (1 to 0)");
+    WriteIntAttribute("00000003", "Distribution attributes", {3});
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000003/00000002", {0, 2});
+    }
+    ExpectAssertFailure(Open(), m_refused +
+                                    "member \"00000002\" has \"type\" kind 0, only drawers (3) "
+                                    "live in a distribution");
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.MakeTypedGroup("00000003/00000002", {3, 1});
+    }
+    ExpectAssertFailure(Open(),
+                        m_refused + "member \"00000002\" is not named by its drawer number 1");
+}
+
+}  // namespace

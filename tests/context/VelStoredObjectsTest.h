@@ -1,0 +1,77 @@
+#ifndef VEL_TESTS_CONTEXT_VELSTOREDOBJECTSTEST_H
+#define VEL_TESTS_CONTEXT_VELSTOREDOBJECTSTEST_H
+
+// The fixture of the distribution and DSet tests: a context with three collections, reopened at
+// will, and the HDF5 C API at hand to read or damage what the library wrote.
+
+#include <hdf5.h>
+
+#include <string>
+#include <vector>
+
+#include "VelContextFileHelpers.h"
+#include "VelTestIDs.h"
+#include "VelTestSupport.h"
+#include "vel/UTI_VelDynamicAPI.h"
+#include "vel/context/VelCollectionRef.h"
+#include "vel/context/VelContextRef.h"
+#include "vel/context/VelManager.h"
+
+class VelStoredObjectsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        UTI_VelDynamicAPI_initialize(m_modules);
+        m_context = VelManager::CreateContext(m_file.c_str(), hdf_File::CreateFlagsTruncate, 3);
+        ASSERT_FALSE(m_context.IsNull());
+        for (int size : {10, 20, 30}) m_collections.push_back(Ref().CreateCollection(size));
+    }
+    void TearDown() override { UTI_VelDynamicAPI_finalize(m_modules); }
+
+    VelContextRef Ref() const { return VelContextRef(m_context); }
+    const VelCollectionID& Collection(int i) const { return m_collections[static_cast<size_t>(i)]; }
+
+    void Close() {
+        VelManager::CloseContext(m_context);
+        m_context = VelContextID();
+    }
+    VelContextID Open(hdf_File::OpenFlags flags = hdf_File::OpenFlagsReadWrite) {
+        return VelManager::OpenContext(m_file.c_str(), flags, 3);
+    }
+    // Closes and reopens the context; the collections are found again by their serials.
+    void Reopen(hdf_File::OpenFlags flags = hdf_File::OpenFlagsReadWrite) {
+        Close();
+        m_context = Open(flags);
+        ASSERT_FALSE(m_context.IsNull());
+        for (VelCollectionID& c : m_collections) c = Again(c);
+    }
+    // The collection of the open context with the serial and color of `id`.
+    VelCollectionID Again(const VelCollectionID& id) const {
+        return VelCollectionID(VelDynamicID(1, m_context.Value(), id.Minor().Value(), 0));
+    }
+    VelCSetID Again(const VelCSetID& id) const {
+        const VelDynamicID d = id.DynamicID();
+        return VelCSetID(VelDynamicID(5, m_context.Value(), d.First(), d.Second()));
+    }
+
+    // Replaces (or makes) the int attribute `name` of the object at `path`.
+    void WriteIntAttribute(const char* path, const char* name, const std::vector<int>& values) {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        hid_t object = H5Oopen(raw.id(), path, H5P_DEFAULT);
+        ASSERT_GE(object, 0) << path;
+        if (H5Aexists(object, name) > 0) H5Adelete(object, name);
+        hsize_t n = values.size();
+        hid_t space = H5Screate_simple(1, &n, nullptr);
+        hid_t attr = H5Acreate2(object, name, H5T_NATIVE_INT, space, H5P_DEFAULT, H5P_DEFAULT);
+        H5Awrite(attr, H5T_NATIVE_INT, values.data());
+        H5Aclose(attr);
+        H5Sclose(space);
+        H5Oclose(object);
+    }
+
+    int m_modules = 0;
+    VelTempFile m_file{"objects"};
+    VelContextID m_context;
+    std::vector<VelCollectionID> m_collections;
+};
+
+#endif

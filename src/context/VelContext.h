@@ -24,11 +24,11 @@
 
 // One open database file, owned by the manager.
 //
-// The context keeps the file, its cache pool, the next collection serial (m_nextID) and a map
-// per kind of object from the object's ID to the object (collections) or its group.  The maps
-// are filled when a file is loaded (collections in a first pass, then distributions and DSets,
-// which refer to collections) and their sizes are what "Context attributes" counts at
-// write-back, where every collection is flushed.
+// The context keeps the file, its cache pool, the serial counter (m_nextID) and a map per kind
+// of object from the object's ID to the object it owns.  The maps are filled when a file is
+// loaded (collections in a first pass, then distributions and DSets, which refer to
+// collections) and their sizes are what "Context attributes" counts at write-back, where every
+// collection and distribution is flushed.
 //
 // Every method that touches the file may throw hdf_Exception; the manager turns an escaping
 // exception into a printed message and an assertion failure.

@@ -220,10 +220,6 @@ void VelCollection::Place(int index, int64_t length) {
     m_usedInts += length;
 }
 
-void VelCollection::AppendPending(const int* ints, int64_t count) {
-    m_pending.insert(m_pending.end(), ints, ints + count);
-}
-
 // The pending ints are the tail of "IndexSets": [m_fileInts, m_usedInts).
 void VelCollection::WritePending() {
     if (m_pending.empty()) return;

@@ -129,7 +129,6 @@ private:
     void StoreSet(int index, VelIndexSet* set);
     void StoreList(int index, int form, const int* members, int count);
     void Place(int index, int64_t length);
-    void AppendPending(const int* ints, int64_t count);
     void WritePending();
     void EnsureExtent(int64_t ints);
     void RewriteStored(int64_t start, const int* ints, int64_t count);

@@ -251,7 +251,7 @@ TEST_F(VelCSetTest, ExtendSpaceGrowsTheFullSetAndNeverLeavesAStaleOne) {
     EXPECT_EQ(again.CreateColorVariant(0).Compare(Again(cid)), 0);
 }
 
-TEST_F(VelCSetTest, PermutationAndItsTwinShareOneDecodedSet) {
+TEST_F(VelCSetTest, TwinsShareOneDecodedSetAndColorsAreRecorded) {
     const VelCollectionID cid = VelContextRef(m_context).CreateCollection(10);
     const Ints order = {5, 1, 7};
     const VelCSetID perm = VelCollectionRef(cid).CreateOrderedCSet(order.data(), 3);
@@ -262,6 +262,10 @@ TEST_F(VelCSetTest, PermutationAndItsTwinShareOneDecodedSet) {
     EXPECT_EQ(twin.permutationIndex, -1);
     EXPECT_EQ(twin.set.Get(), p.set.Get());
     EXPECT_EQ(collection.Resolve(perm, false).set.Get(), p.set.Get());
+    VelCollectionRef(cid).CreateColorVariant(5);
+    EXPECT_TRUE(collection.HasColor(0));
+    EXPECT_TRUE(collection.HasColor(5));
+    EXPECT_FALSE(collection.HasColor(6));
 }
 
 TEST_F(VelCSetDeathTest, BadMembersStopWithTheirMessages) {

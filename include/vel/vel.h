@@ -78,12 +78,17 @@
 #include "vel/context/dpa_Module.h"
 
 // transfer
+#include "vel/transfer/VelBufferSet.h"
 #include "vel/transfer/VelDimSelection.h"
 #include "vel/transfer/VelNormalizeArgs.h"
 #include "vel/transfer/VelOptionalFlag.h"
+#include "vel/transfer/VelPool.h"
+#include "vel/transfer/VelQualPointer.h"
 #include "vel/transfer/VelRangeViewArgs.h"
 #include "vel/transfer/VelSerializationType.h"
+#include "vel/transfer/VelTransfer.h"
 #include "vel/transfer/VelTransferArgs.h"
+#include "vel/transfer/VelTransientDrawer.h"
 
 // types
 #include "vel/types/VelRecHandle.h"

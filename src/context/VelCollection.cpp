@@ -6,10 +6,9 @@
 
 #include "context/VelContextLayout.h"
 #include "context/VelIDAccess.h"
+#include "context/VelStorageGuard.h"
 #include "vel/core/VelAssert.h"
 #include "vel/core/VelIdAsString.h"
-#include "vel/hdf/hdf_Exception.h"
-#include "vel/platform/aio_Stream.h"
 
 namespace {
 
@@ -19,24 +18,6 @@ using Layout = VelCollectionLayout;
 constexpr int64_t kPendingLimit = Layout::e_IndexSetsChunk;
 // The pending buffer is written out when it reaches this many ints.
 constexpr size_t kPendingFlush = 64 * 1024;
-
-// The collection layer has no error return: a storage failure prints its message on standard
-// output and stops the process.
-[[noreturn]] void StorageFailure(const hdf_Exception& e) {
-    aio_cout << e.AsString() << '\n';
-    aio_cout.flush();
-    VelASSERT(0);
-    VelAssert::Stop();
-}
-
-template <class F>
-auto Guarded(F&& f) -> decltype(f()) {
-    try {
-        return f();
-    } catch (const hdf_Exception& e) {
-        StorageFailure(e);
-    }
-}
 
 // A stored set that does not decode: the file is damaged.
 [[noreturn]] void RefuseStoredSet(const char* reason) {
@@ -71,7 +52,7 @@ VelAutoPtr<VelCollection> VelCollection::Create(const hdf_Group& root, const Vel
     VelVALIDATE(size >= 0);
     VelAutoPtr<VelCollection> collection(new VelCollection(id, pool));
     collection->m_readOnly = readOnly;
-    Guarded([&] { collection->CreateIn(root, size); });
+    VelGuardStorage([&] { collection->CreateIn(root, size); });
     return collection;
 }
 
@@ -93,7 +74,7 @@ void VelCollection::CreateIn(const hdf_Group& root, int size) {
 VelAutoPtr<VelCollection> VelCollection::Open(const hdf_Group& group, const VelCollectionID& id,
                                               bool readOnly, mem_CachePool* pool) {
     VelAutoPtr<VelCollection> collection(new VelCollection(id, pool));
-    Guarded([&] { collection->Load(group, readOnly); });
+    VelGuardStorage([&] { collection->Load(group, readOnly); });
     return collection;
 }
 
@@ -338,7 +319,7 @@ VelCSetID VelCollection::CreateCSet(const int* members, int count, int color) {
     const VelIndexSet::AscendingScan scan = VelIndexSet::ScanAscending(members, count);
     if (!scan.strictlyAscending) RefuseUnsortedMembers(members, count);
     RequireMembersInCollection(count == 0 || (members[0] >= 0 && members[count - 1] < m_size));
-    return Guarded([&] {
+    return VelGuardStorage([&] {
         if (VelIndexSet::KeepsExplicitList(scan, count) && count > e_CacheIdleWeight) {
             const int index = NewEntry();
             StoreList(index, VelIndexSet::FormList, members, count);
@@ -351,13 +332,13 @@ VelCSetID VelCollection::CreateCSet(const int* members, int count, int color) {
 VelCSetID VelCollection::CreateCSet(const omi_BlkBitVect& members, int color) {
     RequireWritable();
     RequireMembersInCollection(members.Size() <= m_size || members.NextSet(m_size) < 0);
-    return Guarded([&] { return StoreNewSet(VelIndexSet::FromBitVector(members), color); });
+    return VelGuardStorage([&] { return StoreNewSet(VelIndexSet::FromBitVector(members), color); });
 }
 
 VelCSetID VelCollection::CreateCSetStrided(int start, int stride, int count, int block, int color) {
     RequireWritable();
     ValidateStrided(start, stride, count, block);
-    return Guarded(
+    return VelGuardStorage(
         [&] { return StoreNewSet(VelIndexSet::FromBlocks(start, stride, count, block), color); });
 }
 
@@ -376,7 +357,7 @@ VelCSetID VelCollection::CreateOrderedCSet(const int* order, int count, int colo
     const int numUniqueMembers =
         static_cast<int>(std::unique(sorted.begin(), sorted.end()) - sorted.begin());
     VelASSERT(numUniqueMembers == numMembers);
-    return Guarded([&] {
+    return VelGuardStorage([&] {
         const int permutation = NewEntry();
         const int twin = NewEntry();
         if (2 * int64_t(count) > e_CacheIdleWeight) {
@@ -397,7 +378,7 @@ VelCSetID VelCollection::CreateOrderedCSet(const int* order, int count, int colo
 VelCSetID VelCollection::Register(VelIndexSet& set, int color) {
     RequireWritable();
     VelASSERT(set.IsAscending());
-    return Guarded([&] {
+    return VelGuardStorage([&] {
         const int index = NewEntry();
         StoreSet(index, &set);
         return MakeID(index, true, color);
@@ -409,7 +390,7 @@ VelCSetID VelCollection::EmptyCSetID(int color) const {
 }
 
 VelCSetID VelCollection::BiggestCSetID(int color) {
-    Guarded([&] { EnsureFullSet(); });
+    VelGuardStorage([&] { EnsureFullSet(); });
     return m_fullSetID.AltColor(color);
 }
 
@@ -448,7 +429,7 @@ VelCollection::Resolved VelCollection::Resolve(const VelCSetID& id, bool deferLa
     const int index = id.Index();
     const bool known = !id.IsNull() && index < m_numCSets;
     VelVALIDATE(known && "the CSet ID names no CSet of its collection");
-    return Guarded([&] {
+    return VelGuardStorage([&] {
         if (index == e_FullSetIndex) EnsureFullSet();
         const VelIndexEntry& entry = m_entries[index];
         const bool isPermutation = entry.linkedId != Layout::e_NoLink;
@@ -482,7 +463,7 @@ int VelCollection::DeferrableListCount(int storageIndex) {
 void VelCollection::ReadListMembers(int storageIndex, int count, int* out) const {
     const VelIndexEntry& entry = m_entries[storageIndex];
     VelASSERT(entry.length == 2 + int64_t(count));
-    Guarded([&] { ReadStored(int64_t(entry.start) + 2, count, out); });
+    VelGuardStorage([&] { ReadStored(int64_t(entry.start) + 2, count, out); });
     VelIndexSet::AscendingScan scan;
     if (const char* wrong = VelIndexSet::CheckStoredList(out, count, m_size, scan))
         RefuseStoredSet(wrong);
@@ -532,7 +513,7 @@ void VelCollection::ExtendSpace(int count) {
     m_dirty = true;
     if (!m_fullSetMade) return;
     // The full set is a range of constant length: its stored ints are rewritten in place.
-    Guarded([&] {
+    VelGuardStorage([&] {
         const VelIndexEntry& entry = m_entries[m_fullSetID.Index()];
         che_RefPtr<VelIndexSet> full(VelIndexSet::FromStrided(0, m_size, 1));
         VelASSERT(full->EncodedLength() == entry.length);
@@ -553,7 +534,7 @@ VelCollectionID VelCollection::CreateColorVariant(int color) {
 
 void VelCollection::Flush(bool toDisk) {
     if (m_closed || m_readOnly) return;
-    Guarded([&] {
+    VelGuardStorage([&] {
         EnsureFullSet();
         VelVALIDATE(!m_fullSetID.IsNull());
         WritePending();

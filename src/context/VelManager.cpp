@@ -5,9 +5,8 @@
 #include "context/VelContext.h"
 #include "context/VelIDAccess.h"
 #include "context/VelManagerAccess.h"
+#include "context/VelStorageGuard.h"
 #include "vel/core/VelAssert.h"
-#include "vel/hdf/hdf_Exception.h"
-#include "vel/platform/aio_Stream.h"
 
 namespace {
 
@@ -32,11 +31,6 @@ VelContext* FindNameIn(const Map& map, const char* fileName) {
 
 // A storage failure has no error return: its message goes to standard output, whatever was
 // half built is destroyed, and the process stops with the assertion "0".
-void ReportStorageFailure(const hdf_Exception& e) {
-    aio_cout << e.AsString() << '\n';
-    aio_cout.flush();
-}
-
 VelAutoPtr<VelContext> NewContext() {
     return VelAutoPtr<VelContext>(new VelContext());
 }
@@ -86,7 +80,7 @@ VelContextID VelManager::Create(const char* fileName, hdf_File::CreateFlags flag
         context->SetIdentity(id, fileName);
         context->Create(flags, schemaVersion, *this);
     } catch (const hdf_Exception& e) {
-        ReportStorageFailure(e);
+        VelPrintStorageFailure(e);
         context.Reset();
         VelASSERT(0);
     }
@@ -104,7 +98,7 @@ VelContextID VelManager::Open(const char* fileName, hdf_File::OpenFlags flags, i
         context->SetIdentity(id, fileName);
         result = context->Open(flags, schemaVersion, *this);
     } catch (const hdf_Exception& e) {
-        ReportStorageFailure(e);
+        VelPrintStorageFailure(e);
         context.Reset();
         VelASSERT(0);
     }
@@ -120,7 +114,7 @@ void VelManager::Close(const VelContextID& id) {
     try {
         (*found)->Close();
     } catch (const hdf_Exception& e) {
-        ReportStorageFailure(e);
+        VelPrintStorageFailure(e);
         VelASSERT(0);
     }
     map.Remove(id);

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <string>
 
+#include "context/VelStorageGuard.h"
 #include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_Dataset.h"
 #include "vel/hdf/hdf_Exception.h"
 #include "vel/hdf/hdf_Group.h"
-#include "vel/platform/aio_Stream.h"
 
 // One-dimensional arrays of native ints, as attributes or datasets: the form of every small
 // record that distributions and DSets keep in the file.  Readers ask for the stored length
@@ -31,19 +31,5 @@ struct VelStoredInts {
 // read into memory sized by the damaged value when this is called.
 [[noreturn]] void VelRefuseStored(const char* kind, const hdf_Group& group,
                                   const std::string& reason);
-
-// Runs `f`; a storage failure has no error return: its message goes to standard output and the
-// process stops with the assertion "0".
-template <class F>
-auto VelGuardStorage(F&& f) -> decltype(f()) {
-    try {
-        return f();
-    } catch (const hdf_Exception& e) {
-        aio_cout << e.AsString() << '\n';
-        aio_cout.flush();
-        VelASSERT(0);
-        VelAssert::Stop();
-    }
-}
 
 #endif

@@ -1,0 +1,15 @@
+#include "context/VelStorageGuard.h"
+
+#include "vel/core/VelAssert.h"
+#include "vel/platform/aio_Stream.h"
+
+void VelPrintStorageFailure(const hdf_Exception& e) {
+    aio_cout << e.AsString() << '\n';
+    aio_cout.flush();
+}
+
+void VelStorageFailure(const hdf_Exception& e) {
+    VelPrintStorageFailure(e);
+    VelASSERT(0);
+    VelAssert::Stop();
+}

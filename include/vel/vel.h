@@ -112,5 +112,11 @@
 #include "vel/types/VelTypesForm.h"
 
 // views
+#include "vel/views/VelAssociation.h"
+#include "vel/views/VelAssociationID.h"
+#include "vel/views/VelDataRecord.h"
+#include "vel/views/VelSelection.h"
+#include "vel/views/VelTransaction.h"
+#include "vel/views/VelView.h"
 
 #endif

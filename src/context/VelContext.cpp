@@ -186,6 +186,10 @@ void VelContext::WriteBack() {
 }
 
 void VelContext::Close() {
+    if (m_recordStore) {
+        m_recordStore->Close();
+        m_recordStore.Reset();
+    }
     if (!m_file.IsEmpty() && !m_readOnly) WriteBack();
     CollectionIterator it(m_collectionMap);
     for (it.First(); !it.IsDone(); it.Next()) it.CurrentValue()->Close();

@@ -22,6 +22,15 @@
 #include "vel/platform/cow_String.h"
 #include "vel/platform/mem_Memory.h"
 
+// What a later area keeps with a context: the record store.  The context owns it and closes it
+// first when the context closes, while the file is still open.
+class VelContextAttachment : public mem_AllocationOperators {
+public:
+    virtual ~VelContextAttachment() = default;
+    // Writes back what it holds and releases its HDF5 objects; never throws.
+    virtual void Close() = 0;
+};
+
 // One open database file, owned by the manager.
 //
 // The context keeps the file, its cache pool, the serial counter (m_nextID) and a map per kind
@@ -65,6 +74,9 @@ public:
     mem_CachePool* Pool() { return m_pool ? &*m_pool : nullptr; }
     const hdf_Group& StringTableGroup() const { return m_stringTable; }
     const hdf_Group& RecordGroup() const { return m_record; }
+    // The record store, made by the views area on first use; null until then.
+    VelContextAttachment* RecordStore() const { return m_recordStore.Get(); }
+    void SetRecordStore(VelAutoPtr<VelContextAttachment> store) { m_recordStore = store; }
 
     // Takes the next collection serial number.
     int AllocateCollectionSerial();
@@ -125,6 +137,7 @@ private:
     VelAutoBtree<VelDSetID, VelAutoPtr<VelDSet>> m_dsetMap;
     hdf_Group m_stringTable;
     hdf_Group m_record;
+    VelAutoPtr<VelContextAttachment> m_recordStore;
 };
 
 #endif

@@ -10,9 +10,16 @@
 #include "vel/context/VelRangeType.h"
 #include "vel/core/VelArray.h"
 #include "vel/hdf/hdf_File.h"
+#include "vel/platform/cow_String.h"
 #include "vel/platform/mem_Memory.h"
 
 class VelContext;
+class VelTypeSchemaSnapshot;
+class VelView;
+class VelViewRead;
+class VelViewUpdateEdition;
+class VelViewUpdateForm;
+class VelViewUpdateLevel;
 
 // A light handle on an open context.  It holds only the ID and finds the context through the
 // manager on every call, so it never dangles: using it after the context was closed is a
@@ -40,6 +47,26 @@ public:
     VelDSetID CreateDSet(const VelCtation& ctation) const;
     // The compartments of a DSet of this context, in their sorted order.
     VelCtation DSetRep(const VelDSetID& id) const;
+
+    // The views of the context's record store (vel/views/VelView.h).  View opens the latest
+    // published edition of a form and level for reading; given a snapshot, it also checks the
+    // snapshot against the view's stored types.  NewForm makes a view of a form (extending
+    // an ancestor's schema, if given), NewEdition the next edition of a view with its schema,
+    // NewLevel a view of the ancestor's form at another level; UpgradeLevel and DowngradeLevel
+    // do the same and require the level to go up or down.  New views start with a copy of
+    // their ancestor's records.
+    VelViewRead View(const cow_String& formName, int level) const;
+    VelViewRead View(const VelTypeSchemaSnapshot& snapshot) const;
+    VelViewUpdateForm NewForm(const VelTypeSchemaSnapshot& snapshot) const;
+    VelViewUpdateForm NewForm(const VelTypeSchemaSnapshot& snapshot, const VelView& ancestor) const;
+    VelViewUpdateEdition NewEdition(const VelTypeSchemaSnapshot& snapshot,
+                                    const VelView& ancestor) const;
+    VelViewUpdateLevel NewLevel(const VelTypeSchemaSnapshot& snapshot,
+                                const VelView& ancestor) const;
+    VelViewUpdateLevel UpgradeLevel(const VelTypeSchemaSnapshot& snapshot,
+                                    const VelView& ancestor) const;
+    VelViewUpdateLevel DowngradeLevel(const VelTypeSchemaSnapshot& snapshot,
+                                      const VelView& ancestor) const;
 
     // The database file (a copy sharing the context's HDF5 identifier).
     hdf_File File() const;

@@ -1,0 +1,362 @@
+#include "vel/core/VelAssert.h"
+#include "views/VelRecordRepr.h"
+#include "views/VelRecordStore.h"
+#include "views/VelTransactionRepr.h"
+
+namespace {
+
+bool FitsInt32(int64_t value) {
+    return value == static_cast<int64_t>(static_cast<int32_t>(value));
+}
+
+}  // namespace
+
+VelAssociationRepr::VelAssociationRepr(const VelAssociationID& id,
+                                       const VelRecHandle<VelRowLayout>& layout, VelViewRepr& view)
+    : m_ID(id),
+      m_Layout(layout),
+      m_View(&view),
+      m_Type(layout->Association()),
+      m_Context(view.Context()),
+      m_Focus(view.FocusID()) {}
+
+// ---- the table format -------------------------------------------------------------------------
+
+void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
+                                    VelStringTable& strings) {
+    const VelRowLayout& layout = *m_Layout.Get();
+    const unsigned context = m_Context;
+    for (int64_t r = 0; r < count; ++r) {
+        const unsigned char* row = rows + r * layout.Width();
+        VelAssociationEntry entry;
+        for (int k = 0; k < 2; ++k) {
+            const VelRecTypeAssociationMember& member = m_Type.Member(k);
+            const int kind = member.Category();
+            const unsigned char* at = row + layout.IDOffset(k);
+            VelDynamicID& id = entry.m_Members[k].m_ID;
+            if (layout.IDSize(k) == 4) {
+                id =
+                    VelDynamicID(kind, context, static_cast<int32_t>(VelRecordBytes::Get32(at)), 0);
+            } else if (layout.IDSize(k) == 8) {
+                id = VelDynamicID(kind, context, static_cast<int32_t>(VelRecordBytes::Get32(at)),
+                                  static_cast<int32_t>(VelRecordBytes::Get32(at + 4)));
+            } else {
+                id = VelDynamicID::ReadPersistent(at, context, VelByteOrderBigEndian);
+                const int expected = kind == VelEntityViewFocus ? VelCategoryDataRecord : kind;
+                VelVALIDATE(id.Category() == expected &&
+                            "Damaged record store: a pair's participant is of another kind");
+            }
+            const unsigned char* key = row + layout.KeyOffset(k);
+            if (member.Option() == VelRecTypeOrdered) {
+                entry.m_Members[k].m_Position = static_cast<int32_t>(VelRecordBytes::Get32(key));
+                VelVALIDATE(entry.m_Members[k].m_Position >= 0 &&
+                            "Damaged record store: a pair's position is negative");
+            } else if (member.Option() == VelRecTypeStringKey) {
+                entry.m_Members[k].m_Key.m_Text = strings.Lookup(VelRecordBytes::Get32(key));
+            }
+        }
+        Add(entry);
+    }
+    m_Stored = m_Entries.size();
+}
+
+std::vector<unsigned char> VelAssociationRepr::EncodeRows(bool all, VelStringTable& strings) const {
+    const VelRowLayout& layout = *m_Layout.Get();
+    std::vector<unsigned char> rows;
+    for (size_t i = all ? 0 : m_Stored; i < m_Entries.size(); ++i) {
+        const VelAssociationEntry& entry = m_Entries[i];
+        if (!entry.m_Live) continue;
+        const size_t start = rows.size();
+        rows.resize(start + static_cast<size_t>(layout.Width()));
+        unsigned char* row = rows.data() + start;
+        for (int k = 0; k < 2; ++k) {
+            const VelAssociationMemberEntry& member = entry.m_Members[k];
+            unsigned char* at = row + layout.IDOffset(k);
+            if (layout.IDSize(k) == 4) {
+                VelRecordBytes::Put32(at, static_cast<uint32_t>(member.m_ID.First()));
+            } else if (layout.IDSize(k) == 8) {
+                VelRecordBytes::Put32(at, static_cast<uint32_t>(member.m_ID.First()));
+                VelRecordBytes::Put32(at + 4, static_cast<uint32_t>(member.m_ID.Second()));
+            } else {
+                member.m_ID.WritePersistent(at, VelByteOrderBigEndian);
+            }
+            unsigned char* key = row + layout.KeyOffset(k);
+            const VelRecTypeAssociationMemberOption option = m_Type.Member(k).Option();
+            if (option == VelRecTypeOrdered) {
+                VelRecordBytes::Put32(key, static_cast<uint32_t>(member.m_Position));
+            } else if (option == VelRecTypeStringKey) {
+                VelRecordBytes::Put32(key, strings.Intern(member.m_Key.String()));
+            }
+        }
+    }
+    return rows;
+}
+
+void VelAssociationRepr::DropStored() {
+    m_Entries.clear();
+    m_Groups[0].clear();
+    m_Groups[1].clear();
+    m_Stored = 0;
+    m_LiveCount = 0;
+    m_Rewrite = true;
+}
+
+// ---- the indexes ------------------------------------------------------------------------------
+
+const std::vector<int>* VelAssociationRepr::EntriesOf(int whichMember,
+                                                      const VelDynamicID& id) const {
+    const Group* group = FindGroup(whichMember, id);
+    return group ? &group->entries : nullptr;
+}
+
+VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k, const VelDynamicID& id) {
+    const auto found = m_Groups[k].find(IDKey{id});
+    return found == m_Groups[k].end() ? nullptr : &found->second;
+}
+
+const VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k,
+                                                               const VelDynamicID& id) const {
+    const auto found = m_Groups[k].find(IDKey{id});
+    return found == m_Groups[k].end() ? nullptr : &found->second;
+}
+
+void VelAssociationRepr::Add(const VelAssociationEntry& entry) {
+    const int index = static_cast<int>(m_Entries.size());
+    m_Entries.push_back(entry);
+    for (int k = 0; k < 2; ++k) {
+        const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
+        Group& group = m_Groups[k][IDKey{entry.m_Members[k].m_ID}];
+        group.entries.push_back(index);
+        ++group.live;
+        group.others.emplace(IDKey{other.m_ID}, index);
+        if (m_Type.Member(1 - k).Option() == VelRecTypeStringKey)
+            group.otherKeys[other.m_Key.String().str()] = index;
+    }
+    ++m_LiveCount;
+}
+
+void VelAssociationRepr::Kill(int index) {
+    VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
+    entry.m_Live = false;
+    --m_LiveCount;
+    Touch(index);
+    for (int k = 0; k < 2; ++k) {
+        const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
+        Group& group = *FindGroup(k, entry.m_Members[k].m_ID);
+        --group.live;
+        auto range = group.others.equal_range(IDKey{other.m_ID});
+        for (auto it = range.first; it != range.second; ++it) {
+            if (it->second == index) {
+                group.others.erase(it);
+                break;
+            }
+        }
+        const auto key = group.otherKeys.find(other.m_Key.String().str());
+        if (key != group.otherKeys.end() && key->second == index) group.otherKeys.erase(key);
+    }
+}
+
+void VelAssociationRepr::Shift(const Group& group, int k, int from, int delta) {
+    for (const int index : group.entries) {
+        VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
+        if (!entry.m_Live || entry.m_Members[k].m_Position < from) continue;
+        entry.m_Members[k].m_Position += delta;
+        Touch(index);
+    }
+}
+
+// ---- changes ----------------------------------------------------------------------------------
+
+void VelAssociationRepr::CheckWritable() const {
+    VelVALIDATE(m_Token && m_Token->m_Active && "The association's transaction has ended");
+    m_View->Store();
+}
+
+void VelAssociationRepr::CheckParticipant(int k, const VelDynamicID& id) const {
+    const VelRecTypeAssociationMember& member = m_Type.Member(k);
+    const int kind = member.Category();
+    VelVALIDATE(id.Context() == m_Context && "The participant is of another context");
+    if (kind == VelEntityDataRecord) {
+        const VelRowLayout& layout = m_Transaction->RecordLayout(id);
+        bool allowed = member.EntityTypeCount() == 0;
+        for (int i = 0; i < member.EntityTypeCount() && !allowed; ++i)
+            allowed = layout.Record().IsA(member.EntityType(i));
+        VelVALIDATE(allowed && "The record's type is not a target type of the association member");
+        return;
+    }
+    if (kind == VelEntityViewFocus) {
+        VelVALIDATE(id == m_Focus && "The participant is not the view's focus");
+        return;
+    }
+    VelVALIDATE(id.Category() == kind && "The participant is not of the member's kind");
+    const int size = member.IDSize();
+    VelVALIDATE((size == 20 || (FitsInt32(id.First()) &&
+                                (size == 8 ? FitsInt32(id.Second()) : id.Second() == 0))) &&
+                "The participant's identifier does not fit the association member");
+}
+
+void VelAssociationRepr::Prepare(int k, const VelParticipant& given,
+                                 VelAssociationMemberEntry& entry) const {
+    const VelRecTypeAssociationMemberOption option = m_Type.Member(k).Option();
+    VelVALIDATE((!given.hasPosition || option == VelRecTypeOrdered) &&
+                "A position was given for a member that is not ordered");
+    VelVALIDATE((!given.hasKey || option == VelRecTypeStringKey) &&
+                "A key was given for a member that is not keyed by string");
+    VelVALIDATE((option != VelRecTypeStringKey || given.hasKey) &&
+                "A member keyed by string needs a key");
+    CheckParticipant(k, given.id);
+    entry.m_ID = given.id;
+    entry.m_Position = given.hasPosition ? given.position : -1;
+    entry.m_Key.m_Text = given.key;
+}
+
+// The new pair is compared, for each member, with the live pairs that share its other
+// participant: those are the participants (or keys, or positions) the member's rules are about.
+// An ordered member given no position goes after the last one.
+void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipant& second) {
+    CheckWritable();
+    VelAssociationEntry entry;
+    Prepare(0, first, entry.m_Members[0]);
+    Prepare(1, second, entry.m_Members[1]);
+    VelAssociationMemberEntry& newMembFirst = entry.m_Members[0];
+    VelAssociationMemberEntry& newMembSecond = entry.m_Members[1];
+    const VelRecTypeAssociationMemberOption optionFirst = m_Type.Member(0).Option();
+    const VelRecTypeAssociationMemberOption optionSecond = m_Type.Member(1).Option();
+    const Group* sharingSecond = FindGroup(1, newMembSecond.m_ID);
+    const Group* sharingFirst = FindGroup(0, newMembFirst.m_ID);
+
+    if (sharingSecond && optionFirst == VelRecTypeStringKey) {
+        const auto found = sharingSecond->otherKeys.find(newMembFirst.m_Key.String().str());
+        if (found != sharingSecond->otherKeys.end()) {
+            const VelAssociationMemberEntry& oldMembFirst =
+                m_Entries[static_cast<size_t>(found->second)].m_Members[0];
+            VelVALIDATE(newMembFirst.m_Key.String() != oldMembFirst.m_Key.String());
+        }
+    } else if (sharingSecond) {
+        const auto found = sharingSecond->others.find(IDKey{newMembFirst.m_ID});
+        if (found != sharingSecond->others.end()) {
+            const VelAssociationMemberEntry& oldMembFirst =
+                m_Entries[static_cast<size_t>(found->second)].m_Members[0];
+            VelVALIDATE(newMembFirst.m_ID != oldMembFirst.m_ID);
+        }
+    }
+    const int maxPosFirst = (sharingSecond ? sharingSecond->live : 0) - 1;
+    if (optionFirst == VelRecTypeOrdered) {
+        if (!first.hasPosition) newMembFirst.m_Position = maxPosFirst + 1;
+        VelVALIDATE(newMembFirst.m_Position >= 0 && newMembFirst.m_Position <= maxPosFirst + 1);
+    }
+
+    if (sharingFirst && optionSecond == VelRecTypeStringKey) {
+        const auto found = sharingFirst->otherKeys.find(newMembSecond.m_Key.String().str());
+        if (found != sharingFirst->otherKeys.end()) {
+            const VelAssociationMemberEntry& oldMembSecond =
+                m_Entries[static_cast<size_t>(found->second)].m_Members[1];
+            VelVALIDATE(newMembSecond.m_Key.String() != oldMembSecond.m_Key.String());
+        }
+    } else if (sharingFirst) {
+        const auto found = sharingFirst->others.find(IDKey{newMembSecond.m_ID});
+        if (found != sharingFirst->others.end()) {
+            const VelAssociationMemberEntry& oldMembSecond =
+                m_Entries[static_cast<size_t>(found->second)].m_Members[1];
+            VelVALIDATE(newMembSecond.m_ID != oldMembSecond.m_ID);
+        }
+    }
+    const int maxPosSecond = (sharingFirst ? sharingFirst->live : 0) - 1;
+    if (optionSecond == VelRecTypeOrdered) {
+        if (!second.hasPosition) newMembSecond.m_Position = maxPosSecond + 1;
+        VelVALIDATE(newMembSecond.m_Position >= 0 && newMembSecond.m_Position <= maxPosSecond + 1);
+    }
+
+    if (optionFirst == VelRecTypeOrdered && sharingSecond && newMembFirst.m_Position <= maxPosFirst)
+        Shift(*sharingSecond, 0, newMembFirst.m_Position, 1);
+    if (optionSecond == VelRecTypeOrdered && sharingFirst &&
+        newMembSecond.m_Position <= maxPosSecond)
+        Shift(*sharingFirst, 1, newMembSecond.m_Position, 1);
+    Add(entry);
+}
+
+void VelAssociationRepr::Remove(int whichMember, const VelDynamicID& id,
+                                VelRecTypeAssociationMemberOption form, const VelDynamicID& other,
+                                int position, const cow_String& key) {
+    VelASSERT(0 == whichMember || 1 == whichMember);
+    CheckWritable();
+    const int otherMember = 1 - whichMember;
+    switch (form) {
+        case VelRecTypeUnordered:
+            VelVALIDATE(m_Type.Member(otherMember).Option() == VelRecTypeUnordered);
+            break;
+        case VelRecTypeOrdered:
+            VelVALIDATE(m_Type.Member(otherMember).Option() == VelRecTypeOrdered);
+            break;
+        case VelRecTypeStringKey:
+            VelVALIDATE(m_Type.Member(otherMember).Option() == VelRecTypeStringKey);
+            break;
+    }
+    int found = -1;
+    if (const Group* group = FindGroup(whichMember, id)) {
+        for (const int index : group->entries) {
+            const VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
+            if (!entry.m_Live) continue;
+            const VelAssociationMemberEntry& candidate = entry.m_Members[otherMember];
+            const bool matches = form == VelRecTypeUnordered ? candidate.m_ID == other
+                                 : form == VelRecTypeOrdered ? candidate.m_Position == position
+                                                             : candidate.m_Key.String() == key;
+            if (matches) {
+                found = index;
+                break;
+            }
+        }
+    }
+    if (found < 0) VelVALIDATE(!"Record for deletion not found.");
+    RemoveEntry(found);
+}
+
+void VelAssociationRepr::RemoveAll(int whichMember, const VelDynamicID& id) {
+    VelASSERT(0 == whichMember || 1 == whichMember);
+    CheckWritable();
+    const Group* group = FindGroup(whichMember, id);
+    if (!group) return;
+    const std::vector<int> entries = group->entries;
+    for (const int index : entries) {
+        if (m_Entries[static_cast<size_t>(index)].m_Live) RemoveEntry(index);
+    }
+}
+
+// The positions of each ordered member close up over the removed pair, among the pairs that
+// shared its other participant, so that they stay dense from 0.
+void VelAssociationRepr::RemoveEntry(int index) {
+    const VelAssociationEntry removed = m_Entries[static_cast<size_t>(index)];
+    Kill(index);
+    for (int k = 0; k < 2; ++k) {
+        if (m_Type.Member(k).Option() != VelRecTypeOrdered) continue;
+        const Group* sharing = FindGroup(1 - k, removed.m_Members[1 - k].m_ID);
+        Shift(*sharing, k, removed.m_Members[k].m_Position + 1, -1);
+    }
+}
+
+// A member's bounds say how many participants of that member one participant of the other
+// member may have: the built-in Types form relies on it (a member record has exactly one owner,
+// an owner any number of members).  So the pairs of each participant of the first member are
+// counted against the bounds of the second, and the other way round; the names below are those
+// of the groupings the bounds apply to.  Only participants that take part in a live pair are
+// counted, and an unbounded maximum (all bits set) is not checked at all.
+void VelAssociationRepr::CheckOccurrences() const {
+    const int minOccursFirst = m_Type.Member(1).MinOccurs();
+    const int maxOccursFirst = m_Type.Member(1).MaxOccurs();
+    const int minOccursSecond = m_Type.Member(0).MinOccurs();
+    const int maxOccursSecond = m_Type.Member(0).MaxOccurs();
+    for (const auto& participant : m_Groups[0]) {
+        const int count = participant.second.live;
+        if (count == 0) continue;
+        VelVALIDATE(count >= minOccursFirst);
+        if (maxOccursFirst != VelTypeAssociationUnbounded)
+            VelVALIDATE(maxOccursFirst > 0 && count <= maxOccursFirst);
+    }
+    for (const auto& participant : m_Groups[1]) {
+        const int count = participant.second.live;
+        if (count == 0) continue;
+        VelVALIDATE(count >= minOccursSecond);
+        if (maxOccursSecond != VelTypeAssociationUnbounded)
+            VelVALIDATE(maxOccursSecond > 0 && count <= maxOccursSecond);
+    }
+}

@@ -1,0 +1,72 @@
+#include <cstring>
+
+#include "vel/core/VelAssert.h"
+#include "views/VelRecordRepr.h"
+#include "views/VelRecordStore.h"
+
+VelDataRecordRepr::VelDataRecordRepr(const VelDynamicID& id,
+                                     const VelRecHandle<VelRowLayout>& layout,
+                                     const VelRecHandle<VelViewRepr>& view)
+    : m_ID(id),
+      m_Layout(layout),
+      m_Bytes(static_cast<size_t>(layout->RecordSize())),
+      m_View(view) {}
+
+void VelDataRecordRepr::SetDefaults() {
+    const VelRecTypeExpandedDataRecord& record = Record();
+    for (int i = 0; i < record.MemberCount(); ++i) {
+        const VelRecTypeDataRecordMember& member = record.Member(i);
+        unsigned char* at = Slot(i);
+        switch (member.Category()) {
+            case VelRecTypeCategoryBoolean:
+                VelRecordBytes::Put32(at, VelRecTypeBoolean(member).DefaultValue() ? 1 : 0);
+                break;
+            case VelRecTypeCategoryChar:
+                VelRecordBytes::Put32(at, VelRecTypeChar(member).DefaultValue());
+                break;
+            case VelRecTypeCategoryShort:
+                VelRecordBytes::Put32(at, static_cast<uint32_t>(static_cast<int32_t>(
+                                              VelRecTypeShort(member).DefaultValue())));
+                break;
+            case VelRecTypeCategoryInteger:
+                VelRecordBytes::Put32(
+                    at, static_cast<uint32_t>(VelRecTypeInteger(member).DefaultValue()));
+                break;
+            case VelRecTypeCategoryInt64:
+                VelRecordBytes::Put64(
+                    at, static_cast<uint64_t>(VelRecTypeInt64(member).DefaultValue()));
+                break;
+            case VelRecTypeCategoryFloat: {
+                const float value = VelRecTypeFloat(member).DefaultValue();
+                uint32_t bits = 0;
+                std::memcpy(&bits, &value, sizeof bits);
+                VelRecordBytes::Put32(at, bits);
+                break;
+            }
+            case VelRecTypeCategoryDouble: {
+                const double value = VelRecTypeDouble(member).DefaultValue();
+                uint64_t bits = 0;
+                std::memcpy(&bits, &value, sizeof bits);
+                VelRecordBytes::Put64(at, bits);
+                break;
+            }
+            case VelRecTypeCategoryString:
+                VelRecordBytes::Put32(at,
+                                      Strings().Intern(VelRecTypeString(member).DefaultValue()));
+                break;
+            case VelRecTypeCategorySymConst:
+                VelRecordBytes::Put32(
+                    at, static_cast<uint32_t>(VelRecTypeSymConst(member).DefaultValue()));
+                break;
+        }
+    }
+}
+
+void VelDataRecordRepr::CheckWritable() const {
+    VelVALIDATE(m_Token && m_Token->m_Active && "The record's transaction has ended");
+    m_View->Store();
+}
+
+VelStringTable& VelDataRecordRepr::Strings() const {
+    return m_View->Store().Strings();
+}

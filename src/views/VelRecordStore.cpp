@@ -1,0 +1,125 @@
+#include "views/VelRecordStore.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "context/VelContextLayout.h"
+#include "context/VelManagerAccess.h"
+#include "vel/core/VelAssert.h"
+#include "vel/platform/aio_Stream.h"
+#include "views/VelStoreIO.h"
+#include "views/VelViewRepr.h"
+
+namespace {
+
+constexpr const char* e_Serials = "serials";
+
+// Splits "<form>-<level>-<edition>" at its last two "-".  Form names may hold "-" themselves.
+bool SplitViewName(const std::string& name, std::string& form, int& level, int& edition) {
+    const size_t last = name.rfind('-');
+    if (last == std::string::npos || last == 0) return false;
+    const size_t middle = name.rfind('-', last - 1);
+    if (middle == std::string::npos) return false;
+    form = name.substr(0, middle);
+    level = std::atoi(name.c_str() + middle + 1);
+    edition = std::atoi(name.c_str() + last + 1);
+    return true;
+}
+
+}  // namespace
+
+void VelReportStoreFailure(const hdf_Exception& e) {
+    aio_cout << e.AsString() << '\n';
+    aio_cout.flush();
+    VelAssert::ReportAssertionFailure("!\"The record store could not be read or written\"");
+    VelAssert::Stop();
+}
+
+VelRecordStore& VelRecordStore::Of(const VelContextID& context) {
+    VelContext& owner = VelManagerAccess::Get(context.Value());
+    if (!owner.RecordStore())
+        owner.SetRecordStore(VelAutoPtr<VelContextAttachment>(new VelRecordStore(owner)));
+    return static_cast<VelRecordStore&>(*owner.RecordStore());
+}
+
+VelRecordStore::VelRecordStore(VelContext& context)
+    : m_contextID(context.ID()),
+      m_file(context.File()),
+      m_root(context.RecordGroup()),
+      m_writable(!context.IsReadOnly()),
+      m_strings(VelStoreCall(
+          [&] { return VelStringTable(context.StringTableGroup(), !context.IsReadOnly()); })) {
+    VelStoreCall([&] { return VelStoreIO::ReadInt64Dataset(m_root, e_Serials, &m_nextSerial, 1); });
+    VelVALIDATE(m_nextSerial >= 0 && "Damaged record store: the serial counter is negative");
+}
+
+VelRecordStore::~VelRecordStore() = default;
+
+int64_t VelRecordStore::NextSerial() {
+    VelVALIDATE(m_nextSerial < INT64_MAX && "The context's serial numbers are exhausted");
+    return m_nextSerial++;
+}
+
+void VelRecordStore::CommitSerials() {
+    VelStoreIO::WriteInt64Dataset(m_root, e_Serials, &m_nextSerial, 1);
+}
+
+void VelRecordStore::Flush() {
+    m_file.Flush();
+}
+
+cow_String VelRecordStore::ViewName(const cow_String& formName, int level, int edition) {
+    return cow_String(formName.str() + "-" + std::to_string(level) + "-" + std::to_string(edition));
+}
+
+template <class Act>
+void VelRecordStore::ForEachView(const cow_String& formName, int level, Act act) const {
+    const hsize_t count = m_root.GetNumObjs();
+    for (hsize_t i = 0; i < count; ++i) {
+        if (m_root.GetObjtypeByIdx(i) != hdf_Group::ObjectTypeGroup) continue;
+        std::string form;
+        int groupLevel = 0;
+        int edition = 0;
+        if (!SplitViewName(m_root.GetObjnameByIdx(i).str(), form, groupLevel, edition)) continue;
+        if (form == formName.str() && groupLevel == level) act(edition);
+    }
+}
+
+// Only published views count; an edition whose "view" attribute says otherwise is still being
+// written, or was abandoned, and is not seen by readers.
+int VelRecordStore::LatestPublishedEdition(const cow_String& formName, int level) const {
+    int edition = -1;
+    VelStoreCall([&] {
+        ForEachView(formName, level, [&](int candidate) {
+            if (candidate <= edition) return;
+            const hdf_Group group = m_root.GroupOpen(ViewName(formName, level, candidate).c_str());
+            if (VelViewRepr::IsPublishedGroup(group)) edition = candidate;
+        });
+        return 0;
+    });
+    return edition;
+}
+
+int VelRecordStore::NextEdition(const cow_String& formName, int level) const {
+    int next = 0;
+    VelStoreCall([&] {
+        ForEachView(formName, level, [&](int edition) {
+            if (edition >= next && edition < INT32_MAX) next = edition + 1;
+        });
+        return 0;
+    });
+    return next;
+}
+
+void VelRecordStore::Close() {
+    while (!m_views.empty()) (*m_views.begin())->Detach();
+    try {
+        if (m_writable) CommitSerials();
+    } catch (const hdf_Exception& e) {
+        VelReportStoreFailure(e);
+    }
+    m_strings.Release();
+    m_root.Nullify();
+    m_file.Nullify();
+}

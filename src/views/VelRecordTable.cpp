@@ -1,0 +1,133 @@
+#include "views/VelRecordTable.h"
+
+#include <set>
+#include <string>
+
+#include "vel/core/VelAssert.h"
+#include "vel/hdf/hdf_CompoundBuilder.h"
+#include "vel/platform/omi_Swapper.h"
+#include "views/VelStoreIO.h"
+
+void VelRecordBytes::Put32(unsigned char* at, uint32_t value) {
+    omi_Swapper::PutBigEndian32(at, value);
+}
+uint32_t VelRecordBytes::Get32(const unsigned char* at) {
+    return omi_Swapper::GetBigEndian32(at);
+}
+void VelRecordBytes::Put64(unsigned char* at, uint64_t value) {
+    omi_Swapper::PutBigEndian64(at, value);
+}
+uint64_t VelRecordBytes::Get64(const unsigned char* at) {
+    return omi_Swapper::GetBigEndian64(at);
+}
+
+namespace {
+
+hdf_Datatype MemberType(VelRecTypeDataCategory category) {
+    switch (category) {
+        case VelRecTypeCategoryBoolean:
+        case VelRecTypeCategoryChar:
+        case VelRecTypeCategoryString:
+            return hdf_Datatype::STD_U32BE();
+        case VelRecTypeCategoryShort:
+        case VelRecTypeCategoryInteger:
+        case VelRecTypeCategorySymConst:
+            return hdf_Datatype::STD_I32BE();
+        case VelRecTypeCategoryInt64:
+            return hdf_Datatype::STD_I64BE();
+        case VelRecTypeCategoryFloat:
+            return hdf_Datatype::IEEE_F32BE();
+        case VelRecTypeCategoryDouble:
+            return hdf_Datatype::IEEE_F64BE();
+    }
+    VelASSERT(!"Unrecognized data record member category!");
+    return hdf_Datatype();
+}
+
+// Field names must be unique within a compound; a name used twice (a derived type may repeat a
+// base member's name) gets its position appended.
+std::string UniqueName(std::set<std::string>& used, const std::string& name, int position) {
+    std::string field = name.empty() ? "member" : name;
+    if (!used.insert(field).second) {
+        field += "#" + std::to_string(position);
+        used.insert(field);
+    }
+    return field;
+}
+
+hdf_Datatype IdentifierType(int size) {
+    if (size == 4) return hdf_Datatype::STD_I32BE();
+    if (size == 8) {
+        hdf_CompoundBuilder words(8);
+        words.Insert("first", hdf_Datatype::STD_I32BE());
+        words.Insert("second", hdf_Datatype::STD_I32BE());
+        return hdf_Datatype(words);
+    }
+    hdf_CompoundBuilder dynamic(20);
+    dynamic.Insert("category", hdf_Datatype::STD_I32BE());
+    dynamic.Insert("first", hdf_Datatype::STD_I64BE());
+    dynamic.Insert("second", hdf_Datatype::STD_I64BE());
+    return hdf_Datatype(dynamic);
+}
+
+}  // namespace
+
+VelRowLayout::VelRowLayout(const VelRecTypeDataRecord& type, const VelTypeRegistry& registry)
+    : m_category(VelCategoryDataRecord), m_record(std::in_place, type, registry) {
+    m_width = e_SerialSize + m_record->RecordSize();
+    hdf_CompoundBuilder builder(m_width);
+    std::set<std::string> used{"serial"};
+    builder.Insert("serial", hdf_Datatype::STD_I64BE());
+    for (int i = 0; i < m_record->MemberCount(); ++i) {
+        const VelRecTypeDataRecordMember& member = m_record->Member(i);
+        builder.Insert(UniqueName(used, member.Name().str(), i).c_str(),
+                       MemberType(member.Category()));
+    }
+    m_type = hdf_Datatype(builder);
+}
+
+VelRowLayout::VelRowLayout(const VelRecTypeAssociation& type)
+    : m_category(VelCategoryAssociation), m_association(type) {
+    static const char* const idNames[2] = {"first", "second"};
+    static const char* const keyNames[2] = {"firstKey", "secondKey"};
+    for (int k = 0; k < 2; ++k) {
+        m_idSize[k] = type.Member(k).IDSize();
+        m_keySize[k] = type.Member(k).KeySize();
+        m_idOffset[k] = m_width;
+        m_keyOffset[k] = m_width + m_idSize[k];
+        m_width += m_idSize[k] + m_keySize[k];
+    }
+    hdf_CompoundBuilder builder(m_width);
+    for (int k = 0; k < 2; ++k) {
+        builder.Insert(idNames[k], IdentifierType(m_idSize[k]));
+        if (m_keySize[k] == 0) continue;
+        const bool ordered = type.Member(k).Option() == VelRecTypeOrdered;
+        builder.Insert(keyNames[k],
+                       ordered ? hdf_Datatype::STD_I32BE() : hdf_Datatype::STD_U32BE());
+    }
+    m_type = hdf_Datatype(builder);
+}
+
+const unsigned char* VelTableCache::Row(const hdf_Dataset& table, const VelRowLayout& layout,
+                                        int64_t rows, int64_t row) {
+    const int64_t block = row / e_BlockRows;
+    auto found = m_blocks.find(block);
+    if (found == m_blocks.end()) {
+        const int64_t first = block * e_BlockRows;
+        const int64_t count = rows - first < e_BlockRows ? rows - first : e_BlockRows;
+        std::vector<unsigned char> bytes(static_cast<size_t>(count * layout.Width()));
+        VelStoreIO::ReadRows(table, layout.Type(), first, count, bytes.data());
+        if (m_blocks.size() >= e_MaxBlocks) {
+            m_blocks.erase(m_order.front());
+            m_order.pop_front();
+        }
+        m_order.push_back(block);
+        found = m_blocks.emplace(block, std::move(bytes)).first;
+    }
+    return found->second.data() + static_cast<size_t>((row % e_BlockRows) * layout.Width());
+}
+
+void VelTableCache::Clear() {
+    m_blocks.clear();
+    m_order.clear();
+}

@@ -1,0 +1,81 @@
+#ifndef VEL_SRC_VIEWS_VELRECORDTABLE_H
+#define VEL_SRC_VIEWS_VELRECORDTABLE_H
+
+// The row formats of the record store's tables and the block cache through which rows are read.
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "vel/hdf/hdf_Dataset.h"
+#include "vel/hdf/hdf_Datatype.h"
+#include "vel/types/VelRecHandle.h"
+#include "vel/types/VelRecType.h"
+#include "vel/types/VelRecTypeExpandedDataRecord.h"
+#include "vel/types/VelTypeRegistry.h"
+
+// The stored values are big-endian whatever the host: the store's byte order is fixed, and the
+// swapper reverses bytes only on a little-endian host.
+struct VelRecordBytes {
+    static void Put32(unsigned char* at, uint32_t value);
+    static uint32_t Get32(const unsigned char* at);
+    static void Put64(unsigned char* at, uint64_t value);
+    static uint64_t Get64(const unsigned char* at);
+};
+
+// The format of one table's rows: its compound HDF5 type (big-endian members, so the bytes of a
+// row in memory are the bytes in the file and nothing is converted) and where each value sits.
+class VelRowLayout : public VelRecShared {
+public:
+    static constexpr int e_SerialSize = 8;
+
+    // A data record row: the serial, then the flattened record, base members first.
+    VelRowLayout(const VelRecTypeDataRecord& type, const VelTypeRegistry& registry);
+    // An association row: per member the participant's identifier and its position or key.
+    explicit VelRowLayout(const VelRecTypeAssociation& type);
+
+    int Category() const { return m_category; }
+    int Width() const { return m_width; }
+    const hdf_Datatype& Type() const { return m_type; }
+
+    const VelRecTypeExpandedDataRecord& Record() const { return *m_record; }
+    int RecordSize() const { return m_width - e_SerialSize; }
+
+    const VelRecTypeAssociation& Association() const { return *m_association; }
+    int IDOffset(int member) const { return m_idOffset[member]; }
+    int IDSize(int member) const { return m_idSize[member]; }
+    int KeyOffset(int member) const { return m_keyOffset[member]; }
+    int KeySize(int member) const { return m_keySize[member]; }
+
+private:
+    int m_category;
+    int m_width = 0;
+    hdf_Datatype m_type;
+    std::optional<VelRecTypeExpandedDataRecord> m_record;
+    std::optional<VelRecTypeAssociation> m_association;
+    int m_idOffset[2] = {0, 0};
+    int m_idSize[2] = {0, 0};
+    int m_keyOffset[2] = {0, 0};
+    int m_keySize[2] = {0, 0};
+};
+
+// Committed rows of one table, read a block at a time (a block is one chunk of the table) and
+// kept while the view is open, up to a bound.
+class VelTableCache {
+public:
+    static constexpr int64_t e_BlockRows = 1024;
+    static constexpr size_t e_MaxBlocks = 64;
+
+    // Row `row` of the first `rows` rows of `table`; the pointer lasts until the next call.
+    const unsigned char* Row(const hdf_Dataset& table, const VelRowLayout& layout, int64_t rows,
+                             int64_t row);
+    void Clear();
+
+private:
+    std::unordered_map<int64_t, std::vector<unsigned char>> m_blocks;
+    std::deque<int64_t> m_order;
+};
+
+#endif

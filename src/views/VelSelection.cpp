@@ -1,0 +1,75 @@
+#include "vel/views/VelSelection.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "vel/core/VelAssert.h"
+#include "views/VelRecordRepr.h"
+#include "views/VelViewsAccess.h"
+
+namespace {
+
+// The live pairs in which `id` is the participant of `whichMember`, as (entry index, other
+// member) in list order.
+std::vector<std::pair<int, const VelAssociationMemberEntry*>> Partners(
+    const VelAssociationRepr& pairs, int whichMember, const VelDynamicID& id) {
+    VelASSERT(0 == whichMember || 1 == whichMember);
+    std::vector<std::pair<int, const VelAssociationMemberEntry*>> partners;
+    const std::vector<int>* entries = pairs.EntriesOf(whichMember, id);
+    if (!entries) return partners;
+    for (const int index : *entries) {
+        const VelAssociationEntry& entry = pairs.Entries()[static_cast<size_t>(index)];
+        if (entry.m_Live) partners.emplace_back(index, &entry.m_Members[1 - whichMember]);
+    }
+    return partners;
+}
+
+template <class Pairs>
+VelArray<VelDynamicID> IdentifiersOf(const Pairs& partners) {
+    VelArray<VelDynamicID> records(static_cast<int>(partners.size()));
+    for (size_t i = 0; i < partners.size(); ++i)
+        records[static_cast<int>(i)] = partners[i].second->m_ID;
+    return records;
+}
+
+}  // namespace
+
+// The ordering number is the other participant's position when its member is ordered, and the
+// pair's place in the association's list otherwise.
+VelSelectionList::VelSelectionList(const VelAssociation& association, int whichMember,
+                                   const VelDynamicID& id) {
+    const VelAssociationRepr& pairs = VelViewsAccess::Repr(association);
+    auto partners = Partners(pairs, whichMember, id);
+    if (pairs.Type().Member(1 - whichMember).Option() == VelRecTypeOrdered) {
+        std::stable_sort(partners.begin(), partners.end(), [](const auto& a, const auto& b) {
+            return a.second->m_Position < b.second->m_Position;
+        });
+    }
+    m_Records = IdentifiersOf(partners);
+}
+
+VelSelectionSet::VelSelectionSet(const VelAssociation& association, int whichMember,
+                                 const VelDynamicID& id) {
+    auto partners = Partners(VelViewsAccess::Repr(association), whichMember, id);
+    std::stable_sort(partners.begin(), partners.end(), [](const auto& a, const auto& b) {
+        return a.second->m_ID.Compare(b.second->m_ID) < 0;
+    });
+    m_Records = IdentifiersOf(partners);
+}
+
+// The name of each entry is the other participant's key.
+VelSelectionMap::VelSelectionMap(const VelAssociation& association, int whichMember,
+                                 const VelDynamicID& id) {
+    const VelAssociationRepr& pairs = VelViewsAccess::Repr(association);
+    const auto partners = Partners(pairs, whichMember, id);
+    VelVALIDATE(pairs.Type().Member(1 - whichMember).Option() == VelRecTypeStringKey &&
+                "A selection map needs the other member to be keyed by string");
+    for (const auto& partner : partners)
+        m_Map.Insert(partner.second->m_Key.String(), partner.second->m_ID, false);
+}
+
+VelDynamicID VelSelectionMap::Get(const cow_String& key) const {
+    const VelDynamicID* record = m_Map.Find(key);
+    if (!record) VelVALIDATE(!"Key not found.");
+    return *record;
+}

@@ -1,0 +1,109 @@
+#include "views/VelStoreIO.h"
+
+#include "vel/core/VelAssert.h"
+#include "vel/hdf/hdf_DimArray.h"
+#include "vel/hdf/hdf_DimSpace.h"
+
+namespace {
+
+hdf_Dataspace RowSelection(const hdf_Dataset& table, int64_t first, int64_t count) {
+    hdf_Dataspace space = table.GetSpace();
+    space.SelectHyperslab(hdf_Dataspace::SeloperSet, hdf_DimSpaceInput(static_cast<hsize_t>(first)),
+                          hdf_DimSpace(), hdf_DimArrayInput(static_cast<int32_t>(count)),
+                          hdf_DimArray());
+    return space;
+}
+
+hdf_Dataspace Vector(int64_t count) {
+    return hdf_Dataspace::CreateSimple(hdf_DimSpaceInput(static_cast<hsize_t>(count)),
+                                       hdf_DimSpace());
+}
+
+}  // namespace
+
+hdf_Dataset VelStoreIO::CreateTable(const hdf_Group& group, const char* name,
+                                    const hdf_Datatype& type, int chunkRows) {
+    const hdf_Dataspace space =
+        hdf_Dataspace::CreateSimple(hdf_DimSpaceInput(0), hdf_DimSpaceInput(H5S_UNLIMITED));
+    hdf_PropListDatasetCreation creation;
+    creation.SetChunk(hdf_DimArrayInput(chunkRows));
+    return group.DatasetCreate(name, type, space, creation);
+}
+
+int64_t VelStoreIO::Rows(const hdf_Dataset& table) {
+    const hdf_DimSpace dims = table.GetSpace().GetDims();
+    VelVALIDATE(dims.Rank() == 1 && "Damaged record store: a table is not one-dimensional");
+    VelVALIDATE(dims[0] < (static_cast<hsize_t>(1) << 62) &&
+                "Damaged record store: a table is too long");
+    return static_cast<int64_t>(dims[0]);
+}
+
+// A single selection names at most 2^31 - 1 rows (the storage layer's counts are 32-bit), so
+// larger transfers go in pieces.
+void VelStoreIO::ReadRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
+                          int64_t count, void* buffer) {
+    const int64_t piece = 0x40000000;
+    const size_t width = type.GetSize();
+    for (int64_t done = 0; done < count; done += piece) {
+        const int64_t n = count - done < piece ? count - done : piece;
+        table.Read(type, Vector(n), RowSelection(table, first + done, n),
+                   static_cast<unsigned char*>(buffer) + static_cast<size_t>(done) * width);
+    }
+}
+
+void VelStoreIO::WriteRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
+                           int64_t count, const void* buffer) {
+    if (count == 0) return;
+    if (Rows(table) < first + count)
+        table.Extend(hdf_DimSpaceInput(static_cast<hsize_t>(first + count)));
+    const int64_t piece = 0x40000000;
+    const size_t width = type.GetSize();
+    for (int64_t done = 0; done < count; done += piece) {
+        const int64_t n = count - done < piece ? count - done : piece;
+        table.Write(type, Vector(n), RowSelection(table, first + done, n),
+                    static_cast<const unsigned char*>(buffer) + static_cast<size_t>(done) * width);
+    }
+}
+
+void VelStoreIO::CreateInt64Attribute(const hdf_Group& group, const char* name,
+                                      const int64_t* values, int count) {
+    hdf_Attribute attribute =
+        group.AttributeCreate(name, hdf_Datatype::NATIVE_INT64(), Vector(count));
+    attribute.Write(hdf_Datatype::NATIVE_INT64(), values);
+}
+
+void VelStoreIO::WriteInt64Attribute(const hdf_Group& group, const char* name,
+                                     const int64_t* values, int count) {
+    hdf_Attribute attribute = group.AttributeOpen(name);
+    const hdf_DimSpace dims = attribute.GetSpace().GetDims();
+    VelASSERT(dims.Rank() == 1 && dims[0] == static_cast<hsize_t>(count));
+    attribute.Write(hdf_Datatype::NATIVE_INT64(), values);
+}
+
+void VelStoreIO::ReadInt64Attribute(const hdf_Group& group, const char* name, int64_t* values,
+                                    int count) {
+    const hdf_Attribute attribute = group.AttributeOpen(name);
+    const hdf_DimSpace dims = attribute.GetSpace().GetDims();
+    VelVALIDATE(dims.Rank() == 1 && dims[0] == static_cast<hsize_t>(count) &&
+                "Damaged record store: an attribute has the wrong length");
+    attribute.Read(hdf_Datatype::NATIVE_INT64(), values);
+}
+
+void VelStoreIO::WriteInt64Dataset(const hdf_Group& group, const char* name, const int64_t* values,
+                                   int count) {
+    const hdf_Dataset dataset =
+        group.GetObjinfoExists(name)
+            ? group.DatasetOpen(name)
+            : group.DatasetCreate(name, hdf_Datatype::NATIVE_INT64(), Vector(count));
+    VelASSERT(Rows(dataset) == count);
+    dataset.Write(hdf_Datatype::NATIVE_INT64(), hdf_Dataspace(), values);
+}
+
+bool VelStoreIO::ReadInt64Dataset(const hdf_Group& group, const char* name, int64_t* values,
+                                  int count) {
+    if (!group.GetObjinfoExists(name)) return false;
+    const hdf_Dataset dataset = group.DatasetOpen(name);
+    VelVALIDATE(Rows(dataset) == count && "Damaged record store: a count has the wrong length");
+    dataset.Read(hdf_Datatype::NATIVE_INT64(), hdf_Dataspace(), values);
+    return true;
+}

@@ -1,0 +1,122 @@
+#include "views/VelStringTable.h"
+
+#include "vel/core/VelAssert.h"
+#include "views/VelStoreIO.h"
+
+namespace {
+
+constexpr const char* e_Text = "text";
+constexpr const char* e_Ends = "ends";
+constexpr const char* e_Counts = "counts";
+constexpr int64_t e_EndBlock = 4096;
+// The session caches are dropped whole when they grow past this many texts.
+constexpr size_t e_CacheLimit = size_t(1) << 20;
+// References are 32-bit and 0 is the empty string.
+constexpr int64_t e_MaxStrings = 0xFFFFFFFEll;
+
+}  // namespace
+
+VelStringTable::VelStringTable(const hdf_Group& group, bool writable)
+    : m_group(group), m_writable(writable) {
+    int64_t counts[2] = {0, 0};
+    if (!VelStoreIO::ReadInt64Dataset(m_group, e_Counts, counts, 2)) return;
+    m_count = counts[0];
+    m_bytes = counts[1];
+    VelVALIDATE(m_count >= 0 && m_count <= e_MaxStrings && m_bytes >= 0 &&
+                "Damaged record store: the string table's counts are out of range");
+    m_text = m_group.DatasetOpen(e_Text);
+    m_ends = m_group.DatasetOpen(e_Ends);
+    VelVALIDATE(VelStoreIO::Rows(m_ends) >= m_count && VelStoreIO::Rows(m_text) >= m_bytes &&
+                "Damaged record store: the string table holds less than its counts say");
+}
+
+uint32_t VelStringTable::Intern(const cow_String& text) {
+    if (text.Empty()) return 0;
+    const auto known = m_byText.find(text.str());
+    if (known != m_byText.end()) return known->second;
+    const int64_t index = m_count + static_cast<int64_t>(m_pending.size());
+    VelVALIDATE(index < e_MaxStrings && "The string table is full");
+    const uint32_t reference = static_cast<uint32_t>(index + 1);
+    m_pending.push_back(text.str());
+    m_byText.emplace(text.str(), reference);
+    return reference;
+}
+
+// A string's end offsets come from blocks of "ends" kept in memory, so reading the strings of
+// neighbouring records reads each block once.  Each offset is checked against its neighbour and
+// the committed byte count before any text is read.
+cow_String VelStringTable::Lookup(uint32_t reference) {
+    if (reference == 0) return cow_String();
+    const int64_t index = static_cast<int64_t>(reference) - 1;
+    VelVALIDATE(index < m_count + static_cast<int64_t>(m_pending.size()) &&
+                "Damaged record store: a string reference is out of range");
+    if (index >= m_count) return cow_String(m_pending[static_cast<size_t>(index - m_count)]);
+    const auto cached = m_byReference.find(reference);
+    if (cached != m_byReference.end()) return cow_String(cached->second);
+
+    const int64_t start = index == 0 ? 0 : EndOf(index - 1);
+    const int64_t end = EndOf(index);
+    VelVALIDATE(start >= 0 && start <= end && end <= m_bytes &&
+                "Damaged record store: a string lies outside the string table");
+    std::string text(static_cast<size_t>(end - start), '\0');
+    if (end > start)
+        VelStoreIO::ReadRows(m_text, hdf_Datatype::NATIVE_UCHAR(), start, end - start, &text[0]);
+    if (m_byReference.size() >= e_CacheLimit) {
+        m_byReference.clear();
+        m_byText.clear();
+    }
+    m_byText.emplace(text, reference);
+    return cow_String(m_byReference.emplace(reference, std::move(text)).first->second);
+}
+
+int64_t VelStringTable::EndOf(int64_t index) {
+    const int64_t block = index / e_EndBlock;
+    auto found = m_endBlocks.find(block);
+    if (found == m_endBlocks.end()) {
+        const int64_t first = block * e_EndBlock;
+        const int64_t count = m_count - first < e_EndBlock ? m_count - first : e_EndBlock;
+        std::vector<int64_t> ends(static_cast<size_t>(count));
+        VelStoreIO::ReadRows(m_ends, hdf_Datatype::NATIVE_INT64(), first, count, ends.data());
+        if (m_endBlocks.size() >= 256) m_endBlocks.clear();
+        found = m_endBlocks.emplace(block, std::move(ends)).first;
+    }
+    return found->second[static_cast<size_t>(index % e_EndBlock)];
+}
+
+void VelStringTable::CreateDatasets() {
+    m_text = VelStoreIO::CreateTable(m_group, e_Text, hdf_Datatype::NATIVE_UCHAR(), 65536);
+    m_ends = VelStoreIO::CreateTable(m_group, e_Ends, hdf_Datatype::NATIVE_INT64(), 4096);
+}
+
+void VelStringTable::Commit() {
+    if (m_pending.empty()) return;
+    VelVALIDATE(m_writable && "The database is open read-only");
+    if (m_text.IsEmpty()) CreateDatasets();
+    std::string bytes;
+    std::vector<int64_t> ends;
+    ends.reserve(m_pending.size());
+    int64_t end = m_bytes;
+    for (const std::string& text : m_pending) {
+        bytes += text;
+        end += static_cast<int64_t>(text.size());
+        ends.push_back(end);
+    }
+    VelStoreIO::WriteRows(m_text, hdf_Datatype::NATIVE_UCHAR(), m_bytes,
+                          static_cast<int64_t>(bytes.size()), bytes.data());
+    VelStoreIO::WriteRows(m_ends, hdf_Datatype::NATIVE_INT64(), m_count,
+                          static_cast<int64_t>(ends.size()), ends.data());
+    const int64_t counts[2] = {m_count + static_cast<int64_t>(m_pending.size()), end};
+    VelStoreIO::WriteInt64Dataset(m_group, e_Counts, counts, 2);
+    // The last block of offsets may have been read short; it is read again when needed.
+    m_endBlocks.erase(m_count / e_EndBlock);
+    m_count = counts[0];
+    m_bytes = counts[1];
+    m_pending.clear();
+}
+
+void VelStringTable::Release() {
+    m_text.Nullify();
+    m_ends.Nullify();
+    m_group.Nullify();
+    m_endBlocks.clear();
+}

@@ -1,0 +1,409 @@
+#include "views/VelTransactionRepr.h"
+
+#include <cstring>
+
+#include "vel/core/VelAssert.h"
+#include "vel/types/VelRecTypeFactory.h"
+#include "views/VelRecordStore.h"
+#include "views/VelStoreIO.h"
+#include "views/VelTypeRecords.h"
+
+namespace {
+
+VelRecType RecordTypeOf(const VelTypeSchemaSnapshot& snapshot, int i, const char* unrecognized) {
+    const VelRecTypeFactory factory;
+    switch (snapshot.TypeCategory(i)) {
+        case VelCategoryDataRecord:
+            return factory.CreateDataRecordType(snapshot.TypeAsDataRecord(i));
+        case VelCategoryAssociation:
+            return factory.CreateAssociationType(snapshot.TypeAsAssociation(i));
+    }
+    VelAssert::ReportValidationFailure(unrecognized);
+    VelAssert::Stop();
+}
+
+}  // namespace
+
+VelTransactionRepr::VelTransactionRepr(const VelRecHandle<VelViewRepr>& view, int kind)
+    : m_View(view), m_Token(new VelTransactionToken), m_Kind(kind) {
+    View().BeginTransaction();
+}
+
+VelTransactionRepr::~VelTransactionRepr() {
+    if (m_Token->m_Active) Drop();
+}
+
+void VelTransactionRepr::CheckActive() const {
+    VelVALIDATE(m_Token->m_Active && "The transaction has ended");
+    View().Store();
+}
+
+void VelTransactionRepr::End() {
+    m_Token->m_Active = false;
+    m_Changes.clear();
+    View().EndTransaction();
+}
+
+// Whatever the transaction changed in memory goes back: the registry, the catalogue and the
+// schema it set.  Nothing of it reached the file.
+void VelTransactionRepr::Drop() {
+    if (m_SavedTypes) {
+        View().ReplaceRegistry(std::move(m_SavedRegistry));
+        View().TruncateSlots(m_SavedSlots);
+        for (const SavedSlot& saved : m_EmptiedSlots) {
+            VelSlot& slot = View().Slot(saved.slot);
+            slot.m_Rows = saved.rows;
+            slot.m_Table = saved.table;
+            slot.m_Owned = saved.owned;
+        }
+        if (m_SetSchema) View().ResetSchema();
+    }
+    End();
+}
+
+// ---- types ------------------------------------------------------------------------------------
+
+void VelTransactionRepr::SaveTypes() {
+    if (m_SavedTypes) return;
+    m_SavedRegistry = VelViewRepr::CopyRegistry(View().Registry());
+    m_SavedSlots = View().SlotCount();
+    m_SavedTypes = true;
+}
+
+void VelTransactionRepr::SetViewSchema(const VelTypeSchemaSnapshot& snapshot) {
+    const VelTypeFormSchema schema = snapshot.FormSchema(0);
+    VelVALIDATE(schema.FormName() == View().FormName() && schema.Level() == View().Level() &&
+                "The snapshot is not of the view's form and level");
+    SaveTypes();
+    View().SetSchema(snapshot);
+    m_SetSchema = true;
+    m_snapshot = snapshot;
+}
+
+void VelTransactionRepr::Register(const VelRecType& type) {
+    VelVALIDATE(!VelTypeRecords::IsBuiltIn(type.TypeID()) &&
+                "The built-in Types form cannot be registered in a view");
+    SaveTypes();
+    const VelDynamicID record = VelTypeRecords::CreateTypeRecord(*this, type);
+    View().Registry().AddType(type, record);
+    if (View().SlotOf(type.TypeID()) < 0) View().AddSlot(type.TypeID(), type.Category());
+    m_NewTypes.push_back(type.TypeID());
+}
+
+// The condition texts below keep the wording and the grouping the checks are known by.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wparentheses"
+void VelTransactionRepr::CreateTypes(const VelTypeSchemaSnapshot& snapshot) {
+    CheckActive();
+    VelViewRepr* m_view = m_View.Get();
+    VelVALIDATE(snapshot && "Cannot create types for an empty snapshot!");
+    VelVALIDATE(!m_snapshot && "A schema snapshot has already been specified for the transaction.");
+    VelVALIDATE(!m_view->Schema() &&
+                "A schema snapshot has already been specified for the transaction.");
+    VelVALIDATE(
+        !m_view->AncestorSchema() ||
+        snapshot.Includes(m_view->AncestorSchema()) &&
+            "Schema for the new view must extend or be the same as the view ancestor's schema.");
+    std::vector<VelRecType> types;
+    for (int i = 0; i < snapshot.TypeCount(); ++i)
+        types.push_back(RecordTypeOf(
+            snapshot, i, "!\"VelTransactionRepr::CreateTypes: Unrecognized type category!\""));
+    m_view->CheckRegisteredTypes(snapshot);
+    SetViewSchema(snapshot);
+    for (const VelRecType& type : types) {
+        if (m_view->Registry().FindType(type.TypeID()) < 0) Register(type);
+    }
+}
+
+void VelTransactionRepr::UpdateTypes(const VelTypeSchemaSnapshot& snapshot) {
+    CheckActive();
+    VelViewRepr* m_view = m_View.Get();
+    VelVALIDATE(snapshot && "Cannot update types for an empty snapshot!");
+    VelVALIDATE(!m_snapshot && "A schema snapshot has already been specified for the transaction.");
+    VelVALIDATE(!m_view->Schema() &&
+                "A schema snapshot has already been specified for the transaction.");
+    VelVALIDATE(m_view->AncestorSchema() && "Ancestor view must have a schema");
+    const VelTypeFormSchema ancestor = m_view->AncestorSchema().FormSchema(0);
+    const VelTypeFormSchema update = snapshot.FormSchema(0);
+    if (ancestor.Form() != update.Form())
+        VelVALIDATE(!"The ancestor schema snapshot must be the same form as the update snapshot");
+    if (ancestor.Level() == update.Level()) {
+        VelVALIDATE(
+            !"The ancestor schema snapshot must have a different level from the update snapshot");
+    }
+    std::vector<VelRecType> types;
+    for (int i = 0; i < snapshot.TypeCount(); ++i)
+        types.push_back(RecordTypeOf(
+            snapshot, i, "!\"VelTransactionRepr::UpdateTypes: Unrecognized type category!\""));
+    SetViewSchema(snapshot);
+
+    // Changed types first: updating a locked one is refused before anything else moves.
+    VelTypeRegistry& registry = m_view->Registry();
+    std::vector<VelRecType> added;
+    for (const VelRecType& type : types) {
+        const int index = registry.FindType(type.TypeID());
+        if (index < 0) {
+            added.push_back(type);
+            continue;
+        }
+        const VelRecType registered = registry.GetType(index);
+        const bool same = type.Category() != registered.Category() ? false
+                          : type.Category() == VelCategoryDataRecord
+                              ? VelRecTypeDataRecord(type) == VelRecTypeDataRecord(registered)
+                              : VelRecTypeAssociation(type) == VelRecTypeAssociation(registered);
+        if (same) continue;
+        registry.UpdateType(index, type);
+        m_ChangedTypes.push_back(type.TypeID());
+    }
+
+    // Types the snapshot no longer holds (a lower level) leave the view with their records.
+    std::unique_ptr<VelTypeRegistry> kept(new VelTypeRegistry);
+    for (int i = 0; i < registry.TypeCount(); ++i) {
+        const VelRecType type = registry.GetType(i);
+        if (snapshot.GetTypePositionByID(type.TypeID()) >= 0) {
+            kept->AddType(type, registry.RecordID(i));
+            if (registry.IsTypeLocked(i)) kept->LockType(kept->TypeCount() - 1);
+            continue;
+        }
+        m_DroppedTypes.push_back(registry.RecordID(i));
+        const int index = m_view->SlotOf(type.TypeID());
+        VelSlot& slot = m_view->Slot(index);
+        m_EmptiedSlots.push_back(SavedSlot{index, slot.m_Rows, slot.m_Table, slot.m_Owned});
+        slot.m_Rows = 0;
+        slot.m_Table = hdf_Dataset();
+        slot.m_Owned = true;
+    }
+    if (!m_DroppedTypes.empty()) m_view->ReplaceRegistry(std::move(kept));
+    for (const VelRecType& type : added) Register(type);
+    m_view->ResetLayouts();
+}
+#pragma GCC diagnostic pop
+
+void VelTransactionRepr::CreateType(const VelRecType& type) {
+    CheckActive();
+    const VelTypeRegistry& registry = View().Registry();
+    if (type.Category() == VelCategoryDataRecord) {
+        const VelTypeID& base = VelRecTypeDataRecord(type).BaseTypeID();
+        VelVALIDATE((base.IsNull() || registry.FindType(base) >= 0) &&
+                    "The base type must be registered first");
+    } else {
+        VelVALIDATE(type.Category() == VelCategoryAssociation &&
+                    "A record type is a data record or an association");
+        const VelRecTypeAssociation association(type);
+        for (int k = 0; k < 2; ++k) {
+            const VelRecTypeAssociationMember& member = association.Member(k);
+            for (int i = 0; i < member.EntityTypeCount(); ++i)
+                VelVALIDATE(registry.FindType(member.EntityType(i)) >= 0 &&
+                            "The target types must be registered first");
+        }
+    }
+    Register(type);
+}
+
+// ---- records ----------------------------------------------------------------------------------
+
+int VelTransactionRepr::SlotFor(const VelTypeID& typeID, int category) {
+    const int slot = View().SlotOf(typeID);
+    if (slot >= 0) return slot;
+    SaveTypes();
+    return View().AddSlot(typeID, category);
+}
+
+VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateRecordOf(const VelTypeID& typeID) {
+    const int slot = SlotFor(typeID, VelCategoryDataRecord);
+    VelViewRepr& view = View();
+    const VelRowLayout* layout = view.Layout(slot);
+    VelVALIDATE(layout && "The type is not registered in the view");
+    SlotChanges& changes = m_Changes[slot];
+    const int64_t row = view.Slot(slot).m_Rows + static_cast<int64_t>(changes.created.size());
+    const VelDynamicID id = view.RecordID(view.Store().NextSerial(), slot, row);
+    VelRecHandle<VelDataRecordRepr> record(
+        new VelDataRecordRepr(id, view.Slot(slot).m_Layout, m_View));
+    record->m_Token = m_Token;
+    record->SetDefaults();
+    changes.created.push_back(record);
+    return record;
+}
+
+VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateDataRecord(const VelTypeID& typeID) {
+    CheckActive();
+    const int index = View().RegisteredType(typeID);
+    VelVALIDATE(View().Registry().GetType(index).Category() == VelCategoryDataRecord &&
+                "The type is not a data record type");
+    View().LockType(typeID);
+    return CreateRecordOf(typeID);
+}
+
+VelRecHandle<VelDataRecordRepr> VelTransactionRepr::ModifyDataRecord(const VelDynamicID& id) {
+    CheckActive();
+    VelViewRepr& view = View();
+    int slot = 0;
+    int64_t row = 0;
+    view.Locate(id, slot, row);
+    SlotChanges& changes = m_Changes[slot];
+    const int64_t committed = view.Slot(slot).m_Rows;
+    if (row >= committed) {
+        const size_t created = static_cast<size_t>(row - committed);
+        VelVALIDATE(created < changes.created.size() && changes.created[created]->m_ID == id &&
+                    "Record not found");
+        return changes.created[created];
+    }
+    const auto found = changes.modified.find(row);
+    if (found != changes.modified.end()) {
+        VelVALIDATE(found->second->m_ID == id && "Record not found");
+        return found->second;
+    }
+    const unsigned char* bytes = view.CommittedRecord(id, slot, row);
+    VelRecHandle<VelDataRecordRepr> record(
+        new VelDataRecordRepr(id, view.Slot(slot).m_Layout, m_View));
+    std::memcpy(record->m_Bytes.data(), bytes + VelRowLayout::e_SerialSize, record->m_Bytes.size());
+    record->m_Token = m_Token;
+    changes.modified.emplace(row, record);
+    if (!VelTypeRecords::IsBuiltIn(view.Slot(slot).m_Type)) view.LockType(view.Slot(slot).m_Type);
+    return record;
+}
+
+const VelRowLayout& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
+    VelViewRepr& view = View();
+    int slot = 0;
+    int64_t row = 0;
+    view.Locate(id, slot, row);
+    const int64_t committed = view.Slot(slot).m_Rows;
+    if (row < committed) {
+        view.CommittedRecord(id, slot, row);
+        return *view.Slot(slot).m_Layout.Get();
+    }
+    const auto changes = m_Changes.find(slot);
+    const size_t created = static_cast<size_t>(row - committed);
+    VelVALIDATE(changes != m_Changes.end() && created < changes->second.created.size() &&
+                changes->second.created[created]->m_ID == id && "Record not found");
+    return *view.Slot(slot).m_Layout.Get();
+}
+
+VelRecHandle<VelAssociationRepr> VelTransactionRepr::PairsOf(int slot, bool replace) {
+    VelViewRepr& view = View();
+    SlotChanges& changes = m_Changes[slot];
+    if (!changes.pairs) {
+        const VelRowLayout* layout = view.Layout(slot);
+        VelVALIDATE(layout && "The association's type is not part of this view");
+        const VelSlot& s = view.Slot(slot);
+        const VelAssociationID id(
+            VelDynamicID(VelCategoryAssociation, view.Context(), s.m_Serial, slot), s.m_Type);
+        VelRecHandle<VelAssociationRepr> pairs(new VelAssociationRepr(id, s.m_Layout, view));
+        pairs->m_Token = m_Token;
+        pairs->m_Transaction = this;
+        if (!replace) view.LoadPairs(slot, *pairs.Get());
+        changes.pairs = pairs;
+    }
+    if (replace) changes.pairs->DropStored();
+    return changes.pairs;
+}
+
+VelRecHandle<VelAssociationRepr> VelTransactionRepr::UpdateAssociation(const VelAssociationID& id,
+                                                                       bool replace) {
+    CheckActive();
+    const int slot = View().AssociationSlot(id);
+    View().LockType(id.TypeID());
+    return PairsOf(slot, replace);
+}
+
+VelRecHandle<VelAssociationRepr> VelTransactionRepr::UpdateAssociation(const VelTypeID& typeID) {
+    return PairsOf(SlotFor(typeID, VelCategoryAssociation), false);
+}
+
+// ---- commit -----------------------------------------------------------------------------------
+
+// The type records go in first, since they are records and pairs like any other; then every
+// association changed is checked against its occurrence bounds, before anything is written.
+// Keys are interned while the pairs are encoded, so the string table is written after that and
+// before the tables that refer to it; the catalogue and its counts come last.
+void VelTransactionRepr::Commit() {
+    CheckActive();
+    VelViewRepr& view = View();
+    VelRecordStore& store = view.Store();
+    VelTypeRecords::WritePending(*this);
+    for (auto& changed : m_Changes) {
+        if (changed.second.pairs) changed.second.pairs->CheckOccurrences();
+    }
+    VelVALIDATE(store.IsWritable() && "The database is open read-only");
+    VelStoreCall([&] {
+        std::map<int, std::vector<unsigned char>> pairRows;
+        for (auto& changed : m_Changes) {
+            const VelRecHandle<VelAssociationRepr>& pairs = changed.second.pairs;
+            if (pairs)
+                pairRows[changed.first] = pairs->EncodeRows(pairs->NeedsRewrite(), store.Strings());
+        }
+        store.Strings().Commit();
+        for (auto& changed : m_Changes) {
+            if (changed.second.pairs) {
+                WritePairSlot(changed.first, changed.second, pairRows[changed.first]);
+            } else {
+                WriteDataSlot(changed.first, changed.second);
+            }
+        }
+        view.WriteCatalogue();
+        store.CommitSerials();
+        store.Flush();
+        return 0;
+    });
+    view.Registry().CommitChanges();
+    for (auto& changed : m_Changes) {
+        VelSlot& slot = view.Slot(changed.first);
+        slot.m_Cache.Clear();
+        slot.m_Pairs = VelRecHandle<VelAssociationRepr>();
+    }
+    m_SavedRegistry.reset();
+    m_SavedTypes = false;
+    End();
+}
+
+void VelTransactionRepr::WriteDataSlot(int slot, SlotChanges& changes) {
+    if (changes.created.empty() && changes.modified.empty()) return;
+    VelViewRepr& view = View();
+    const hdf_Dataset& table = view.OwnTable(slot, true);
+    const VelRowLayout& layout = *view.Slot(slot).m_Layout.Get();
+    const size_t width = static_cast<size_t>(layout.Width());
+    std::vector<unsigned char> rows;
+    auto append = [&](const VelDataRecordRepr& record) {
+        const size_t start = rows.size();
+        rows.resize(start + width);
+        VelRecordBytes::Put64(rows.data() + start, static_cast<uint64_t>(record.m_ID.First()));
+        std::memcpy(rows.data() + start + VelRowLayout::e_SerialSize, record.m_Bytes.data(),
+                    record.m_Bytes.size());
+    };
+
+    // Changed committed rows, a run of neighbouring rows at a time.
+    for (auto it = changes.modified.begin(); it != changes.modified.end();) {
+        const int64_t first = it->first;
+        int64_t next = first;
+        rows.clear();
+        for (; it != changes.modified.end() && it->first == next; ++it, ++next)
+            append(*it->second.Get());
+        VelStoreIO::WriteRows(table, layout.Type(), first, next - first, rows.data());
+    }
+
+    rows.clear();
+    rows.reserve(changes.created.size() * width);
+    for (const VelRecHandle<VelDataRecordRepr>& record : changes.created) append(*record.Get());
+    VelSlot& s = view.Slot(slot);
+    const int64_t count = static_cast<int64_t>(changes.created.size());
+    VelStoreIO::WriteRows(table, layout.Type(), s.m_Rows, count, rows.data());
+    s.m_Rows += count;
+}
+
+void VelTransactionRepr::WritePairSlot(int slot, SlotChanges& changes,
+                                       const std::vector<unsigned char>& rows) {
+    VelViewRepr& view = View();
+    VelSlot& s = view.Slot(slot);
+    const VelRowLayout& layout = *s.m_Layout.Get();
+    const int64_t count = static_cast<int64_t>(rows.size()) / layout.Width();
+    if (changes.pairs->NeedsRewrite()) {
+        const hdf_Dataset& table = view.OwnTable(slot, false);
+        VelStoreIO::WriteRows(table, layout.Type(), 0, count, rows.data());
+        s.m_Rows = count;
+    } else if (count > 0) {
+        const hdf_Dataset& table = view.OwnTable(slot, true);
+        VelStoreIO::WriteRows(table, layout.Type(), s.m_Rows, count, rows.data());
+        s.m_Rows += count;
+    }
+}

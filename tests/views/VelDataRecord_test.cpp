@@ -1,0 +1,109 @@
+// Data records: every member category written, committed and read back after the context is
+// reopened; defaults, inherited members, strings through the string table; the category checks
+// and the one-sided symbolic-constant check.
+#include <string>
+
+#include "VelViewsTestSupport.h"
+
+namespace {
+
+using VelDataRecordTest = VelViewsTest;
+using VelDataRecordDeathTest = VelViewsTest;
+
+TEST_F(VelDataRecordTest, EveryCategoryRoundTripsThroughReopen) {
+    VelDynamicID partID, boltID, defaultID;
+    {
+        VelViewUpdateForm view = Context().NewForm(Snapshot(1));
+        VelTransactionExtend t(view);
+        t.CreateTypes(Snapshot(1));
+        const VelDataRecordUpdate part = t.CreateDataRecord(TypeOf("Part"));
+        part.SetBool(kB, false);
+        part.SetOctet(kO, 250);
+        part.SetShort(kS, -32768);
+        part.SetInt(kI, -2147483647);
+        part.SetInt64(kL, 0x123456789ABCDEFll);
+        part.SetFloat(kF, -0.125f);
+        part.SetDouble(kD, 6.02214076e23);
+        part.SetString(kT, "bracket \xc3\xa9 left");
+        part.SetSymb(kK, kC);
+        const VelDataRecordUpdate bolt = t.CreateDataRecord(TypeOf("Bolt"));
+        bolt.SetDouble(kTorque, 17.5);
+        bolt.SetString(kT, "M12");
+        defaultID = t.CreateDataRecord(TypeOf("Part")).ID();
+        partID = part.ID();
+        boltID = bolt.ID();
+        t.Commit();
+        view.Publish();
+    }
+    Reopen();
+    partID = Here(partID);
+    boltID = Here(boltID);
+    defaultID = Here(defaultID);
+    const VelViewRead view = Context().View(Snapshot(1));
+    const VelDataRecord part = view.DataRecord(partID);
+    bool b = true;
+    unsigned char o = 0;
+    short s = 0;
+    int i = 0, k = 0;
+    int64_t l = 0;
+    float f = 0;
+    double d = 0;
+    part.GetBool(kB, b);
+    part.GetOctet(kO, o);
+    part.GetShort(kS, s);
+    part.GetInt(kI, i);
+    part.GetInt64(kL, l);
+    part.GetFloat(kF, f);
+    part.GetDouble(kD, d);
+    part.GetSymb(kK, k);
+    EXPECT_FALSE(b);
+    EXPECT_EQ(o, 250);
+    EXPECT_EQ(s, -32768);
+    EXPECT_EQ(i, -2147483647);
+    EXPECT_EQ(l, 0x123456789ABCDEFll);
+    EXPECT_EQ(f, -0.125f);
+    EXPECT_EQ(d, 6.02214076e23);
+    EXPECT_EQ(k, kC);
+    EXPECT_EQ(part.ReturnString(kT), "bracket \xc3\xa9 left");
+    EXPECT_EQ(part.TypeID(), TypeOf("Part"));
+    EXPECT_EQ(part.MemberCount(), 9);
+    EXPECT_EQ(part.MemberCategory(kK), VelRecTypeCategorySymConst);
+
+    // A derived record: the base's members first, then its own.
+    const VelDataRecord bolt = view.DataRecord(boltID);
+    EXPECT_EQ(bolt.MemberCount(), 10);
+    EXPECT_EQ(bolt.Member(kTorque).Name(), "torque");
+    EXPECT_TRUE(bolt.IsA(TypeOf("Part")));
+    EXPECT_FALSE(part.IsA(TypeOf("Bolt")));
+    bolt.GetDouble(kTorque, d);
+    EXPECT_EQ(d, 17.5);
+    EXPECT_EQ(bolt.ReturnString(kT), "M12");
+    EXPECT_EQ(view.Type(boltID).TypeID(), TypeOf("Bolt"));
+
+    // A record never set holds the schema's defaults.
+    const VelDataRecord plain = view.DataRecord(defaultID);
+    plain.GetBool(kB, b);
+    plain.GetOctet(kO, o);
+    plain.GetShort(kS, s);
+    plain.GetInt(kI, i);
+    plain.GetInt64(kL, l);
+    plain.GetFloat(kF, f);
+    plain.GetDouble(kD, d);
+    plain.GetSymb(kK, k);
+    EXPECT_TRUE(b);
+    EXPECT_EQ(o, 7);
+    EXPECT_EQ(s, -3);
+    EXPECT_EQ(i, 42);
+    EXPECT_EQ(l, -5);
+    EXPECT_EQ(f, 1.5f);
+    EXPECT_EQ(d, 2.25);
+    EXPECT_EQ(k, kSymB);
+    EXPECT_EQ(plain.ReturnString(kT), "none");
+
+    const VelArray<VelDynamicID> parts = view.DataRecordIDs(TypeOf("Part"));
+    ASSERT_EQ(parts.Size(), 2);
+    EXPECT_EQ(parts[0], partID);
+    EXPECT_EQ(parts[1], defaultID);
+}
+
+}  // namespace

@@ -283,15 +283,14 @@ void VelViewRepr::SetSchema(const VelTypeSchemaSnapshot& snapshot) {
     m_schema = snapshot;
 }
 
+// The texts are kept whole: they are what the checks are known by.
+// clang-format off
 void VelViewRepr::SetAncestorSchema(const VelTypeSchemaSnapshot& snapshot) {
-    VelVALIDATE(!m_ancestorSchema &&
-                "VelViewRepr::SetAncestorSchema: ancestor schema has "
-                "already been specified for the view.");
-    VelVALIDATE(!m_schema &&
-                "VelViewRepr::SetAncestorSchema: ancestor schema cannot be set "
-                "after the schema has been set for the view");
+    VelVALIDATE(!m_ancestorSchema && "VelViewRepr::SetAncestorSchema: ancestor schema has already been specified for the view.");
+    VelVALIDATE(!m_schema && "VelViewRepr::SetAncestorSchema: ancestor schema cannot be set after the schema has been set for the view");
     m_ancestorSchema = snapshot;
 }
+// clang-format on
 
 void VelViewRepr::ValidateSchema(const VelTypeSchemaSnapshot& snapshot) const {
     // Named as the condition texts name the registry.
@@ -324,15 +323,14 @@ void VelViewRepr::CheckRegisteredTypes(const VelTypeSchemaSnapshot& snapshot) co
 
 // ---- transactions and publishing --------------------------------------------------------------
 
+// clang-format off
 void VelViewRepr::BeginTransaction() {
-    if (m_activeTransaction) {
-        VelASSERT(!"The view already has an active transaction.  Creating another transaction "
-                   "is forbidden.");
-    }
+    if (m_activeTransaction) VelASSERT(!"The view already has an active transaction.  Creating another transaction is forbidden.");
     if (!m_mutable) VelASSERT(!"The view is not mutable.  Creating a transaction is forbidden.");
     Store();
     m_activeTransaction = true;
 }
+// clang-format on
 
 void VelViewRepr::Publish() {
     if (!m_mutable) VelVALIDATE(!"This view cannot be published.");

@@ -107,3 +107,84 @@ TEST_F(VelDataRecordTest, EveryCategoryRoundTripsThroughReopen) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(VelDataRecordDeathTest, AccessorsRequireTheMembersCategory) {
+    const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
+    VelTransactionExtend t(view);
+    t.CreateTypes(Snapshot(1));
+    const VelDataRecordUpdate part = t.CreateDataRecord(TypeOf("Part"));
+    int i = 0;
+    unsigned char o = 0;
+    ExpectValidateFailure(part.GetInt(kD, i), "memberType.Category() == VelRecTypeCategoryInteger");
+    ExpectValidateFailure(part.GetOctet(kI, o), "memberType.Category() == VelRecTypeCategoryChar");
+    ExpectValidateFailure(part.SetString(kB, "x"),
+                          "memberType.Category() == VelRecTypeCategoryString");
+    ExpectValidateFailure(part.SetSymb(kI, 0),
+                          "memberType.Category() == VelRecTypeCategorySymConst");
+    ExpectValidateFailure(part.GetInt(kTorque, i), "i >=0 && i < m_Size");
+    ExpectAssertFailure(VelDataRecord().ID(), "m_Target");
+
+    // The symbolic constant's check is one-sided: below the limit, negative numbers included.
+    ExpectValidateFailure(part.SetSymb(kK, 3), "data < symMemberType.LimitValue()");
+    part.SetSymb(kK, -1);
+    part.GetSymb(kK, i);
+    EXPECT_EQ(i, -1);
+}
+
+TEST_F(VelDataRecordDeathTest, ARecordIsWrittenOnlyWhileItsTransactionIsActive) {
+    const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
+    VelDataRecordUpdate part;
+    {
+        VelTransactionExtend t(view);
+        t.CreateTypes(Snapshot(1));
+        part = t.CreateDataRecord(TypeOf("Part"));
+        part.SetString(kT, "first");
+        t.Commit();
+    }
+    // Still readable, no longer writable.
+    EXPECT_EQ(part.ReturnString(kT), "first");
+    ExpectValidateFailure(part.SetInt(kI, 1),
+                          "m_Token && m_Token->m_Active && \"The record's transaction has ended\"");
+
+    // Changing it again goes through a new transaction; a read handle never writes.
+    VelTransactionExtend t(view);
+    const VelDataRecordUpdate again = t.ModifyDataRecord(part.ID());
+    again.SetString(kT, "second");
+    EXPECT_EQ(t.ModifyDataRecord(part.ID()).ReturnString(kT), "second");
+    t.Commit();
+    EXPECT_EQ(view.DataRecord(part.ID()).ReturnString(kT), "second");
+}
+
+TEST_F(VelDataRecordDeathTest, AForeignOrStaleIdentifierFindsNoRecord) {
+    const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
+    VelDynamicID id;
+    {
+        VelTransactionExtend t(view);
+        t.CreateTypes(Snapshot(1));
+        id = t.CreateDataRecord(TypeOf("Part")).ID();
+        t.Commit();
+    }
+    const VelDynamicID otherSerial(id.Category(), id.Context(), id.First() + 1, id.Second());
+    const VelDynamicID pastTheEnd(id.Category(), id.Context(), id.First(), id.Second() + 1);
+    const VelDynamicID noSlot(id.Category(), id.Context(), id.First(), int64_t(1000) << 32);
+    const VelDynamicID otherContext(id.Category(), id.Context() + 1, id.First(), id.Second());
+    ExpectValidateFailure(
+        view.DataRecord(otherSerial),
+        "static_cast<int64_t>(VelRecordBytes::Get64(bytes)) == id.First() && \"Record not found\"");
+    ExpectValidateFailure(view.DataRecord(pastTheEnd), "row < s.m_Rows && \"Record not found\"");
+    ExpectValidateFailure(view.DataRecord(noSlot),
+                          "address >= 0 && (address >> 32) < static_cast<int64_t>(m_slots.size()) "
+                          "&& m_slots[static_cast<size_t>(address >> 32)].m_Category == "
+                          "VelCategoryDataRecord && \"Record not found\"");
+    ExpectValidateFailure(view.DataRecord(otherContext),
+                          "id.Category() == VelCategoryDataRecord && id.Context() == m_context && "
+                          "\"The identifier names no data record of this context\"");
+    ExpectValidateFailure(view.DataRecord(view.FocusID()),
+                          "address >= 0 && (address >> 32) < static_cast<int64_t>(m_slots.size()) "
+                          "&& m_slots[static_cast<size_t>(address >> 32)].m_Category == "
+                          "VelCategoryDataRecord && \"Record not found\"");
+}
+
+}  // namespace

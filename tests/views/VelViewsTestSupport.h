@@ -46,8 +46,17 @@ inline const char* PlantSchema() {
     <data roleName="case" maxOccurs="unbounded"><target ref="Part"/></data>
     <distribution roleName="values" minOccurs="1" maxOccurs="2"/>
   </association>
+  <association name="Pairing" level="1">
+    <data roleName="a" minOccurs="2" maxOccurs="unbounded"><target ref="Part"/></data>
+    <data roleName="b" maxOccurs="unbounded"><target ref="Part"/></data>
+  </association>
   <datarecord name="Extra" level="2"><int name="n" default="9"/></datarecord>
   <datarecord name="Bolt" level="3"><base ref="Part"/><double name="torque"/><int name="grade"/></datarecord>
+</form>
+<form name="Other"><datarecord name="O" level="1"><int name="x"/></datarecord></form>
+<form name="Site">
+  <dependency level="1"><include form="Plant" level="1"/></dependency>
+  <datarecord name="Location" level="1"><string name="where"/></datarecord>
 </form></qarn>)";
 }
 
@@ -66,6 +75,9 @@ protected:
 
     VelTypeSchemaSnapshot Snapshot(int level) const {
         return m_forms.Get().GetSchemaSnapshot(m_form, level);
+    }
+    VelTypeSchemaSnapshot SnapshotOf(const char* form) const {
+        return m_forms.Get().GetSchemaSnapshot(m_forms.Get().GetForm(form), 1);
     }
     VelTypeID TypeOf(const char* name) const { return m_form.GetTypeID(name); }
     VelContextRef Context() const { return VelContextRef(m_context); }

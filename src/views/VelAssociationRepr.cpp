@@ -26,6 +26,11 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
                                     VelStringTable& strings) {
     const VelRowLayout& layout = *m_Layout.Get();
     const unsigned context = m_Context;
+    m_Entries.reserve(m_Entries.size() + static_cast<size_t>(count));
+    for (int k = 0; k < 2; ++k) {
+        m_Groups[k].reserve(m_Groups[k].size() + static_cast<size_t>(count));
+        if (m_Token) m_Others[k].reserve(m_Others[k].size() + static_cast<size_t>(count));
+    }
     for (int64_t r = 0; r < count; ++r) {
         const unsigned char* row = rows + r * layout.Width();
         VelAssociationEntry entry;
@@ -94,8 +99,11 @@ std::vector<unsigned char> VelAssociationRepr::EncodeRows(bool all, VelStringTab
 
 void VelAssociationRepr::DropStored() {
     m_Entries.clear();
-    m_Groups[0].clear();
-    m_Groups[1].clear();
+    for (int k = 0; k < 2; ++k) {
+        m_Groups[k].clear();
+        m_Others[k].clear();
+        m_OtherKeys[k].clear();
+    }
     m_Stored = 0;
     m_LiveCount = 0;
     m_Rewrite = true;
@@ -103,10 +111,13 @@ void VelAssociationRepr::DropStored() {
 
 // ---- the indexes ------------------------------------------------------------------------------
 
-const std::vector<int>* VelAssociationRepr::EntriesOf(int whichMember,
-                                                      const VelDynamicID& id) const {
+std::vector<int> VelAssociationRepr::EntriesOf(int whichMember, const VelDynamicID& id) const {
+    std::vector<int> entries;
     const Group* group = FindGroup(whichMember, id);
-    return group ? &group->entries : nullptr;
+    for (int i = group ? group->head : -1; i >= 0;
+         i = m_Entries[static_cast<size_t>(i)].m_Next[whichMember])
+        entries.push_back(i);
+    return entries;
 }
 
 VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k, const VelDynamicID& id) {
@@ -120,17 +131,36 @@ const VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k,
     return found == m_Groups[k].end() ? nullptr : &found->second;
 }
 
+int VelAssociationRepr::Partner(int k, const VelDynamicID& id, const VelDynamicID& other) const {
+    const auto found = m_Others[k].find(PairKey{id, other});
+    return found == m_Others[k].end() ? -1 : found->second;
+}
+
+int VelAssociationRepr::KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const {
+    const auto found = m_OtherKeys[k].find(KeyKey{id, key.str()});
+    return found == m_OtherKeys[k].end() ? -1 : found->second;
+}
+
 void VelAssociationRepr::Add(const VelAssociationEntry& entry) {
     const int index = static_cast<int>(m_Entries.size());
     m_Entries.push_back(entry);
     for (int k = 0; k < 2; ++k) {
         const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
         Group& group = m_Groups[k][IDKey{entry.m_Members[k].m_ID}];
-        group.entries.push_back(index);
+        if (group.tail >= 0) {
+            m_Entries[static_cast<size_t>(group.tail)].m_Next[k] = index;
+        } else {
+            group.head = index;
+        }
+        group.tail = index;
         ++group.live;
-        group.others.emplace(IDKey{other.m_ID}, index);
-        if (m_Type.Member(1 - k).Option() == VelRecTypeStringKey)
-            group.otherKeys[other.m_Key.String().str()] = index;
+        if (!m_Token) continue;
+        const VelDynamicID& id = entry.m_Members[k].m_ID;
+        if (m_Type.Member(1 - k).Option() == VelRecTypeStringKey) {
+            m_OtherKeys[k].emplace(KeyKey{id, other.m_Key.String().str()}, index);
+        } else {
+            m_Others[k].emplace(PairKey{id, other.m_ID}, index);
+        }
     }
     ++m_LiveCount;
 }
@@ -142,22 +172,22 @@ void VelAssociationRepr::Kill(int index) {
     Touch(index);
     for (int k = 0; k < 2; ++k) {
         const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
-        Group& group = *FindGroup(k, entry.m_Members[k].m_ID);
-        --group.live;
-        auto range = group.others.equal_range(IDKey{other.m_ID});
-        for (auto it = range.first; it != range.second; ++it) {
-            if (it->second == index) {
-                group.others.erase(it);
-                break;
-            }
+        const VelDynamicID& id = entry.m_Members[k].m_ID;
+        --FindGroup(k, id)->live;
+        if (m_Type.Member(1 - k).Option() == VelRecTypeStringKey) {
+            const auto found = m_OtherKeys[k].find(KeyKey{id, other.m_Key.String().str()});
+            if (found != m_OtherKeys[k].end() && found->second == index)
+                m_OtherKeys[k].erase(found);
+        } else {
+            const auto found = m_Others[k].find(PairKey{id, other.m_ID});
+            if (found != m_Others[k].end() && found->second == index) m_Others[k].erase(found);
         }
-        const auto key = group.otherKeys.find(other.m_Key.String().str());
-        if (key != group.otherKeys.end() && key->second == index) group.otherKeys.erase(key);
     }
 }
 
 void VelAssociationRepr::Shift(const Group& group, int k, int from, int delta) {
-    for (const int index : group.entries) {
+    for (int index = group.head; index >= 0;
+         index = m_Entries[static_cast<size_t>(index)].m_Next[1 - k]) {
         VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
         if (!entry.m_Live || entry.m_Members[k].m_Position < from) continue;
         entry.m_Members[k].m_Position += delta;
@@ -225,18 +255,18 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
     const Group* sharingSecond = FindGroup(1, newMembSecond.m_ID);
     const Group* sharingFirst = FindGroup(0, newMembFirst.m_ID);
 
-    if (sharingSecond && optionFirst == VelRecTypeStringKey) {
-        const auto found = sharingSecond->otherKeys.find(newMembFirst.m_Key.String().str());
-        if (found != sharingSecond->otherKeys.end()) {
+    if (optionFirst == VelRecTypeStringKey) {
+        const int found = KeyedPartner(1, newMembSecond.m_ID, newMembFirst.m_Key.String());
+        if (found >= 0) {
             const VelAssociationMemberEntry& oldMembFirst =
-                m_Entries[static_cast<size_t>(found->second)].m_Members[0];
+                m_Entries[static_cast<size_t>(found)].m_Members[0];
             VelVALIDATE(newMembFirst.m_Key.String() != oldMembFirst.m_Key.String());
         }
-    } else if (sharingSecond) {
-        const auto found = sharingSecond->others.find(IDKey{newMembFirst.m_ID});
-        if (found != sharingSecond->others.end()) {
+    } else {
+        const int found = Partner(1, newMembSecond.m_ID, newMembFirst.m_ID);
+        if (found >= 0) {
             const VelAssociationMemberEntry& oldMembFirst =
-                m_Entries[static_cast<size_t>(found->second)].m_Members[0];
+                m_Entries[static_cast<size_t>(found)].m_Members[0];
             VelVALIDATE(newMembFirst.m_ID != oldMembFirst.m_ID);
         }
     }
@@ -246,18 +276,18 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
         VelVALIDATE(newMembFirst.m_Position >= 0 && newMembFirst.m_Position <= maxPosFirst + 1);
     }
 
-    if (sharingFirst && optionSecond == VelRecTypeStringKey) {
-        const auto found = sharingFirst->otherKeys.find(newMembSecond.m_Key.String().str());
-        if (found != sharingFirst->otherKeys.end()) {
+    if (optionSecond == VelRecTypeStringKey) {
+        const int found = KeyedPartner(0, newMembFirst.m_ID, newMembSecond.m_Key.String());
+        if (found >= 0) {
             const VelAssociationMemberEntry& oldMembSecond =
-                m_Entries[static_cast<size_t>(found->second)].m_Members[1];
+                m_Entries[static_cast<size_t>(found)].m_Members[1];
             VelVALIDATE(newMembSecond.m_Key.String() != oldMembSecond.m_Key.String());
         }
-    } else if (sharingFirst) {
-        const auto found = sharingFirst->others.find(IDKey{newMembSecond.m_ID});
-        if (found != sharingFirst->others.end()) {
+    } else {
+        const int found = Partner(0, newMembFirst.m_ID, newMembSecond.m_ID);
+        if (found >= 0) {
             const VelAssociationMemberEntry& oldMembSecond =
-                m_Entries[static_cast<size_t>(found->second)].m_Members[1];
+                m_Entries[static_cast<size_t>(found)].m_Members[1];
             VelVALIDATE(newMembSecond.m_ID != oldMembSecond.m_ID);
         }
     }
@@ -293,8 +323,8 @@ void VelAssociationRepr::Remove(int whichMember, const VelDynamicID& id,
             break;
     }
     int found = -1;
-    if (const Group* group = FindGroup(whichMember, id)) {
-        for (const int index : group->entries) {
+    {
+        for (const int index : EntriesOf(whichMember, id)) {
             const VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
             if (!entry.m_Live) continue;
             const VelAssociationMemberEntry& candidate = entry.m_Members[otherMember];
@@ -314,10 +344,7 @@ void VelAssociationRepr::Remove(int whichMember, const VelDynamicID& id,
 void VelAssociationRepr::RemoveAll(int whichMember, const VelDynamicID& id) {
     VelASSERT(0 == whichMember || 1 == whichMember);
     CheckWritable();
-    const Group* group = FindGroup(whichMember, id);
-    if (!group) return;
-    const std::vector<int> entries = group->entries;
-    for (const int index : entries) {
+    for (const int index : EntriesOf(whichMember, id)) {
         if (m_Entries[static_cast<size_t>(index)].m_Live) RemoveEntry(index);
     }
 }

@@ -12,7 +12,14 @@ VelDataRecordRepr::VelDataRecordRepr(const VelDynamicID& id,
       m_Bytes(static_cast<size_t>(layout->RecordSize())),
       m_View(view) {}
 
+// The defaults of a type are worked out once, with its first record: a string default is
+// interned once and every record shares its reference.
 void VelDataRecordRepr::SetDefaults() {
+    std::vector<unsigned char>& defaults = m_Layout->Defaults();
+    if (defaults.size() == m_Bytes.size()) {
+        if (!m_Bytes.empty()) std::memcpy(m_Bytes.data(), defaults.data(), m_Bytes.size());
+        return;
+    }
     const VelRecTypeExpandedDataRecord& record = Record();
     for (int i = 0; i < record.MemberCount(); ++i) {
         const VelRecTypeDataRecordMember& member = record.Member(i);
@@ -60,6 +67,7 @@ void VelDataRecordRepr::SetDefaults() {
                 break;
         }
     }
+    defaults = m_Bytes;
 }
 
 void VelDataRecordRepr::CheckWritable() const {

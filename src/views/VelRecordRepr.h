@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "vel/context/VelDynamicID.h"
@@ -63,6 +64,9 @@ struct VelAssociationMemberEntry {
 struct VelAssociationEntry {
     bool m_Live = true;
     VelAssociationMemberEntry m_Members[2];
+    // Per member, the next entry (in list order) with the same participant of that member, or
+    // -1: the entries of one participant form a chain through the list.
+    int m_Next[2] = {-1, -1};
 };
 
 // A participant as an Insert names it, before it becomes part of an entry.
@@ -87,7 +91,7 @@ public:
     int LiveCount() const { return m_LiveCount; }
     const std::vector<VelAssociationEntry>& Entries() const { return m_Entries; }
     // The entries, in list order, whose member `whichMember` is `id`.
-    const std::vector<int>* EntriesOf(int whichMember, const VelDynamicID& id) const;
+    std::vector<int> EntriesOf(int whichMember, const VelDynamicID& id) const;
 
     // Decodes `count` rows of the table format and appends them as stored entries.
     void AppendRows(const unsigned char* rows, int64_t count, VelStringTable& strings);
@@ -118,21 +122,51 @@ public:
 private:
     struct IDKey {
         VelDynamicID id;
-        bool operator<(const IDKey& other) const { return id.Compare(other.id) < 0; }
+        bool operator==(const IDKey& other) const { return id == other.id; }
     };
-    // The entries whose member k is one participant, and, among the live ones, the other
-    // member's participants and keys (with the entries that hold them).
+    static size_t Hash(const VelDynamicID& id) {
+        uint64_t h = static_cast<uint64_t>(id.Category()) * 0x9E3779B97F4A7C15ull;
+        h ^= static_cast<uint64_t>(id.First()) + 0x9E3779B97F4A7C15ull + (h << 6) + (h >> 2);
+        h ^= static_cast<uint64_t>(id.Second()) + 0x9E3779B97F4A7C15ull + (h << 6) + (h >> 2);
+        return static_cast<size_t>(h);
+    }
+    struct IDHash {
+        size_t operator()(const IDKey& key) const { return Hash(key.id); }
+    };
+    // A participant of one member with a participant, or a key, of the other.
+    struct PairKey {
+        VelDynamicID id;
+        VelDynamicID other;
+        bool operator==(const PairKey& o) const { return id == o.id && other == o.other; }
+    };
+    struct PairHash {
+        size_t operator()(const PairKey& key) const { return Hash(key.id) * 31 + Hash(key.other); }
+    };
+    struct KeyKey {
+        VelDynamicID id;
+        std::string key;
+        bool operator==(const KeyKey& o) const { return id == o.id && key == o.key; }
+    };
+    struct KeyHash {
+        size_t operator()(const KeyKey& k) const {
+            return Hash(k.id) * 31 + std::hash<std::string>()(k.key);
+        }
+    };
+    // The chain of entries whose member k is one participant, and how many are live.
     struct Group {
-        std::vector<int> entries;
+        int head = -1;
+        int tail = -1;
         int live = 0;
-        std::multimap<IDKey, int> others;
-        std::map<std::string, int> otherKeys;
     };
 
     void Prepare(int k, const VelParticipant& given, VelAssociationMemberEntry& entry) const;
     void CheckParticipant(int k, const VelDynamicID& id) const;
     Group* FindGroup(int k, const VelDynamicID& id);
     const Group* FindGroup(int k, const VelDynamicID& id) const;
+    // The live entry whose member k is `id` and whose other member is `other` (or has `key`);
+    // -1 when there is none.
+    int Partner(int k, const VelDynamicID& id, const VelDynamicID& other) const;
+    int KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const;
     void Add(const VelAssociationEntry& entry);
     void Kill(int index);
     void RemoveEntry(int index);
@@ -150,7 +184,12 @@ private:
     size_t m_Stored = 0;
     int m_LiveCount = 0;
     bool m_Rewrite = false;
-    std::map<IDKey, Group> m_Groups[2];
+    std::unordered_map<IDKey, Group, IDHash> m_Groups[2];
+    // For an association being changed: per member k, the live entry pairing a participant of
+    // k with a participant (or, when the other member is keyed by string, a key) of the other
+    // member; the insertion rules look their conflicts up there.
+    std::unordered_map<PairKey, int, PairHash> m_Others[2];
+    std::unordered_map<KeyKey, int, KeyHash> m_OtherKeys[2];
 };
 
 #endif

@@ -5,21 +5,7 @@
 
 #include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_CompoundBuilder.h"
-#include "vel/platform/omi_Swapper.h"
 #include "views/VelStoreIO.h"
-
-void VelRecordBytes::Put32(unsigned char* at, uint32_t value) {
-    omi_Swapper::PutBigEndian32(at, value);
-}
-uint32_t VelRecordBytes::Get32(const unsigned char* at) {
-    return omi_Swapper::GetBigEndian32(at);
-}
-void VelRecordBytes::Put64(unsigned char* at, uint64_t value) {
-    omi_Swapper::PutBigEndian64(at, value);
-}
-uint64_t VelRecordBytes::Get64(const unsigned char* at) {
-    return omi_Swapper::GetBigEndian64(at);
-}
 
 namespace {
 

@@ -4,6 +4,7 @@
 // The row formats of the record store's tables and the block cache through which rows are read.
 
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <optional>
 #include <unordered_map>
@@ -11,6 +12,7 @@
 
 #include "vel/hdf/hdf_Dataset.h"
 #include "vel/hdf/hdf_Datatype.h"
+#include "vel/platform/omi_Swapper.h"
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelRecType.h"
 #include "vel/types/VelRecTypeExpandedDataRecord.h"
@@ -18,11 +20,26 @@
 
 // The stored values are big-endian whatever the host: the store's byte order is fixed, and the
 // swapper reverses bytes only on a little-endian host.
+// Inline, since every member access goes through them.
 struct VelRecordBytes {
-    static void Put32(unsigned char* at, uint32_t value);
-    static uint32_t Get32(const unsigned char* at);
-    static void Put64(unsigned char* at, uint64_t value);
-    static uint64_t Get64(const unsigned char* at);
+    static void Put32(unsigned char* at, uint32_t value) {
+        if (omi_Swapper::MachineIsLittleEndian()) value = omi_Swapper::Swap(value);
+        std::memcpy(at, &value, sizeof value);
+    }
+    static uint32_t Get32(const unsigned char* at) {
+        uint32_t value;
+        std::memcpy(&value, at, sizeof value);
+        return omi_Swapper::MachineIsLittleEndian() ? omi_Swapper::Swap(value) : value;
+    }
+    static void Put64(unsigned char* at, uint64_t value) {
+        if (omi_Swapper::MachineIsLittleEndian()) value = omi_Swapper::Swap(value);
+        std::memcpy(at, &value, sizeof value);
+    }
+    static uint64_t Get64(const unsigned char* at) {
+        uint64_t value;
+        std::memcpy(&value, at, sizeof value);
+        return omi_Swapper::MachineIsLittleEndian() ? omi_Swapper::Swap(value) : value;
+    }
 };
 
 // The format of one table's rows: its compound HDF5 type (big-endian members, so the bytes of a
@@ -42,6 +59,8 @@ public:
 
     const VelRecTypeExpandedDataRecord& Record() const { return *m_record; }
     int RecordSize() const { return m_width - e_SerialSize; }
+    // The bytes of a new record, every member at its default; made by the first record.
+    std::vector<unsigned char>& Defaults() const { return m_defaults; }
 
     const VelRecTypeAssociation& Association() const { return *m_association; }
     int IDOffset(int member) const { return m_idOffset[member]; }
@@ -54,6 +73,7 @@ private:
     int m_width = 0;
     hdf_Datatype m_type;
     std::optional<VelRecTypeExpandedDataRecord> m_record;
+    mutable std::vector<unsigned char> m_defaults;
     std::optional<VelRecTypeAssociation> m_association;
     int m_idOffset[2] = {0, 0};
     int m_idSize[2] = {0, 0};

@@ -15,9 +15,7 @@ std::vector<std::pair<int, const VelAssociationMemberEntry*>> Partners(
     const VelAssociationRepr& pairs, int whichMember, const VelDynamicID& id) {
     VelASSERT(0 == whichMember || 1 == whichMember);
     std::vector<std::pair<int, const VelAssociationMemberEntry*>> partners;
-    const std::vector<int>* entries = pairs.EntriesOf(whichMember, id);
-    if (!entries) return partners;
-    for (const int index : *entries) {
+    for (const int index : pairs.EntriesOf(whichMember, id)) {
         const VelAssociationEntry& entry = pairs.Entries()[static_cast<size_t>(index)];
         if (entry.m_Live) partners.emplace_back(index, &entry.m_Members[1 - whichMember]);
     }

@@ -210,7 +210,10 @@ int VelTransactionRepr::SlotFor(const VelTypeID& typeID, int category) {
 }
 
 VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateRecordOf(const VelTypeID& typeID) {
-    const int slot = SlotFor(typeID, VelCategoryDataRecord);
+    const int slot = m_LastSlot >= 0 && m_LastSlot < View().SlotCount() &&
+                             View().Slot(m_LastSlot).m_Type == typeID
+                         ? m_LastSlot
+                         : SlotFor(typeID, VelCategoryDataRecord);
     VelViewRepr& view = View();
     const VelRowLayout* layout = view.Layout(slot);
     VelVALIDATE(layout && "The type is not registered in the view");
@@ -225,12 +228,19 @@ VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateRecordOf(const VelType
     return record;
 }
 
+// Records come in long runs of one type: the last type's slot is kept, so that the registry is
+// searched and the type locked once per run.
 VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateDataRecord(const VelTypeID& typeID) {
     CheckActive();
-    const int index = View().RegisteredType(typeID);
-    VelVALIDATE(View().Registry().GetType(index).Category() == VelCategoryDataRecord &&
-                "The type is not a data record type");
-    View().LockType(typeID);
+    VelViewRepr& view = View();
+    if (m_LastSlot < 0 || m_LastSlot >= view.SlotCount() ||
+        view.Slot(m_LastSlot).m_Type != typeID) {
+        const int index = view.RegisteredType(typeID);
+        VelVALIDATE(view.Registry().GetType(index).Category() == VelCategoryDataRecord &&
+                    "The type is not a data record type");
+        m_LastSlot = SlotFor(typeID, VelCategoryDataRecord);
+    }
+    view.LockSlot(m_LastSlot);
     return CreateRecordOf(typeID);
 }
 
@@ -259,7 +269,7 @@ VelRecHandle<VelDataRecordRepr> VelTransactionRepr::ModifyDataRecord(const VelDy
     std::memcpy(record->m_Bytes.data(), bytes + VelRowLayout::e_SerialSize, record->m_Bytes.size());
     record->m_Token = m_Token;
     changes.modified.emplace(row, record);
-    if (!VelTypeRecords::IsBuiltIn(view.Slot(slot).m_Type)) view.LockType(view.Slot(slot).m_Type);
+    view.LockSlot(slot);
     return record;
 }
 

@@ -76,6 +76,8 @@ private:
     int m_Kind;
     VelTypeSchemaSnapshot m_snapshot;
     std::map<int, SlotChanges> m_Changes;
+    // The slot of the last data record type created, or -1.
+    int m_LastSlot = -1;
 
     bool m_SavedTypes = false;
     std::unique_ptr<VelTypeRegistry> m_SavedRegistry;

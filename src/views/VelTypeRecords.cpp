@@ -224,9 +224,7 @@ public:
         const VelAssociationRepr* all = Pairs("AllTypes");
         if (!all) return records;
         const int forms = RoleNamed(all->Type(), "forms");
-        const std::vector<int>* entries = all->EntriesOf(1 - forms, m_view.FocusID());
-        if (!entries) return records;
-        for (const int index : *entries) {
+        for (const int index : all->EntriesOf(1 - forms, m_view.FocusID())) {
             const VelAssociationEntry& entry = all->Entries()[static_cast<size_t>(index)];
             if (entry.m_Live) records.push_back(entry.m_Members[forms].m_ID);
         }
@@ -259,9 +257,7 @@ private:
         const VelAssociationRepr* pairs = Pairs(association);
         if (!pairs) return partners;
         const int k = RoleNamed(pairs->Type(), role);
-        const std::vector<int>* entries = pairs->EntriesOf(k, id);
-        if (!entries) return partners;
-        for (const int index : *entries) {
+        for (const int index : pairs->EntriesOf(k, id)) {
             const VelAssociationEntry& entry = pairs->Entries()[static_cast<size_t>(index)];
             if (!entry.m_Live) continue;
             const VelAssociationMemberEntry& other = entry.m_Members[1 - k];

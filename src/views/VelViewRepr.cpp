@@ -111,6 +111,7 @@ void VelViewRepr::InheritFrom(VelViewRepr& ancestor) {
         slot.m_Rows = inherited.m_Rows;
         slot.m_Table = inherited.m_Table;
         slot.m_Owned = false;
+        slot.m_BuiltIn = inherited.m_BuiltIn;
         m_slotOf.emplace(slot.m_Type, static_cast<int>(m_slots.size()));
         m_slots.push_back(slot);
     }
@@ -195,6 +196,7 @@ void VelViewRepr::LoadCatalogue() {
         VelVALIDATE((row.rows == 0 || row.table != 0) &&
                     "Damaged record store: a table with rows is missing");
         slot.m_Category = row.category;
+        slot.m_BuiltIn = VelTypeRecords::IsBuiltIn(slot.m_Type);
         slot.m_Serial = row.serial;
         slot.m_Rows = row.rows;
         slot.m_Owned = row.owned == 1;
@@ -222,8 +224,8 @@ void VelViewRepr::LoadRegistry() {
 }
 
 void VelViewRepr::LockStoredTypes() {
-    for (const VelSlot& slot : m_slots) {
-        if (slot.m_Rows > 0 && !VelTypeRecords::IsBuiltIn(slot.m_Type)) LockType(slot.m_Type);
+    for (int slot = 0; slot < SlotCount(); ++slot) {
+        if (Slot(slot).m_Rows > 0) LockSlot(slot);
     }
 }
 
@@ -403,6 +405,13 @@ void VelViewRepr::LockType(const VelTypeID& typeID) {
     }
 }
 
+void VelViewRepr::LockSlot(int slot) {
+    VelSlot& s = Slot(slot);
+    if (s.m_BuiltIn || s.m_Locked) return;
+    LockType(s.m_Type);
+    s.m_Locked = true;
+}
+
 int VelViewRepr::SlotOf(const VelTypeID& typeID) const {
     const auto found = m_slotOf.find(typeID);
     return found == m_slotOf.end() ? -1 : found->second;
@@ -414,6 +423,7 @@ int VelViewRepr::AddSlot(const VelTypeID& typeID, int category) {
     slot.m_Type = typeID;
     slot.m_Category = category;
     slot.m_Owned = true;
+    slot.m_BuiltIn = VelTypeRecords::IsBuiltIn(typeID);
     if (category == VelCategoryAssociation) slot.m_Serial = Store().NextSerial();
     const int index = static_cast<int>(m_slots.size());
     m_slotOf.emplace(typeID, index);
@@ -431,7 +441,7 @@ void VelViewRepr::TruncateSlots(int count) {
 const VelRowLayout* VelViewRepr::Layout(int slot) {
     VelSlot& s = Slot(slot);
     if (!s.m_Layout) {
-        const bool builtIn = VelTypeRecords::IsBuiltIn(s.m_Type);
+        const bool builtIn = s.m_BuiltIn;
         const VelTypeRegistry& registry = builtIn ? VelTypeRecords::BuiltIn() : *m_registry;
         const int index = registry.FindType(s.m_Type);
         if (index < 0) {
@@ -460,7 +470,8 @@ const VelRowLayout* VelViewRepr::Layout(int slot) {
 
 void VelViewRepr::ResetLayouts() {
     for (VelSlot& slot : m_slots) {
-        if (VelTypeRecords::IsBuiltIn(slot.m_Type)) continue;
+        if (slot.m_BuiltIn) continue;
+        slot.m_Locked = false;
         slot.m_Layout = VelRecHandle<VelRowLayout>();
         slot.m_LayoutChecked = false;
         slot.m_Cache.Clear();
@@ -508,7 +519,7 @@ VelRecHandle<VelDataRecordRepr> VelViewRepr::ReadDataRecord(const VelDynamicID& 
     VelRecHandle<VelDataRecordRepr> record(
         new VelDataRecordRepr(id, Slot(slot).m_Layout, VelRecHandle<VelViewRepr>(this)));
     std::memcpy(record->m_Bytes.data(), bytes + VelRowLayout::e_SerialSize, record->m_Bytes.size());
-    if (!VelTypeRecords::IsBuiltIn(Slot(slot).m_Type)) LockType(Slot(slot).m_Type);
+    LockSlot(slot);
     return record;
 }
 

@@ -45,6 +45,10 @@ struct VelSlot {
     // Whether the table was written by this view (otherwise it is an ancestor's, read only).
     bool m_Owned = false;
     int64_t m_Rows = 0;
+    // A table of the built-in Types form, whose type is no registry's.
+    bool m_BuiltIn = false;
+    // Whether the slot's type has been locked since the registry last changed.
+    bool m_Locked = false;
     // Empty until a first row is written.
     hdf_Dataset m_Table;
     // Null until needed, and for a type the view's registry does not hold (a type dropped by a
@@ -125,6 +129,8 @@ public:
     int RegisteredType(const VelTypeID& typeID) const;
     // Locks a type and its bases: their records have been created or read.
     void LockType(const VelTypeID& typeID);
+    // The same for the type of a slot, once per slot.
+    void LockSlot(int slot);
 
     int SlotCount() const { return static_cast<int>(m_slots.size()); }
     VelSlot& Slot(int slot) { return m_slots[static_cast<size_t>(slot)]; }

@@ -4,8 +4,8 @@
 #include "views/VelTransactionRepr.h"
 #include "views/VelViewsAccess.h"
 
-VelTransaction::VelTransaction(const VelView& view, int kind)
-    : m_Repr(new VelTransactionRepr(VelViewsAccess::Handle(view), kind)) {}
+VelTransaction::VelTransaction(const VelView& view)
+    : m_Repr(new VelTransactionRepr(VelViewsAccess::Handle(view))) {}
 
 VelTransaction::~VelTransaction() = default;
 
@@ -34,8 +34,7 @@ VelRecType VelTransaction::Type(const VelTypeID& typeID) const {
 
 // ---- edit -------------------------------------------------------------------------------------
 
-VelTransactionEdit::VelTransactionEdit(const VelViewUpdateEdition& view)
-    : VelTransaction(view, VelTransactionRepr::EDIT) {}
+VelTransactionEdit::VelTransactionEdit(const VelViewUpdateEdition& view) : VelTransaction(view) {}
 
 VelDataRecordUpdate VelTransactionEdit::UpdateDataRecord(const VelDynamicID& id) const {
     return VelViewsAccess::RecordUpdate(Repr().ModifyDataRecord(id));
@@ -47,8 +46,7 @@ VelAssociationUpdate VelTransactionEdit::UpdateAssociation(const VelAssociationI
 
 // ---- extend -----------------------------------------------------------------------------------
 
-VelTransactionExtend::VelTransactionExtend(const VelViewUpdateForm& view)
-    : VelTransaction(view, VelTransactionRepr::EXTEND) {}
+VelTransactionExtend::VelTransactionExtend(const VelViewUpdateForm& view) : VelTransaction(view) {}
 
 void VelTransactionExtend::CreateTypes(const VelTypeSchemaSnapshot& snapshot) const {
     Repr().CreateTypes(snapshot);
@@ -77,7 +75,7 @@ VelAssociationUpdate VelTransactionExtend::ModifyAssociation(const VelAssociatio
 // ---- upgrade ----------------------------------------------------------------------------------
 
 VelTransactionUpgrade::VelTransactionUpgrade(const VelViewUpdateLevel& view)
-    : VelTransaction(view, VelTransactionRepr::UPGRADE) {}
+    : VelTransaction(view) {}
 
 void VelTransactionUpgrade::UpdateTypes(const VelTypeSchemaSnapshot& snapshot) const {
     Repr().UpdateTypes(snapshot);

@@ -24,8 +24,8 @@ VelRecType RecordTypeOf(const VelTypeSchemaSnapshot& snapshot, int i, const char
 
 }  // namespace
 
-VelTransactionRepr::VelTransactionRepr(const VelRecHandle<VelViewRepr>& view, int kind)
-    : m_View(view), m_Token(new VelTransactionToken), m_Kind(kind) {
+VelTransactionRepr::VelTransactionRepr(const VelRecHandle<VelViewRepr>& view)
+    : m_View(view), m_Token(new VelTransactionToken) {
     View().BeginTransaction();
 }
 
@@ -167,6 +167,7 @@ void VelTransactionRepr::UpdateTypes(const VelTypeSchemaSnapshot& snapshot) {
         }
         m_DroppedTypes.push_back(registry.RecordID(i));
         const int index = m_view->SlotOf(type.TypeID());
+        VelASSERT(index >= 0);
         VelSlot& slot = m_view->Slot(index);
         m_EmptiedSlots.push_back(SavedSlot{index, slot.m_Rows, slot.m_Table, slot.m_Owned});
         slot.m_Rows = 0;

@@ -20,10 +20,8 @@
 // transaction can put the registry, the catalogue and the schema back as they were.
 class VelTransactionRepr : public VelRecShared {
 public:
-    // The transaction classes, for the rules that tell them apart.
-    enum Kind { EDIT = 1, EXTEND = 2, UPGRADE = 3 };
-
-    VelTransactionRepr(const VelRecHandle<VelViewRepr>& view, int kind);
+    // Opens the transaction on the view; the public classes decide what it may do.
+    explicit VelTransactionRepr(const VelRecHandle<VelViewRepr>& view);
     // Drops whatever was not committed.
     ~VelTransactionRepr() override;
 
@@ -73,7 +71,6 @@ private:
 
     VelRecHandle<VelViewRepr> m_View;
     VelRecHandle<VelTransactionToken> m_Token;
-    int m_Kind;
     VelTypeSchemaSnapshot m_snapshot;
     std::map<int, SlotChanges> m_Changes;
     // The slot of the last data record type created, or -1.

@@ -326,3 +326,46 @@ TEST_F(VelViewDeathTest, AViewOfAClosedContextRefusesEveryUse) {
 }
 
 }  // namespace
+
+namespace {
+
+// A type made by the factory, outside any form's schema, with a base from the schema: its
+// records survive a reopen, the view is read by name, and a snapshot without it is refused.
+TEST_F(VelViewDeathTest, CreateTypeRegistersATypeOutsideTheSchema) {
+    const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
+    const VelTypeID scratch("Scratch", 0);
+    VelRecTypeDataRecordMembers members;
+    members.Append(VelRecTypeInteger("count", 3));
+    members.Append(VelRecTypeString("label", "unnamed"));
+    VelDynamicID id;
+    VelRecTypeDataRecord type = VelRecTypeFactory().CreateDataRecordType(scratch);
+    {
+        VelTransactionExtend t(view);
+        t.CreateTypes(Snapshot(1));
+        ExpectValidateFailure(
+            t.CreateType(t.TypeFactory().CreateDataRecordType(scratch, VelTypeID("Scratch", 1))),
+            "(base.IsNull() || registry.FindType(base) >= 0) && \"The base type must be "
+            "registered first\"");
+        type = t.TypeFactory().CreateDataRecordType(scratch, TypeOf("Part"), members);
+        t.CreateType(type);
+        const VelDataRecordUpdate record = t.CreateDataRecord(scratch);
+        EXPECT_EQ(record.MemberCount(), 11);
+        record.SetInt(9, 8);
+        id = record.ID();
+        t.Commit();
+    }
+    view.Publish();
+    Reopen();
+    const VelViewRead read = Context().View("Plant", 1);
+    EXPECT_TRUE(VelRecTypeDataRecord(read.Type(scratch)) == type);
+    const VelDataRecord record = read.DataRecord(Here(id));
+    int count = 0;
+    record.GetInt(9, count);
+    EXPECT_EQ(count, 8);
+    EXPECT_EQ(record.ReturnString(10), "unnamed");
+    EXPECT_TRUE(record.IsA(TypeOf("Part")));
+    ExpectValidateFailure(Context().View(Snapshot(1)),
+                          "snapshot.GetTypePositionByID(m_typeReg.GetType(i).TypeID()) >= 0");
+}
+
+}  // namespace

@@ -37,7 +37,7 @@ public:
 
 protected:
     // Asserts that the view is mutable and has no active transaction.
-    VelTransaction(const VelView& view, int kind);
+    explicit VelTransaction(const VelView& view);
     VelTransactionRepr& Repr() const;
 
 private:

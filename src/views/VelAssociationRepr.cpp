@@ -29,7 +29,6 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
     m_Entries.reserve(m_Entries.size() + static_cast<size_t>(count));
     for (int k = 0; k < 2; ++k) {
         m_Groups[k].reserve(m_Groups[k].size() + static_cast<size_t>(count));
-        if (m_Token) m_Others[k].reserve(m_Others[k].size() + static_cast<size_t>(count));
     }
     for (int64_t r = 0; r < count; ++r) {
         const unsigned char* row = rows + r * layout.Width();
@@ -101,7 +100,6 @@ void VelAssociationRepr::DropStored() {
     m_Entries.clear();
     for (int k = 0; k < 2; ++k) {
         m_Groups[k].clear();
-        m_Others[k].clear();
         m_OtherKeys[k].clear();
     }
     m_Stored = 0;
@@ -132,8 +130,17 @@ const VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k,
 }
 
 int VelAssociationRepr::Partner(int k, const VelDynamicID& id, const VelDynamicID& other) const {
-    const auto found = m_Others[k].find(PairKey{id, other});
-    return found == m_Others[k].end() ? -1 : found->second;
+    const Group* mine = FindGroup(k, id);
+    const Group* theirs = FindGroup(1 - k, other);
+    if (!mine || !theirs) return -1;
+    const int chain = mine->length <= theirs->length ? k : 1 - k;
+    const VelDynamicID& far = chain == k ? other : id;
+    for (int i = (chain == k ? mine : theirs)->head; i >= 0;
+         i = m_Entries[static_cast<size_t>(i)].m_Next[chain]) {
+        const VelAssociationEntry& entry = m_Entries[static_cast<size_t>(i)];
+        if (entry.m_Live && entry.m_Members[1 - chain].m_ID == far) return i;
+    }
+    return -1;
 }
 
 int VelAssociationRepr::KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const {
@@ -153,14 +160,11 @@ void VelAssociationRepr::Add(const VelAssociationEntry& entry) {
             group.head = index;
         }
         group.tail = index;
+        ++group.length;
         ++group.live;
-        if (!m_Token) continue;
-        const VelDynamicID& id = entry.m_Members[k].m_ID;
-        if (m_Type.Member(1 - k).Option() == VelRecTypeStringKey) {
-            m_OtherKeys[k].emplace(KeyKey{id, other.m_Key.String().str()}, index);
-        } else {
-            m_Others[k].emplace(PairKey{id, other.m_ID}, index);
-        }
+        if (m_Token && m_Type.Member(1 - k).Option() == VelRecTypeStringKey)
+            m_OtherKeys[k].emplace(KeyKey{entry.m_Members[k].m_ID, other.m_Key.String().str()},
+                                   index);
     }
     ++m_LiveCount;
 }
@@ -178,9 +182,6 @@ void VelAssociationRepr::Kill(int index) {
             const auto found = m_OtherKeys[k].find(KeyKey{id, other.m_Key.String().str()});
             if (found != m_OtherKeys[k].end() && found->second == index)
                 m_OtherKeys[k].erase(found);
-        } else {
-            const auto found = m_Others[k].find(PairKey{id, other.m_ID});
-            if (found != m_Others[k].end() && found->second == index) m_Others[k].erase(found);
         }
     }
 }

@@ -133,15 +133,7 @@ private:
     struct IDHash {
         size_t operator()(const IDKey& key) const { return Hash(key.id); }
     };
-    // A participant of one member with a participant, or a key, of the other.
-    struct PairKey {
-        VelDynamicID id;
-        VelDynamicID other;
-        bool operator==(const PairKey& o) const { return id == o.id && other == o.other; }
-    };
-    struct PairHash {
-        size_t operator()(const PairKey& key) const { return Hash(key.id) * 31 + Hash(key.other); }
-    };
+    // A participant of one member with a key of the other.
     struct KeyKey {
         VelDynamicID id;
         std::string key;
@@ -152,10 +144,12 @@ private:
             return Hash(k.id) * 31 + std::hash<std::string>()(k.key);
         }
     };
-    // The chain of entries whose member k is one participant, and how many are live.
+    // The chain of entries whose member k is one participant, its length, and how many of
+    // its entries are live.
     struct Group {
         int head = -1;
         int tail = -1;
+        int length = 0;
         int live = 0;
     };
 
@@ -164,7 +158,8 @@ private:
     Group* FindGroup(int k, const VelDynamicID& id);
     const Group* FindGroup(int k, const VelDynamicID& id) const;
     // The live entry whose member k is `id` and whose other member is `other` (or has `key`);
-    // -1 when there is none.
+    // -1 when there is none.  A pair lies on the chains of both its participants, so the
+    // shorter of the two is walked.
     int Partner(int k, const VelDynamicID& id, const VelDynamicID& other) const;
     int KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const;
     void Add(const VelAssociationEntry& entry);
@@ -185,10 +180,8 @@ private:
     int m_LiveCount = 0;
     bool m_Rewrite = false;
     std::unordered_map<IDKey, Group, IDHash> m_Groups[2];
-    // For an association being changed: per member k, the live entry pairing a participant of
-    // k with a participant (or, when the other member is keyed by string, a key) of the other
-    // member; the insertion rules look their conflicts up there.
-    std::unordered_map<PairKey, int, PairHash> m_Others[2];
+    // For an association being changed whose other member is keyed by string: per member k, the
+    // live entry pairing a participant of k with a key of the other member.
     std::unordered_map<KeyKey, int, KeyHash> m_OtherKeys[2];
 };
 

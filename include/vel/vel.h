@@ -80,6 +80,8 @@
 // transfer
 #include "vel/transfer/VelBufferSet.h"
 #include "vel/transfer/VelDimSelection.h"
+#include "vel/transfer/VelDrawerDescription.h"
+#include "vel/transfer/VelDrawerRef.h"
 #include "vel/transfer/VelNormalizeArgs.h"
 #include "vel/transfer/VelOptionalFlag.h"
 #include "vel/transfer/VelPool.h"

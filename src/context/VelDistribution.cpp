@@ -222,7 +222,18 @@ hdf_Group VelDistribution::DrawerGroup(const VelDrawerID& drawer) {
 
 void VelDistribution::CloseDrawer(const VelDrawerID& drawer) {
     RequireDrawer(drawer);
+    m_attachments.Remove(drawer);
     VelGuardStorage([&] { m_drawers.Get(drawer).Nullify(); });
+}
+
+VelDrawerAttachment* VelDistribution::DrawerAttachment(const VelDrawerID& drawer) const {
+    return m_attachments.IsMember(drawer) ? m_attachments.Get(drawer).Get() : nullptr;
+}
+
+void VelDistribution::SetDrawerAttachment(const VelDrawerID& drawer,
+                                          VelAutoPtr<VelDrawerAttachment> attachment) {
+    RequireDrawer(drawer);
+    m_attachments.Insert(drawer, std::move(attachment), true);
 }
 
 void VelDistribution::WriteNextDrawer() const {

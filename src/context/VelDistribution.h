@@ -5,12 +5,20 @@
 #include "vel/context/VelGrid.h"
 #include "vel/context/VelRangeType.h"
 #include "vel/core/VelArray.h"
+#include "vel/core/VelAutoBtree.h"
 #include "vel/core/VelAutoPtr.h"
 #include "vel/core/VelBtree.h"
 #include "vel/hdf/hdf_Group.h"
 #include "vel/platform/mem_Memory.h"
 
 class VelContext;
+
+// What the drawer layer keeps with a drawer it has opened (its description and datasets).  The
+// distribution owns it and drops it together with the drawer's group.
+class VelDrawerAttachment : public mem_AllocationOperators {
+public:
+    virtual ~VelDrawerAttachment() = default;
+};
 
 // One distribution of a context, owned by the context's distribution map: a grid of the
 // context's collections, the range type of its values, and the catalogue of its drawers.
@@ -64,6 +72,7 @@ public:
     int NumDimensions() const { return m_grid.Size(); }
     int NextDrawerNumber() const { return m_nextDrawer; }
     const hdf_Group& Group() const { return m_group; }
+    bool IsReadOnly() const { return m_readOnly; }
 
     // The drawers in number order.
     VelArray<VelDrawerID> Drawers() const;
@@ -75,8 +84,11 @@ public:
     VelDrawerID CreateDrawer(DrawerKind kind);
     // The group of one of this distribution's drawers (validation), opened if it is not open.
     hdf_Group DrawerGroup(const VelDrawerID& drawer);
-    // Lets go of the drawer's group; the drawer stays in the catalogue.
+    // Lets go of the drawer's group and attachment; the drawer stays in the catalogue.
     void CloseDrawer(const VelDrawerID& drawer);
+    // The drawer layer's attachment to one of this distribution's drawers, null until it is set.
+    VelDrawerAttachment* DrawerAttachment(const VelDrawerID& drawer) const;
+    void SetDrawerAttachment(const VelDrawerID& drawer, VelAutoPtr<VelDrawerAttachment> attachment);
 
     // Rewrites "Distribution attributes" when the file is writable.
     void Flush();
@@ -100,6 +112,8 @@ private:
     bool m_readOnly;
     // Every drawer, with its group while it is open (an empty group otherwise).
     VelBtree<VelDrawerID, hdf_Group> m_drawers;
+    // Declared after the groups, so that attachments go first.
+    VelAutoBtree<VelDrawerID, VelAutoPtr<VelDrawerAttachment>> m_attachments;
 };
 
 #endif

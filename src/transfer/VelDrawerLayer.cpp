@@ -1,42 +1,34 @@
 #include "transfer/VelDrawerIO.h"
-#include "vel/core/VelAssert.h"
+#include "transfer/VelDrawerOps.h"
 
-// The drawers (their groups, datasets and attributes in the file) are not part of the library
-// yet.  Until they are, a transfer goes through every phase and check up to the drawer call and
-// stops there, naming what is missing, instead of pretending that values were moved.
 namespace {
 
-class VelMissingDrawerLayer : public VelDrawerIO {
+// The drawers of the library's own file layout (VelPersistentDrawer.h).
+class VelFileDrawerLayer : public VelDrawerIO {
 public:
-    VelDrawerBufferLayout SparseLayout(const VelDistributionRef&, const VelDrawerID&) override {
-        VelASSERT(!"drawer layer missing: cannot describe an existing sparse drawer");
+    VelDrawerBufferLayout SparseLayout(const VelDistributionRef& distribution,
+                                       const VelDrawerID& drawer) override {
+        return VelSparseLayout(distribution, drawer);
     }
-    void ReadDense(const VelDrawerRequest&) override {
-        VelASSERT(!"drawer layer missing: ExecRead cannot read drawers");
+    void ReadDense(const VelDrawerRequest& request) override { VelReadDense(request); }
+    void ReadSparse(const VelDrawerRequest& request) override { VelReadSparse(request); }
+    void WriteDense(const VelDrawerRequest& request) override { VelWriteDense(request); }
+    void WriteSparse(const VelDrawerRequest& request) override { VelWriteSparse(request); }
+    void CreateDenseDrawer(const VelDrawerRequest& request) override {
+        VelCreateDenseDrawer(request);
     }
-    void ReadSparse(const VelDrawerRequest&) override {
-        VelASSERT(!"drawer layer missing: ExecRead cannot read a sparse drawer");
+    void CreateSparseDrawer(const VelDrawerRequest& request) override {
+        VelCreateSparseDrawer(request);
     }
-    void WriteDense(const VelDrawerRequest&) override {
-        VelASSERT(!"drawer layer missing: ExecWrite cannot write drawers");
-    }
-    void WriteSparse(const VelDrawerRequest&) override {
-        VelASSERT(!"drawer layer missing: ExecWrite cannot write a sparse drawer");
-    }
-    void CreateDenseDrawer(const VelDrawerRequest&) override {
-        VelASSERT(!"drawer layer missing: ExecWrite cannot create a drawer");
-    }
-    void CreateSparseDrawer(const VelDrawerRequest&) override {
-        VelASSERT(!"drawer layer missing: ExecWrite cannot create a sparse drawer");
-    }
-    void InitializePersistentDrawer(const VelDrawerRequest&, const VelRangeValue&) override {
-        VelASSERT(!"drawer layer missing: InitializePersistentDrawer cannot create a drawer");
+    void InitializePersistentDrawer(const VelDrawerRequest& request,
+                                    const VelRangeValue& value) override {
+        VelInitializeDrawer(request, value);
     }
 };
 
 }  // namespace
 
 VelDrawerIO& VelDrawerLayer() {
-    static VelMissingDrawerLayer layer;
+    static VelFileDrawerLayer layer;
     return layer;
 }

@@ -70,6 +70,8 @@ public:
 
 private:
     friend class VelCollectionRef;
+    // The drawer layer maps CSets onto drawer positions run by run.
+    friend struct VelCSetAccess;
     VelCSet(const VelCollectionID& collection, int space, che_RefPtr<VelIndexSet> set);
     VelCSet Combine(const VelCSet& other, bool unite) const;
     // The decoded set, decoded now if it was deferred.

@@ -1,0 +1,28 @@
+#ifndef VEL_TRANSFER_VELDRAWERREF_H
+#define VEL_TRANSFER_VELDRAWERREF_H
+
+#include "vel/context/VelDistributionID.h"
+#include "vel/transfer/VelDrawerDescription.h"
+
+// A light handle on one drawer of a distribution (VelDistributionRef::Drawers lists them).  It
+// holds only the ID; the drawer's context must be open on every call.
+//
+// The drawer layer opens a drawer (reads and checks its "Drawer attributes", opens its
+// datasets) the first time a transfer or a handle needs it and keeps it open; Close lets go of
+// those HDF5 objects, which a reader stepping through many drawers may want, and the next use
+// opens the drawer again.
+class VelDrawerRef {
+public:
+    explicit VelDrawerRef(const VelDrawerID& id) : m_id(id) {}
+
+    const VelDrawerID& ID() const { return m_id; }
+    // The drawer's description; a drawer the file does not describe soundly stops the process
+    // with the reason it was refused.
+    VelDrawerDescription Description() const;
+    void Close() const;
+
+private:
+    VelDrawerID m_id;
+};
+
+#endif

@@ -1,0 +1,365 @@
+#include "transfer/VelPersistentDrawer.h"
+
+#include <climits>
+#include <string>
+
+#include "context/VelCSetAccess.h"
+#include "context/VelIDAccess.h"
+#include "context/VelStoredInts.h"
+#include "transfer/VelDrawerGuard.h"
+#include "vel/context/VelCSet.h"
+#include "vel/context/VelCollectionRef.h"
+#include "vel/core/VelIdAsString.h"
+#include "vel/hdf/hdf_DimArray.h"
+#include "vel/hdf/hdf_DimSpace.h"
+
+namespace {
+
+constexpr const char* kKind = "drawer";
+// The most bytes one transfer buffer holds: sizes are 32-bit, padding included.
+constexpr int64_t kMaxBufferBytes = INT_MAX - 24;
+constexpr int kDefaultChunkBytes = 256 * 1024;
+
+std::string Text(int64_t n) {
+    return std::to_string(n);
+}
+
+hdf_Dataspace SpaceOf(int rank, const int64_t* extents) {
+    return hdf_Dataspace::CreateSimple(hdf_DimSpaceInput(rank, extents), hdf_DimSpace());
+}
+
+hdf_Dataspace LineOf(int64_t length) {
+    return SpaceOf(1, &length);
+}
+
+// Whether a stored type holds values of `key` as VelStoredTypeOf writes them: same class and
+// size (byte order is HDF5's to convert).
+bool HoldsKey(const hdf_Datatype& type, VelTypeKey key) {
+    const hdf_Datatype::TypeClassGetClass expected =
+        key == VelTypeKeyDouble || key == VelTypeKeyFloat ? hdf_Datatype::TypeClassGetClassFloat
+                                                          : hdf_Datatype::TypeClassGetClassInteger;
+    return type.GetClass() == expected &&
+           type.GetSize() == static_cast<size_t>(VelElementSizeOf(key));
+}
+
+// A one-dimensional dataset's length, or -1.
+int64_t LengthOf(const hdf_Dataspace& space) {
+    return VelStoredInts::Length(space);
+}
+
+bool HasDataset(const hdf_Group& group, const cow_String& name) {
+    return group.GetObjinfoExists(name.c_str()) &&
+           group.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeDataset;
+}
+
+}  // namespace
+
+hdf_Datatype VelStoredTypeOf(VelTypeKey key) {
+    switch (key) {
+        case VelTypeKeyDouble:
+            return hdf_Datatype::NATIVE_DOUBLE();
+        case VelTypeKeyFloat:
+            return hdf_Datatype::NATIVE_FLOAT();
+        case VelTypeKeyBool:
+            return hdf_Datatype::NATIVE_UCHAR();
+        case VelTypeKeyInt:
+        case VelTypeKeyCMember:
+        case VelTypeKeyCSet:
+        case VelTypeKeyOCSet:
+            return hdf_Datatype::NATIVE_INT();
+    }
+    VelASSERT(!"Illegal VelTypeKey");
+    return hdf_Datatype();
+}
+
+// ---- the description ----------------------------------------------------------------------
+
+VelPersistentDrawerDesc::VelPersistentDrawerDesc(const VelDrawerID& id,
+                                                 VelSerializationKey serialization,
+                                                 const VelArray<VelCSetID>& compartment,
+                                                 const VelArray<int>& sizes, int numNonzeros,
+                                                 VelTypeKey rangeKey) {
+    m_created = true;
+    m_id = id;
+    m_serialization = serialization;
+    m_compartment = compartment;
+    m_sizes = sizes;
+    m_numNonzeros = numNonzeros;
+    m_symmetric = serialization == VelSparseSymSerialization;
+    ComputeBufferLayout(rangeKey);
+}
+
+void VelPersistentDrawerDesc::ComputeBufferLayout(VelTypeKey rangeKey) {
+    m_bufferSizes.Init();
+    m_dataKeys.Init();
+    if (m_serialization == VelStandardSerialization) return;
+    const int elementSize = VelElementSizeOf(rangeKey);
+    const int rows = m_sizes[0];
+    const int intSize = VelElementSizeOf(VelTypeKeyInt);
+    m_bufferSizes[VelbufMain] = m_numNonzeros * elementSize;
+    m_dataKeys[VelbufMain] = rangeKey;
+    m_bufferSizes[VelbufIndicesNZ] = m_numNonzeros * intSize;
+    m_dataKeys[VelbufIndicesNZ] = VelTypeKeyInt;
+    m_bufferSizes[VelbufSparseMap] = (rows + 1) * intSize;
+    m_dataKeys[VelbufSparseMap] = VelTypeKeyInt;
+    if (m_symmetric) {
+        m_bufferSizes[VelbufDiagonal] = rows * elementSize;
+        m_dataKeys[VelbufDiagonal] = rangeKey;
+    }
+}
+
+std::vector<int> VelPersistentDrawerDesc::StoredAttributes() const {
+    std::vector<int> ints = {m_numNonzeros, m_symmetric ? 1 : 0};
+    for (int d = 0; d < m_sizes.Size(); ++d) {
+        const VelCSetID& cset = m_compartment[d];
+        ints.push_back(cset.CollectionID().Minor().Value());
+        ints.push_back(cset.Minor().Value());
+        ints.push_back(m_sizes[d]);
+    }
+    return ints;
+}
+
+VelPersistentDrawerDesc VelPersistentDrawerDesc::Read(const VelDistribution& distribution,
+                                                      const VelDrawerID& drawer,
+                                                      const hdf_Group& group) {
+    const int n = distribution.NumDimensions();
+    hdf_Group probe(group);
+    probe.SetNoThrow(true);
+    const hdf_Attribute attribute = probe.AttributeOpen(e_Attributes);
+    if (attribute.IsEmpty()) VelRefuseStored(kKind, group, "it has no \"Drawer attributes\"");
+    const int64_t length = LengthOf(attribute.GetSpace());
+    if (length != 3 * n + 2)
+        VelRefuseStored(kKind, group,
+                        "\"Drawer attributes\" holds " + Text(length) + " ints, a drawer of " +
+                            Text(n) + " dimensions has " + Text(3 * n + 2));
+    std::vector<int> ints(static_cast<size_t>(length));
+    attribute.Read(hdf_Datatype::NATIVE_INT(), ints.data());
+
+    const int numNonzeros = ints[0];
+    if (numNonzeros < 0)
+        VelRefuseStored(kKind, group,
+                        "the number of nonzeros " + Text(numNonzeros) + " is negative");
+    if (ints[1] != 0 && ints[1] != 1)
+        VelRefuseStored(kKind, group, "the symmetric flag is " + Text(ints[1]) + ", not 0 or 1");
+
+    const VelGrid& grid = distribution.Grid();
+    VelArray<VelCSetID> compartment(n);
+    VelArray<int> sizes(n);
+    std::vector<bool> used(static_cast<size_t>(n), false);
+    for (int d = 0; d < n; ++d) {
+        const int word = ints[2 + 3 * d];
+        const int index = ints[3 + 3 * d];
+        const int size = ints[4 + 3 * d];
+        const std::string dim = "dimension " + Text(d);
+        int g = 0;
+        while (g < n && grid[g].Minor().Value() != word) ++g;
+        if (g == n)
+            VelRefuseStored(kKind, group,
+                            dim + " names collection word " + Text(word) +
+                                ", which is not in the distribution's grid");
+        if (used[static_cast<size_t>(g)])
+            VelRefuseStored(kKind, group, dim + " names a collection named before");
+        used[static_cast<size_t>(g)] = true;
+        // A drawer's CSets are ascending: the index word has bit 31 set.
+        const VelCSetID cset = VelIDAccess::MakeCSetID(grid[g], index);
+        if (!cset.IsAscending() || cset.IsNull() ||
+            cset.Index() >= VelCollectionRef(grid[g]).NumCSets())
+            VelRefuseStored(kKind, group,
+                            dim + " names CSet word " + Text(index) +
+                                ", which is no ascending CSet of its collection");
+        if (VelCSet(cset).Size() != size)
+            VelRefuseStored(kKind, group,
+                            dim + " gives size " + Text(size) + " to a CSet of " +
+                                Text(VelCSet(cset).Size()) + " members");
+        compartment[d] = cset;
+        sizes[d] = size;
+    }
+
+    VelSerializationKey serialization = VelStandardSerialization;
+    if (ints[1] == 1) {
+        serialization = VelSparseSymSerialization;
+    } else if (HasDataset(group, VelIdAsString(drawer.Minor().Value() + 1))) {
+        serialization = VelSparseSerialization;
+    }
+    const VelTypeKey key = distribution.RangeType().TypeKey();
+    if (serialization == VelStandardSerialization) {
+        if (numNonzeros != 0)
+            VelRefuseStored(kKind, group,
+                            "a standard drawer gives " + Text(numNonzeros) + " nonzeros");
+    } else {
+        if (n < 1) VelRefuseStored(kKind, group, "a sparse drawer needs a dimension of rows");
+        const int64_t rows = sizes[0];
+        const int64_t elementSize = VelElementSizeOf(key);
+        if (numNonzeros * elementSize > kMaxBufferBytes || rows * elementSize > kMaxBufferBytes ||
+            (rows + 1) * 4 > kMaxBufferBytes)
+            VelRefuseStored(kKind, group, "a sparse drawer too large for one transfer");
+    }
+    return VelPersistentDrawerDesc(drawer, serialization, compartment, sizes, numNonzeros, key);
+}
+
+void VelPersistentDrawerDesc::FindMembers() {
+    m_members.assign(static_cast<size_t>(m_sizes.Size()), VelMemberRuns());
+    for (int d = 0; d < m_sizes.Size(); ++d) {
+        for (const VelIndexSet::Run& run : VelCSetAccess::Runs(VelCSet(m_compartment[d])))
+            m_members[static_cast<size_t>(d)].push_back({run.first, run.length});
+    }
+}
+
+// ---- the drawer ---------------------------------------------------------------------------
+
+VelPersistentDrawer& VelPersistentDrawer::Get(VelDistribution& distribution,
+                                              const VelDrawerID& drawer) {
+    if (VelDrawerAttachment* attached = distribution.DrawerAttachment(drawer))
+        return static_cast<VelPersistentDrawer&>(*attached);
+    const hdf_Group group = distribution.DrawerGroup(drawer);
+    VelAutoPtr<VelPersistentDrawer> opened(new VelPersistentDrawer(
+        group, VelGuardStorage(
+                   [&] { return VelPersistentDrawerDesc::Read(distribution, drawer, group); })));
+    opened->m_desc.FindMembers();
+    VelGuardStorage([&] { CheckDatasets(distribution, *opened); });
+    VelPersistentDrawer& result = *opened;
+    distribution.SetDrawerAttachment(drawer, VelAutoPtr<VelDrawerAttachment>(opened.Release()));
+    return result;
+}
+
+void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
+                                        VelPersistentDrawer& drawer) {
+    const VelPersistentDrawerDesc& desc = drawer.m_desc;
+    const hdf_Group& group = drawer.m_group;
+    const int number = desc.ID().Minor().Value();
+    const VelTypeKey key = distribution.RangeType().TypeKey();
+    const cow_String name = VelIdAsString(number);
+    const std::string quoted = std::string("dataset \"") + name.c_str() + "\"";
+    if (!HasDataset(group, name)) VelRefuseStored(kKind, group, "it has no " + quoted);
+    drawer.m_values = group.DatasetOpen(name.c_str());
+    if (!HoldsKey(drawer.m_values.GetType(), key))
+        VelRefuseStored(kKind, group,
+                        quoted + " does not hold " + VelstringNameOf(key) + " values");
+    drawer.m_valuesSpace = drawer.m_values.GetSpace();
+    const hdf_DimSpace dims = drawer.m_valuesSpace.GetDims();
+
+    if (desc.Serialization() == VelStandardSerialization) {
+        bool same = dims.Rank() == desc.NumDimensions();
+        for (int d = 0; same && d < dims.Rank(); ++d)
+            same = dims[d] == static_cast<hsize_t>(desc.Sizes()[d]);
+        if (!same)
+            VelRefuseStored(kKind, group,
+                            quoted + " does not have the extents \"Drawer attributes\" gives");
+        const hdf_PropListDatasetCreation creation = drawer.m_values.GetCreatePlist();
+        if (creation.GetLayout() == hdf_PropListDatasetCreation::LayoutChunked) {
+            const hdf_DimArray chunk = creation.GetChunk();
+            VelArray<int> chunks(chunk.Rank());
+            for (int d = 0; d < chunk.Rank(); ++d) chunks[d] = chunk[d];
+            drawer.m_desc.SetChunkSizes(chunks);
+        }
+        return;
+    }
+
+    const int64_t rows = desc.Sizes()[0];
+    const int64_t nonzeros = desc.NumNonzeros();
+    const int64_t values = nonzeros + (desc.IsSymmetric() ? rows : 0);
+    if (LengthOf(drawer.m_valuesSpace) != values)
+        VelRefuseStored(kKind, group,
+                        quoted + " is not one dimension of " + Text(values) + " values");
+    const cow_String indexName = VelIdAsString(number + 1);
+    const std::string indexQuoted = std::string("index dataset \"") + indexName.c_str() + "\"";
+    if (!HasDataset(group, indexName)) VelRefuseStored(kKind, group, "it has no " + indexQuoted);
+    drawer.m_index = group.DatasetOpen(indexName.c_str());
+    if (!HoldsKey(drawer.m_index.GetType(), VelTypeKeyInt))
+        VelRefuseStored(kKind, group, indexQuoted + " does not hold ints");
+    drawer.m_indexSpace = drawer.m_index.GetSpace();
+    if (LengthOf(drawer.m_indexSpace) != rows + nonzeros + 1)
+        VelRefuseStored(
+            kKind, group,
+            indexQuoted + " is not one dimension of " + Text(rows + nonzeros + 1) + " ints");
+}
+
+VelPersistentDrawer& VelPersistentDrawer::Create(VelDistribution& distribution,
+                                                 const NewDrawer& request) {
+    const VelDrawerID id = distribution.CreateDrawer(
+        request.serialization == VelStandardSerialization ? VelDistribution::e_StandardDrawer
+                                                          : VelDistribution::e_SparseDrawer);
+    const VelTypeKey key = distribution.RangeType().TypeKey();
+    VelAutoPtr<VelPersistentDrawer> made(new VelPersistentDrawer(
+        distribution.DrawerGroup(id),
+        VelPersistentDrawerDesc(id, request.serialization, request.compartment, request.sizes,
+                                request.numNonzeros, key)));
+    made->m_desc.FindMembers();
+    VelGuardDrawer("!\"Create drawer failed\"", [&] {
+        made->CreateDatasets(request, key);
+        const int64_t count = 3 * int64_t(request.sizes.Size()) + 2;
+        made->m_attributes = made->m_group.AttributeCreate(
+            VelPersistentDrawerDesc::e_Attributes, hdf_Datatype::NATIVE_INT(), LineOf(count));
+    });
+    VelPersistentDrawer& result = *made;
+    distribution.SetDrawerAttachment(id, VelAutoPtr<VelDrawerAttachment>(made.Release()));
+    return result;
+}
+
+void VelPersistentDrawer::CreateDatasets(const NewDrawer& request, VelTypeKey rangeKey) {
+    const hdf_Datatype type = VelStoredTypeOf(rangeKey);
+    const int number = m_desc.ID().Minor().Value();
+    const cow_String name = VelIdAsString(number);
+    const VelArray<int>& sizes = request.sizes;
+    const int n = sizes.Size();
+
+    if (request.serialization == VelStandardSerialization) {
+        int64_t extents[hdf_DimSpace::MaxRank];
+        bool empty = false;
+        for (int d = 0; d < n; ++d) {
+            extents[d] = sizes[d];
+            empty = empty || sizes[d] == 0;
+        }
+        VelArray<int> chunks;
+        // A dataset with an empty extent has nothing to chunk, and HDF5 would refuse any chunk.
+        if (!empty && request.chunkSizes.Size() > 0) {
+            chunks = request.chunkSizes;
+            for (int d = 0; d < n; ++d)
+                if (chunks[d] > sizes[d]) chunks[d] = sizes[d];
+        } else if (!empty && request.chunkByDefault) {
+            chunks = DefaultChunkSizes(sizes, VelElementSizeOf(rangeKey));
+        }
+        const hdf_Dataspace space = SpaceOf(n, extents);
+        if (chunks.Size() == 0 && !request.fill) {
+            m_values = m_group.DatasetCreate(name.c_str(), type, space);
+        } else {
+            hdf_PropListDatasetCreation creation;
+            if (chunks.Size() > 0) creation.SetChunk(hdf_DimArray(n, &chunks[0]));
+            if (request.fill) creation.SetFillValue(type, request.fill);
+            m_values = m_group.DatasetCreate(name.c_str(), type, space, creation);
+        }
+        m_desc.SetChunkSizes(chunks);
+        m_valuesSpace = m_values.GetSpace();
+        return;
+    }
+
+    const int64_t rows = sizes[0];
+    const int64_t nonzeros = request.numNonzeros;
+    const int64_t values = nonzeros + (m_desc.IsSymmetric() ? rows : 0);
+    m_values = m_group.DatasetCreate(name.c_str(), type, LineOf(values));
+    m_valuesSpace = m_values.GetSpace();
+    m_index = m_group.DatasetCreate(VelIdAsString(number + 1).c_str(), hdf_Datatype::NATIVE_INT(),
+                                    LineOf(rows + nonzeros + 1));
+    m_indexSpace = m_index.GetSpace();
+}
+
+void VelPersistentDrawer::Complete() {
+    VelGuardDrawer("!\"Create drawer failed\"", [&] {
+        m_group.Flush();
+        const std::vector<int> ints = m_desc.StoredAttributes();
+        m_attributes.Write(hdf_Datatype::NATIVE_INT(), ints.data());
+        m_attributes = hdf_Attribute();
+    });
+}
+
+VelArray<int> VelPersistentDrawer::DefaultChunkSizes(const VelArray<int>& sizes, int elementSize) {
+    const int64_t budget = kDefaultChunkBytes / elementSize;
+    VelArray<int> chunks(sizes.Size());
+    int64_t product = 1;
+    for (int d = sizes.Size() - 1; d >= 0; --d) {
+        const int64_t fit = std::max<int64_t>(1, budget / product);
+        chunks[d] = static_cast<int>(std::min<int64_t>(sizes[d], fit));
+        product *= std::max(chunks[d], 1);
+    }
+    return chunks;
+}

@@ -2,7 +2,7 @@
 // hold it.
 //
 // Which drawers a transfer uses.  With lookInOnlyOneDrawer (SetDrawer) only the indicated
-// drawer is used, and every value of the view must lie in it.  Otherwise every standard drawer
+// drawer is used, and every value of the view must lie in it.  Otherwise every drawer
 // of the distribution is searched, in number order, and the rules are:
 //
 //   reading   a value held by several drawers comes from the newest (highest number): a drawer
@@ -18,8 +18,8 @@
 //             them, so that no old value is shadowed; ignore drops them; error fails the write
 //             before anything is written.
 //
-// Every drawer searched must keep the view's dimension order, and the search needs at least one
-// drawer: the first drawer of a distribution is made with SetMakeNewDrawer.
+// Every drawer searched must be a standard one in the view's dimension order, and the search
+// needs at least one drawer: the first drawer of a distribution is made with SetMakeNewDrawer.
 #include <cstring>
 #include <string>
 
@@ -74,7 +74,7 @@ Holder OnlyDrawer(VelDistribution& distribution, const VelDrawerRequest& request
     return only;
 }
 
-// Every standard drawer that holds part of the view, in number order.
+// Every drawer that holds part of the view, in number order.
 std::vector<Holder> SearchDrawers(VelDistribution& distribution, const VelDrawerView& view,
                                   bool write) {
     const int numDrw = distribution.NumDrawers();
@@ -83,7 +83,7 @@ std::vector<Holder> SearchDrawers(VelDistribution& distribution, const VelDrawer
     const VelArray<VelDrawerID> drawers = distribution.Drawers();
     for (int i = 0; i < drawers.Size(); ++i) {
         VelPersistentDrawer& drawer = VelPersistentDrawer::Get(distribution, drawers[i]);
-        if (drawer.Desc().Serialization() != VelStandardSerialization) continue;
+        RequireStandard(drawer);
         RequireOrder(view, drawer, write);
         Holder holder{&drawer, VelMapView(view, drawer.Desc().Members())};
         if (VelMeetsView(holder.mapping)) holders.push_back(std::move(holder));

@@ -28,7 +28,7 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
     const unsigned context = m_Context;
     m_Entries.reserve(m_Entries.size() + static_cast<size_t>(count));
     for (int k = 0; k < 2; ++k) {
-        m_Groups[k].reserve(m_Groups[k].size() + static_cast<size_t>(count));
+        if (m_Indexed[k]) m_Groups[k].reserve(m_Groups[k].size() + static_cast<size_t>(count));
     }
     for (int64_t r = 0; r < count; ++r) {
         const unsigned char* row = rows + r * layout.Width();
@@ -119,12 +119,14 @@ std::vector<int> VelAssociationRepr::EntriesOf(int whichMember, const VelDynamic
 }
 
 VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k, const VelDynamicID& id) {
+    EnsureIndex(k);
     const auto found = m_Groups[k].find(IDKey{id});
     return found == m_Groups[k].end() ? nullptr : &found->second;
 }
 
 const VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k,
                                                                const VelDynamicID& id) const {
+    EnsureIndex(k);
     const auto found = m_Groups[k].find(IDKey{id});
     return found == m_Groups[k].end() ? nullptr : &found->second;
 }
@@ -152,21 +154,42 @@ void VelAssociationRepr::Add(const VelAssociationEntry& entry) {
     const int index = static_cast<int>(m_Entries.size());
     m_Entries.push_back(entry);
     for (int k = 0; k < 2; ++k) {
-        const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
-        Group& group = m_Groups[k][IDKey{entry.m_Members[k].m_ID}];
-        if (group.tail >= 0) {
-            m_Entries[static_cast<size_t>(group.tail)].m_Next[k] = index;
-        } else {
-            group.head = index;
-        }
-        group.tail = index;
-        ++group.length;
-        ++group.live;
-        if (m_Token && m_Type.Member(1 - k).Option() == VelRecTypeStringKey)
-            m_OtherKeys[k].emplace(KeyKey{entry.m_Members[k].m_ID, other.m_Key.String().str()},
-                                   index);
+        if (m_Indexed[k]) Link(k, index);
     }
     ++m_LiveCount;
+}
+
+// Appends entry `index` to the chain of its participant of member k.
+void VelAssociationRepr::Link(int k, int index) const {
+    VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
+    Group& group = m_Groups[k][IDKey{entry.m_Members[k].m_ID}];
+    if (group.tail >= 0) {
+        m_Entries[static_cast<size_t>(group.tail)].m_Next[k] = index;
+    } else {
+        group.head = index;
+    }
+    group.tail = index;
+    ++group.length;
+    if (entry.m_Live) ++group.live;
+    const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
+    if (m_Token && entry.m_Live && m_Type.Member(1 - k).Option() == VelRecTypeStringKey)
+        m_OtherKeys[k].emplace(KeyKey{entry.m_Members[k].m_ID, other.m_Key.String().str()}, index);
+}
+
+// Pairs read for reading are indexed by a member only when they are first looked up by it: a
+// selection from one participant needs the chains of one member only.
+void VelAssociationRepr::EnsureIndex(int k) const {
+    if (m_Indexed[k]) return;
+    for (size_t i = 0; i < m_Entries.size(); ++i) Link(k, static_cast<int>(i));
+    m_Indexed[k] = true;
+}
+
+void VelAssociationRepr::MakeWritable(const VelRecHandle<VelTransactionToken>& token,
+                                      VelTransactionRepr* transaction) {
+    m_Token = token;
+    m_Transaction = transaction;
+    EnsureIndex(0);
+    EnsureIndex(1);
 }
 
 void VelAssociationRepr::Kill(int index) {
@@ -369,6 +392,8 @@ void VelAssociationRepr::RemoveEntry(int index) {
 // of the groupings the bounds apply to.  Only participants that take part in a live pair are
 // counted, and an unbounded maximum (all bits set) is not checked at all.
 void VelAssociationRepr::CheckOccurrences() const {
+    EnsureIndex(0);
+    EnsureIndex(1);
     const int minOccursFirst = m_Type.Member(1).MinOccurs();
     const int maxOccursFirst = m_Type.Member(1).MaxOccurs();
     const int minOccursSecond = m_Type.Member(0).MinOccurs();

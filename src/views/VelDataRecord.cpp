@@ -11,16 +11,23 @@
 
 namespace {
 
-const VelRecTypeDataRecordMember& MemberAt(VelDataRecordRepr& record, int i) {
-    return record.Record().Member(i);
+using MemberSlot = VelRowLayout::MemberSlot;
+
+// The member's category and offset; the position is validated.
+const MemberSlot& MemberAt(VelDataRecordRepr& record, int i) {
+    return record.m_Layout->Members()[i];
 }
 
-uint32_t Load32(VelDataRecordRepr& record, int i) {
-    return VelRecordBytes::Get32(record.Slot(i));
+uint32_t Load32(const VelDataRecordRepr& record, const MemberSlot& member) {
+    return VelRecordBytes::Get32(record.m_Bytes.data() + member.offset);
 }
 
-uint64_t Load64(VelDataRecordRepr& record, int i) {
-    return VelRecordBytes::Get64(record.Slot(i));
+uint64_t Load64(const VelDataRecordRepr& record, const MemberSlot& member) {
+    return VelRecordBytes::Get64(record.m_Bytes.data() + member.offset);
+}
+
+unsigned char* At(VelDataRecordRepr& record, const MemberSlot& member) {
+    return record.m_Bytes.data() + member.offset;
 }
 
 }  // namespace
@@ -62,67 +69,67 @@ VelRecTypeDataCategory VelDataRecord::MemberCategory(int i) const {
 
 void VelDataRecord::GetBool(int i, bool& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryBoolean);
-    value = Load32(record, i) != 0;
+    value = Load32(record, memberType) != 0;
 }
 
 void VelDataRecord::GetOctet(int i, unsigned char& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryChar);
-    value = static_cast<unsigned char>(Load32(record, i));
+    value = static_cast<unsigned char>(Load32(record, memberType));
 }
 
 void VelDataRecord::GetShort(int i, short& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryShort);
-    value = static_cast<short>(static_cast<int32_t>(Load32(record, i)));
+    value = static_cast<short>(static_cast<int32_t>(Load32(record, memberType)));
 }
 
 void VelDataRecord::GetInt(int i, int& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryInteger);
-    value = static_cast<int32_t>(Load32(record, i));
+    value = static_cast<int32_t>(Load32(record, memberType));
 }
 
 void VelDataRecord::GetInt64(int i, int64_t& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryInt64);
-    value = static_cast<int64_t>(Load64(record, i));
+    value = static_cast<int64_t>(Load64(record, memberType));
 }
 
 void VelDataRecord::GetFloat(int i, float& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryFloat);
-    const uint32_t bits = Load32(record, i);
+    const uint32_t bits = Load32(record, memberType);
     std::memcpy(&value, &bits, sizeof value);
 }
 
 void VelDataRecord::GetDouble(int i, double& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryDouble);
-    const uint64_t bits = Load64(record, i);
+    const uint64_t bits = Load64(record, memberType);
     std::memcpy(&value, &bits, sizeof value);
 }
 
 void VelDataRecord::GetString(int i, cow_String& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryString);
-    value = record.Strings().Lookup(Load32(record, i));
+    value = record.Strings().Lookup(Load32(record, memberType));
 }
 
 void VelDataRecord::GetSymb(int i, int& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategorySymConst);
-    value = static_cast<int32_t>(Load32(record, i));
+    value = static_cast<int32_t>(Load32(record, memberType));
 }
 
 cow_String VelDataRecord::ReturnString(int i) const {
@@ -135,79 +142,80 @@ cow_String VelDataRecord::ReturnString(int i) const {
 
 void VelDataRecordUpdate::SetBool(int i, bool value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryBoolean);
     record.CheckWritable();
-    VelRecordBytes::Put32(record.Slot(i), value ? 1 : 0);
+    VelRecordBytes::Put32(At(record, memberType), value ? 1 : 0);
 }
 
 void VelDataRecordUpdate::SetOctet(int i, unsigned char value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryChar);
     record.CheckWritable();
-    VelRecordBytes::Put32(record.Slot(i), value);
+    VelRecordBytes::Put32(At(record, memberType), value);
 }
 
 void VelDataRecordUpdate::SetShort(int i, short value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryShort);
     record.CheckWritable();
-    VelRecordBytes::Put32(record.Slot(i), static_cast<uint32_t>(static_cast<int32_t>(value)));
+    VelRecordBytes::Put32(At(record, memberType),
+                          static_cast<uint32_t>(static_cast<int32_t>(value)));
 }
 
 void VelDataRecordUpdate::SetInt(int i, int value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryInteger);
     record.CheckWritable();
-    VelRecordBytes::Put32(record.Slot(i), static_cast<uint32_t>(value));
+    VelRecordBytes::Put32(At(record, memberType), static_cast<uint32_t>(value));
 }
 
 void VelDataRecordUpdate::SetInt64(int i, int64_t value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryInt64);
     record.CheckWritable();
-    VelRecordBytes::Put64(record.Slot(i), static_cast<uint64_t>(value));
+    VelRecordBytes::Put64(At(record, memberType), static_cast<uint64_t>(value));
 }
 
 void VelDataRecordUpdate::SetFloat(int i, float value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryFloat);
     record.CheckWritable();
     uint32_t bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
-    VelRecordBytes::Put32(record.Slot(i), bits);
+    VelRecordBytes::Put32(At(record, memberType), bits);
 }
 
 void VelDataRecordUpdate::SetDouble(int i, double value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryDouble);
     record.CheckWritable();
     uint64_t bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
-    VelRecordBytes::Put64(record.Slot(i), bits);
+    VelRecordBytes::Put64(At(record, memberType), bits);
 }
 
 void VelDataRecordUpdate::SetString(int i, const cow_String& value) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryString);
     record.CheckWritable();
-    VelRecordBytes::Put32(record.Slot(i), record.Strings().Intern(value));
+    VelRecordBytes::Put32(At(record, memberType), record.Strings().Intern(value));
 }
 
 // Only the upper bound is checked: a negative number is stored as it is given.
 void VelDataRecordUpdate::SetSymb(int i, int data) const {
     VelDataRecordRepr& record = Target();
-    const VelRecTypeDataRecordMember& memberType = MemberAt(record, i);
+    const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategorySymConst);
-    const VelRecTypeSymConst symMemberType(memberType);
+    const VelRecTypeSymConst symMemberType(record.Record().Member(i));
     VelVALIDATE(data < symMemberType.LimitValue());
     record.CheckWritable();
-    VelRecordBytes::Put32(record.Slot(i), static_cast<uint32_t>(data));
+    VelRecordBytes::Put32(At(record, memberType), static_cast<uint32_t>(data));
 }

@@ -6,11 +6,16 @@
 
 VelDataRecordRepr::VelDataRecordRepr(const VelDynamicID& id,
                                      const VelRecHandle<VelRowLayout>& layout,
-                                     const VelRecHandle<VelViewRepr>& view)
-    : m_ID(id),
-      m_Layout(layout),
-      m_Bytes(static_cast<size_t>(layout->RecordSize())),
-      m_View(view) {}
+                                     const VelRecHandle<VelViewRepr>& view,
+                                     const unsigned char* bytes)
+    : m_ID(id), m_Layout(layout), m_View(view) {
+    const size_t size = static_cast<size_t>(layout->RecordSize());
+    if (bytes) {
+        m_Bytes.assign(bytes, bytes + size);
+    } else {
+        m_Bytes.resize(size);
+    }
+}
 
 // The defaults of a type are worked out once, with its first record: a string default is
 // interned once and every record shares its reference.

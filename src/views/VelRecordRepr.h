@@ -30,8 +30,9 @@ public:
 // carries the transaction's token and may be written while the token is active.
 class VelDataRecordRepr : public VelRecShared {
 public:
+    // The record's bytes are copied from `bytes` when given, zero otherwise.
     VelDataRecordRepr(const VelDynamicID& id, const VelRecHandle<VelRowLayout>& layout,
-                      const VelRecHandle<VelViewRepr>& view);
+                      const VelRecHandle<VelViewRepr>& view, const unsigned char* bytes = nullptr);
 
     const VelRecTypeExpandedDataRecord& Record() const { return m_Layout->Record(); }
     unsigned char* Slot(int member) { return m_Bytes.data() + Record().MemberOffset(member); }
@@ -102,6 +103,10 @@ public:
     // Drops every stored entry: the table is rewritten from the entries inserted from now on.
     void DropStored();
 
+    // Hands the association to a transaction: it indexes both members, as the insertion rules
+    // need them.
+    void MakeWritable(const VelRecHandle<VelTransactionToken>& token,
+                      VelTransactionRepr* transaction);
     void CheckWritable() const;
     void Insert(const VelParticipant& first, const VelParticipant& second);
     // The forms of Remove; `form` is the option the other member must have.
@@ -163,6 +168,8 @@ private:
     int Partner(int k, const VelDynamicID& id, const VelDynamicID& other) const;
     int KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const;
     void Add(const VelAssociationEntry& entry);
+    void Link(int k, int index) const;
+    void EnsureIndex(int k) const;
     void Kill(int index);
     void RemoveEntry(int index);
     // Moves by `delta` the positions of member k at or after `from` among the live entries of
@@ -175,14 +182,17 @@ private:
     VelRecTypeAssociation m_Type;
     unsigned m_Context;
     VelDynamicID m_Focus;
-    std::vector<VelAssociationEntry> m_Entries;
+    // The chains and indexes are built when first needed, so they may change in a const
+    // operation.
+    mutable std::vector<VelAssociationEntry> m_Entries;
     size_t m_Stored = 0;
     int m_LiveCount = 0;
     bool m_Rewrite = false;
-    std::unordered_map<IDKey, Group, IDHash> m_Groups[2];
+    mutable bool m_Indexed[2] = {false, false};
+    mutable std::unordered_map<IDKey, Group, IDHash> m_Groups[2];
     // For an association being changed whose other member is keyed by string: per member k, the
     // live entry pairing a participant of k with a key of the other member.
-    std::unordered_map<KeyKey, int, KeyHash> m_OtherKeys[2];
+    mutable std::unordered_map<KeyKey, int, KeyHash> m_OtherKeys[2];
 };
 
 #endif

@@ -64,8 +64,11 @@ VelRowLayout::VelRowLayout(const VelRecTypeDataRecord& type, const VelTypeRegist
     hdf_CompoundBuilder builder(m_width);
     std::set<std::string> used{"serial"};
     builder.Insert("serial", hdf_Datatype::STD_I64BE());
+    m_members.SetSize(m_record->MemberCount());
     for (int i = 0; i < m_record->MemberCount(); ++i) {
         const VelRecTypeDataRecordMember& member = m_record->Member(i);
+        m_members[i].category = member.Category();
+        m_members[i].offset = m_record->MemberOffset(i);
         builder.Insert(UniqueName(used, member.Name().str(), i).c_str(),
                        MemberType(member.Category()));
     }

@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "vel/core/VelArray.h"
 #include "vel/hdf/hdf_Dataset.h"
 #include "vel/hdf/hdf_Datatype.h"
 #include "vel/platform/omi_Swapper.h"
@@ -57,6 +58,15 @@ public:
     int Width() const { return m_width; }
     const hdf_Datatype& Type() const { return m_type; }
 
+    // Where each member of a data record row sits, and its category, by member position (the
+    // accessors' lookup, kept apart from the member descriptions).
+    struct MemberSlot {
+        VelRecTypeDataCategory category = VelRecTypeCategoryBoolean;
+        int offset = 0;
+        VelRecTypeDataCategory Category() const { return category; }
+    };
+    const VelArray<MemberSlot>& Members() const { return m_members; }
+
     const VelRecTypeExpandedDataRecord& Record() const { return *m_record; }
     int RecordSize() const { return m_width - e_SerialSize; }
     // The bytes of a new record, every member at its default; made by the first record.
@@ -73,6 +83,7 @@ private:
     int m_width = 0;
     hdf_Datatype m_type;
     std::optional<VelRecTypeExpandedDataRecord> m_record;
+    VelArray<MemberSlot> m_members;
     mutable std::vector<unsigned char> m_defaults;
     std::optional<VelRecTypeAssociation> m_association;
     int m_idOffset[2] = {0, 0};

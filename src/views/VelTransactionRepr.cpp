@@ -265,9 +265,8 @@ VelRecHandle<VelDataRecordRepr> VelTransactionRepr::ModifyDataRecord(const VelDy
         return found->second;
     }
     const unsigned char* bytes = view.CommittedRecord(id, slot, row);
-    VelRecHandle<VelDataRecordRepr> record(
-        new VelDataRecordRepr(id, view.Slot(slot).m_Layout, m_View));
-    std::memcpy(record->m_Bytes.data(), bytes + VelRowLayout::e_SerialSize, record->m_Bytes.size());
+    VelRecHandle<VelDataRecordRepr> record(new VelDataRecordRepr(
+        id, view.Slot(slot).m_Layout, m_View, bytes + VelRowLayout::e_SerialSize));
     record->m_Token = m_Token;
     changes.modified.emplace(row, record);
     view.LockSlot(slot);
@@ -301,8 +300,7 @@ VelRecHandle<VelAssociationRepr> VelTransactionRepr::PairsOf(int slot, bool repl
         const VelAssociationID id(
             VelDynamicID(VelCategoryAssociation, view.Context(), s.m_Serial, slot), s.m_Type);
         VelRecHandle<VelAssociationRepr> pairs(new VelAssociationRepr(id, s.m_Layout, view));
-        pairs->m_Token = m_Token;
-        pairs->m_Transaction = this;
+        pairs->MakeWritable(m_Token, this);
         if (!replace) view.LoadPairs(slot, *pairs.Get());
         changes.pairs = pairs;
     }

@@ -517,8 +517,8 @@ VelRecHandle<VelDataRecordRepr> VelViewRepr::ReadDataRecord(const VelDynamicID& 
     Locate(id, slot, row);
     const unsigned char* bytes = CommittedRecord(id, slot, row);
     VelRecHandle<VelDataRecordRepr> record(
-        new VelDataRecordRepr(id, Slot(slot).m_Layout, VelRecHandle<VelViewRepr>(this)));
-    std::memcpy(record->m_Bytes.data(), bytes + VelRowLayout::e_SerialSize, record->m_Bytes.size());
+        new VelDataRecordRepr(id, Slot(slot).m_Layout, VelRecHandle<VelViewRepr>(this),
+                              bytes + VelRowLayout::e_SerialSize));
     LockSlot(slot);
     return record;
 }

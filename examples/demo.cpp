@@ -1,9 +1,12 @@
 // Starts the library, creates a database file, closes it, reads its version record, reopens it
-// as a database and stops the library again.
+// as a database; then writes the results of a small finite-element model and reads them back
+// (fem_writer.cpp, fem_reader.cpp), and stops the library again.
 #include <vel/vel.h>
 
 #include <cstdio>
 #include <iostream>
+
+#include "fem_model.h"
 
 int main() {
     int modules = 0;
@@ -39,6 +42,12 @@ int main() {
               << " collections, " << context.Distributions().Size() << " distributions, "
               << context.DSets().Size() << " DSets\n";
     VelManager::CloseContext(reopened);
+
+    const char* const results = "fem.vel";
+    std::printf("writing finite-element results to %s\n", results);
+    if (fem::WriteResults(results) != 0) return 1;
+    std::printf("reading %s back\n", results);
+    if (fem::ReadResults(results) != 0) return 1;
 
     UTI_VelDynamicAPI_finalize(modules);
     std::printf("vel stopped: %d modules running\n", modules);

@@ -7,7 +7,6 @@
 #include "context/VelContextLayout.h"
 #include "context/VelManagerAccess.h"
 #include "vel/core/VelAssert.h"
-#include "vel/platform/aio_Stream.h"
 #include "views/VelStoreIO.h"
 #include "views/VelViewRepr.h"
 
@@ -29,13 +28,6 @@ bool SplitViewName(const std::string& name, std::string& form, int& level, int& 
 
 }  // namespace
 
-void VelReportStoreFailure(const hdf_Exception& e) {
-    aio_cout << e.AsString() << '\n';
-    aio_cout.flush();
-    VelAssert::ReportAssertionFailure("!\"The record store could not be read or written\"");
-    VelAssert::Stop();
-}
-
 VelRecordStore& VelRecordStore::Of(const VelContextID& context) {
     VelContext& owner = VelManagerAccess::Get(context.Value());
     if (!owner.RecordStore())
@@ -48,9 +40,10 @@ VelRecordStore::VelRecordStore(VelContext& context)
       m_file(context.File()),
       m_root(context.RecordGroup()),
       m_writable(!context.IsReadOnly()),
-      m_strings(VelStoreCall(
+      m_strings(VelGuardStorage(
           [&] { return VelStringTable(context.StringTableGroup(), !context.IsReadOnly()); })) {
-    VelStoreCall([&] { return VelStoreIO::ReadInt64Dataset(m_root, e_Serials, &m_nextSerial, 1); });
+    VelGuardStorage(
+        [&] { return VelStoreIO::ReadInt64Dataset(m_root, e_Serials, &m_nextSerial, 1); });
     VelVALIDATE(m_nextSerial >= 0 && "Damaged record store: the serial counter is negative");
 }
 
@@ -90,7 +83,7 @@ void VelRecordStore::ForEachView(const cow_String& formName, int level, Act act)
 // written, or was abandoned, and is not seen by readers.
 int VelRecordStore::LatestPublishedEdition(const cow_String& formName, int level) const {
     int edition = -1;
-    VelStoreCall([&] {
+    VelGuardStorage([&] {
         ForEachView(formName, level, [&](int candidate) {
             if (candidate <= edition) return;
             const hdf_Group group = m_root.GroupOpen(ViewName(formName, level, candidate).c_str());
@@ -103,7 +96,7 @@ int VelRecordStore::LatestPublishedEdition(const cow_String& formName, int level
 
 int VelRecordStore::NextEdition(const cow_String& formName, int level) const {
     int next = 0;
-    VelStoreCall([&] {
+    VelGuardStorage([&] {
         ForEachView(formName, level, [&](int edition) {
             if (edition >= next && edition < INT32_MAX) next = edition + 1;
         });
@@ -117,7 +110,7 @@ void VelRecordStore::Close() {
     try {
         if (m_writable) CommitSerials();
     } catch (const hdf_Exception& e) {
-        VelReportStoreFailure(e);
+        VelStorageFailure(e);
     }
     m_strings.Release();
     m_root.Nullify();

@@ -56,11 +56,15 @@
 // counter, then HDF5's buffers are flushed.  Rows appended by a commit that did not finish lie
 // beyond the committed counts and are never read; rows changed in place are not protected, as
 // HDF5 offers no atomic update across objects.
+//
+// A storage failure has no error return, here as in the bulk-data layers: every operation that
+// touches the file runs under VelGuardStorage.
 
 #include <cstdint>
 #include <set>
 
 #include "context/VelContext.h"
+#include "context/VelStorageGuard.h"
 #include "vel/context/VelContextID.h"
 #include "vel/hdf/hdf_File.h"
 #include "vel/hdf/hdf_Group.h"
@@ -116,19 +120,5 @@ private:
     int64_t m_nextSerial = 0;
     std::set<VelViewRepr*> m_views;
 };
-
-// Runs a storage operation of the record store.  A storage failure has no error return: its
-// message goes to standard output and the process stops with the assertion below, as for the
-// context's own storage.
-[[noreturn]] void VelReportStoreFailure(const hdf_Exception& e);
-
-template <class Operation>
-auto VelStoreCall(Operation operation) -> decltype(operation()) {
-    try {
-        return operation();
-    } catch (const hdf_Exception& e) {
-        VelReportStoreFailure(e);
-    }
-}
 
 #endif

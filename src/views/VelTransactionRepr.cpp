@@ -335,7 +335,7 @@ void VelTransactionRepr::Commit() {
         if (changed.second.pairs) changed.second.pairs->CheckOccurrences();
     }
     VelVALIDATE(store.IsWritable() && "The database is open read-only");
-    VelStoreCall([&] {
+    VelGuardStorage([&] {
         std::map<int, std::vector<unsigned char>> pairRows;
         for (auto& changed : m_Changes) {
             const VelRecHandle<VelAssociationRepr>& pairs = changed.second.pairs;

@@ -61,7 +61,7 @@ VelRecHandle<VelViewRepr> VelViewRepr::Create(VelRecordStore& store, int kind,
     VelViewRepr& repr = *view.Get();
     repr.m_mutable = true;
     if (ancestorSnapshot) repr.SetAncestorSchema(ancestorSnapshot);
-    VelStoreCall([&] {
+    VelGuardStorage([&] {
         repr.CreateGroup(snapshot);
         if (ancestor) {
             repr.InheritFrom(*ancestor);
@@ -130,7 +130,7 @@ VelRecHandle<VelViewRepr> VelViewRepr::Open(VelRecordStore& store, const cow_Str
     repr.m_edition = edition;
     repr.m_name = VelRecordStore::ViewName(formName, level, edition);
     store.Attach(&repr);
-    VelStoreCall([&] {
+    VelGuardStorage([&] {
         repr.Load(store.Root().GroupOpen(repr.m_name.c_str()));
         return 0;
     });
@@ -340,7 +340,7 @@ void VelViewRepr::Publish() {
     VelRecordStore& store = Store();
     m_published = true;
     m_mutable = false;
-    VelStoreCall([&] {
+    VelGuardStorage([&] {
         WriteViewAttribute(false);
         store.Flush();
         return 0;
@@ -458,7 +458,7 @@ const VelRowLayout* VelViewRepr::Layout(int slot) {
         s.m_LayoutChecked = false;
     }
     if (!s.m_LayoutChecked && !s.m_Table.IsEmpty()) {
-        VelStoreCall([&] {
+        VelGuardStorage([&] {
             VelVALIDATE(s.m_Table.GetType().Equal(s.m_Layout->Type()) &&
                         "Damaged record store: a table does not match its record type");
             return 0;
@@ -504,7 +504,7 @@ const unsigned char* VelViewRepr::CommittedRecord(const VelDynamicID& id, int sl
     const VelRowLayout* layout = Layout(slot);
     VelVALIDATE(layout && "The record's type is not part of this view");
     const unsigned char* bytes =
-        VelStoreCall([&] { return s.m_Cache.Row(s.m_Table, *layout, s.m_Rows, row); });
+        VelGuardStorage([&] { return s.m_Cache.Row(s.m_Table, *layout, s.m_Rows, row); });
     VelVALIDATE(static_cast<int64_t>(VelRecordBytes::Get64(bytes)) == id.First() &&
                 "Record not found");
     return bytes;
@@ -534,7 +534,7 @@ VelArray<VelDynamicID> VelViewRepr::DataRecordIDs(const VelTypeID& typeID) {
     VelArray<VelDynamicID> ids(static_cast<int>(s.m_Rows));
     for (int64_t row = 0; row < s.m_Rows; ++row) {
         const unsigned char* bytes =
-            VelStoreCall([&] { return s.m_Cache.Row(s.m_Table, *layout, s.m_Rows, row); });
+            VelGuardStorage([&] { return s.m_Cache.Row(s.m_Table, *layout, s.m_Rows, row); });
         const int64_t serial = static_cast<int64_t>(VelRecordBytes::Get64(bytes));
         VelVALIDATE(serial >= 0 && serial < m_store->SerialLimit() &&
                     "Damaged record store: a record's serial is out of range");
@@ -590,7 +590,7 @@ void VelViewRepr::LoadPairs(int slot, VelAssociationRepr& pairs) {
     for (int64_t first = 0; first < s.m_Rows; first += e_LoadRows) {
         const int64_t count = s.m_Rows - first < e_LoadRows ? s.m_Rows - first : e_LoadRows;
         rows.resize(static_cast<size_t>(count * layout->Width()));
-        VelStoreCall([&] {
+        VelGuardStorage([&] {
             VelStoreIO::ReadRows(s.m_Table, layout->Type(), first, count, rows.data());
             return 0;
         });

@@ -54,8 +54,12 @@ VelRecHandle<VelViewRepr> VelViewRepr::Create(VelRecordStore& store, int kind,
     const VelTypeSchemaSnapshot ancestorSnapshot =
         ancestor ? ancestor->Schema() : VelTypeSchemaSnapshot();
     CheckCreation(kind, snapshot, ancestorSnapshot);
-    if (ancestor)
+    if (ancestor) {
         VelVALIDATE(&ancestor->Store() == &store && "The ancestor view is of another context");
+        // Its catalogue and registry would carry the changes of a transaction still under way.
+        VelVALIDATE(!ancestor->m_activeTransaction &&
+                    "A view with an active transaction cannot be an ancestor");
+    }
 
     VelRecHandle<VelViewRepr> view(new VelViewRepr(store, kind));
     VelViewRepr& repr = *view.Get();

@@ -77,6 +77,9 @@ TEST_F(VelViewDeathTest, OneTransactionAtATimeAndOnlyOnAMutableView) {
                               "m_Token->m_Active && \"The transaction has ended\"");
     }
     VelTransactionExtend third(view);
+    ExpectValidateFailure(Context().NewEdition(Snapshot(1), view),
+                          "!ancestor->m_activeTransaction && \"A view with an active transaction "
+                          "cannot be an ancestor\"");
     ExpectValidateFailure(view.Publish(),
                           "!m_activeTransaction && \"A view cannot be published while a "
                           "transaction is active\"");

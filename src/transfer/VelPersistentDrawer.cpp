@@ -352,6 +352,10 @@ void VelPersistentDrawer::Complete() {
     });
 }
 
+void VelPersistentDrawer::Refuse(const std::string& reason) const {
+    VelRefuseStored(kKind, m_group, reason);
+}
+
 VelArray<int> VelPersistentDrawer::DefaultChunkSizes(const VelArray<int>& sizes, int elementSize) {
     const int64_t budget = kDefaultChunkBytes / elementSize;
     VelArray<int> chunks(sizes.Size());

@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELPERSISTENTDRAWER_H
 #define VEL_TRANSFER_VELPERSISTENTDRAWER_H
 
+#include <string>
 #include <vector>
 
 #include "context/VelDistribution.h"
@@ -106,6 +107,9 @@ public:
     // The datasets' file spaces, whose selections each transfer sets anew.
     hdf_Dataspace& ValuesSpace() { return m_valuesSpace; }
     hdf_Dataspace& IndexSpace() { return m_indexSpace; }
+
+    // Stops the process: the drawer's stored content cannot be what the drawer claims.
+    [[noreturn]] void Refuse(const std::string& reason) const;
 
     // The chunk shape of a drawer made from one value when the caller gave none: whole rows of
     // the last dimensions, as many as fit in 256 KiB.

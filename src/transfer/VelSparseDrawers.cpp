@@ -50,14 +50,28 @@ void RequireWholeDrawer(const VelDrawerRequest& request, const VelPersistentDraw
     if (!same) VelVALIDATE(!"A sparse drawer is moved whole: the view must select its CSets");
 }
 
-// The row starts the caller gives must describe `nonzeros` nonzeros in `rows` rows, or the
-// drawer would hold a matrix no reader can walk.
-void RequireRowStarts(const VelTransientDrawer& data, int rows, int nonzeros) {
+// Whether `rows` + 1 row starts rise from 0 to `nonzeros`.
+bool RowStartsRise(const VelTransientDrawer& data, int rows, int nonzeros) {
     const int* starts = static_cast<const int*>(data.InnerBuffers()[VelbufSparseMap]);
     bool sound = starts[0] == 0 && starts[rows] == nonzeros;
     for (int i = 0; sound && i < rows; ++i) sound = starts[i] <= starts[i + 1];
-    if (!sound)
+    return sound;
+}
+
+// The row starts the caller gives must describe `nonzeros` nonzeros in `rows` rows, or the
+// drawer would hold a matrix no reader can walk.
+void RequireRowStarts(const VelTransientDrawer& data, int rows, int nonzeros) {
+    if (!RowStartsRise(data, rows, nonzeros))
         VelVALIDATE(!"bufSparseMap must rise from 0 to the number of nonzeros");
+}
+
+// Row starts read from the file: a caller walks its matrix by them, so a damaged index is
+// refused here rather than handed over.  The column indices and values are the caller's to
+// interpret and are not scanned (that would cost a pass over every nonzero).
+void RequireStoredRowStarts(const VelPersistentDrawer& drawer, const VelTransientDrawer& data) {
+    const int nonzeros = drawer.Desc().NumNonzeros();
+    if (!RowStartsRise(data, drawer.Desc().Sizes()[0], nonzeros))
+        drawer.Refuse("the stored row starts do not rise from 0 to " + std::to_string(nonzeros));
 }
 
 // Positions start .. start + count - 1 of a one-dimensional dataset, to or from `buffer`.
@@ -115,6 +129,7 @@ void VelReadSparse(const VelDrawerRequest& request) {
     VelGuardDrawer(kReadFailed, [&] {
         MoveArrays(drawer, request.drawer, distribution.RangeType().TypeKey(), false);
     });
+    RequireStoredRowStarts(drawer, request.drawer);
 }
 
 void VelWriteSparse(const VelDrawerRequest& request) {

@@ -1,6 +1,7 @@
 // Starts the library, creates a database file, closes it, reads its version record, reopens it
-// as a database; then writes the results of a small finite-element model and reads them back
-// (fem_writer.cpp, fem_reader.cpp), and stops the library again.
+// as a database; then writes the results of a small finite-element model, with typed records of
+// its load cases and material, and reads them back (fem_writer.cpp, fem_reader.cpp), and stops
+// the library again.
 #include <vel/vel.h>
 
 #include <cstdio>

@@ -11,8 +11,13 @@
 //                   elements: the column at the clamped edge; of the steps: one per step
 //   distributions   coordinates (Double, nodes x components), one drawer
 //                   displacement (Double, steps x nodes x components), one drawer per step
-//                   stress (Double, elements x stress components), one drawer
+//                   stress (Double, steps x elements x stress components), one drawer per step
 //                   stiffness (Double, rows x columns), one sparse-symmetric drawer
+//   records         the published view of form "Analysis" at level 1 (records_schema.h): one
+//                   LoadCase per load step, numbered 1 .. kSteps (number - 1 is the step's
+//                   ordinal in the steps collection), in step order under the view's focus;
+//                   one Material under the key "plate"; and each load case associated with
+//                   the distributions holding its results, displacement and stress
 #ifndef VEL_EXAMPLES_FEM_MODEL_H
 #define VEL_EXAMPLES_FEM_MODEL_H
 
@@ -28,6 +33,16 @@ constexpr int kComponents = 3;
 constexpr int kSteps = 4;
 constexpr int kStressComponents = 3;
 constexpr int kDofs = kComponents * kNodes;
+
+// The plate's steel, in N/mm^2 and kg/m^3.
+constexpr double kYoungsModulus = 210000.0;
+constexpr double kPoisson = 0.3;
+constexpr float kDensity = 7850.0f;
+
+// The fraction of the full tip load applied in step s (from 0).
+inline double LoadFactor(int s) {
+    return (s + 1.0) / kSteps;
+}
 
 enum Collection { Nodes, Elements, Components, Steps, StressComponents, DofRows, DofColumns };
 enum Distribution { Coordinates, Displacement, Stress, Stiffness };

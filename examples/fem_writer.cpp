@@ -1,6 +1,7 @@
 // Stores the results of the plate model (fem_model.h): the mesh as collections, node and element
-// sets as CSets, the coordinates, a displacement field per load step, the element stresses and
-// the assembled stiffness matrix.
+// sets as CSets, the coordinates, a displacement field and the element stresses per load step,
+// and the assembled stiffness matrix; then, as typed records in the same file, a load case per
+// step, the plate's material, and which distributions hold each load case's results.
 //
 // Values go from the program's own arrays straight to the file: with buffer padding off, the
 // array itself is the transfer's buffer and nothing is copied on the way.
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "fem_model.h"
+#include "records_schema.h"
 
 namespace {
 
@@ -90,6 +92,70 @@ UpperCsr AssembleStiffness() {
     return csr;
 }
 
+// The bending stress of a step: largest at the clamped edge, zero at the tip, in proportion to
+// the load.
+std::vector<double> StepStress(double load) {
+    std::vector<double> sigma;
+    for (int e = 0; e < fem::kElements; ++e) {
+        const double xc = e % fem::kElementsX + 0.5;
+        const double yc = (e / fem::kElementsX + 0.5) * 0.5 - 0.75;
+        const double arm = (fem::kElementsX - xc) / fem::kElementsX;
+        sigma.push_back(load * fem::kYoungsModulus * (0.001 - 0.0025 * yc * arm));
+        sigma.push_back(0.0);
+        sigma.push_back(load * fem::kYoungsModulus * 0.0001 * (fem::kElementsX - xc));
+    }
+    return sigma;
+}
+
+// The records of the results: the analysis schema's types registered in a new view, a load
+// case per step in step order, the plate's material under its key, and each load case paired
+// with the two distributions its step wrote into.  The records reach the file at the commit;
+// readers find the view only once it is published.
+void WriteRecords(const VelContextRef& context, const VelDistributionID& displacement,
+                  const VelDistributionID& stress) {
+    const VelTypeFormManagerHolder forms = VelTypeFormManager::New();
+    forms.Get().ParseQARN(AnalysisSchema());
+    const VelTypeForm form = forms.Get().GetForm("Analysis");
+    const VelTypeSchemaSnapshot schema = forms.Get().GetSchemaSnapshot(form, 1);
+
+    const VelViewUpdateForm view = context.NewForm(schema);
+    {
+        VelTransactionExtend t(view);
+        t.CreateTypes(schema);
+        const VelAssociationUpdate cases =
+            t.UpdateAssociation(view.AssociationID(form.GetTypeID("AnalysisCases")));
+        const VelAssociationUpdate materials =
+            t.UpdateAssociation(view.AssociationID(form.GetTypeID("Materials")));
+        const VelAssociationUpdate results =
+            t.UpdateAssociation(view.AssociationID(form.GetTypeID("CaseResults")));
+
+        for (int s = 0; s < fem::kSteps; ++s) {
+            const VelDataRecordUpdate loadCase = t.CreateDataRecord(form.GetTypeID("LoadCase"));
+            char name[32];
+            std::snprintf(name, sizeof name, "tip load, step %d", s + 1);
+            loadCase.SetString(kCaseName, name);
+            loadCase.SetInt(kCaseNumber, s + 1);
+            loadCase.SetDouble(kCaseFactor, fem::LoadFactor(s));
+            loadCase.SetSymb(kCaseKind, kStatic);
+            cases.Insert(t.FocusID(), loadCase.ID(), s);
+            results.Insert(loadCase.ID(), displacement.DynamicID());
+            results.Insert(loadCase.ID(), stress.DynamicID());
+        }
+
+        const VelDataRecordUpdate steel = t.CreateDataRecord(form.GetTypeID("Material"));
+        steel.SetString(kMatName, "S355 steel plate");
+        steel.SetDouble(kMatYoungsModulus, fem::kYoungsModulus);
+        steel.SetDouble(kMatPoisson, fem::kPoisson);
+        steel.SetFloat(kMatDensity, fem::kDensity);
+        steel.SetShort(kMatLayer, 1);
+        materials.Insert(t.FocusID(), steel.ID(), "plate");
+        t.Commit();
+    }
+    view.Publish();
+    std::printf("  records: view %s with %d load cases and the plate's material\n",
+                view.Name().c_str(), fem::kSteps);
+}
+
 void WriteStiffness(const VelDistributionID& distribution, const VelCSetID& rows,
                     const VelCSetID& columns) {
     UpperCsr k = AssembleStiffness();
@@ -138,7 +204,7 @@ int fem::WriteResults(const char* file) {
     const VelDistributionID displacement = context.CreateDistribution(
         GridOf({steps, nodes, components}), VelRangeType(VelTypeKeyDouble));
     const VelDistributionID stress = context.CreateDistribution(
-        GridOf({elements, stressComponents}), VelRangeType(VelTypeKeyDouble));
+        GridOf({steps, elements, stressComponents}), VelRangeType(VelTypeKeyDouble));
     const VelDistributionID stiffness =
         context.CreateDistribution(GridOf({dofRows, dofColumns}), VelRangeType(VelTypeKeyDouble));
 
@@ -156,8 +222,10 @@ int fem::WriteResults(const char* file) {
 
     // A cantilever bending under a growing tip load: x-stretch and a downward deflection that
     // grows with the square of the distance from the clamped edge.
+    const VelCSetID allElements = VelCollectionRef(elements).BiggestCSetID();
+    const VelCSetID allStressComponents = VelCollectionRef(stressComponents).BiggestCSetID();
     for (int s = 0; s < kSteps; ++s) {
-        const double load = (s + 1.0) / kSteps;
+        const double load = LoadFactor(s);
         std::vector<double> u;
         for (int n = 0; n < kNodes; ++n) {
             const double x = n % kNodesX;
@@ -167,29 +235,14 @@ int fem::WriteResults(const char* file) {
         }
         const VelCSetID step = VelCollectionRef(steps).CreateCSetStrided(s, 1, 1, 1);
         WriteDrawer(displacement, step, allNodes, allComponents, u);
+        WriteDrawer(stress, step, allElements, allStressComponents, StepStress(load));
     }
-    std::printf("  displacement: %d steps of %d x %d values\n", kSteps, kNodes, kComponents);
-
-    {
-        // Bending stress of the final step: largest at the clamped edge, zero at the tip.
-        const double youngs = 210000.0;
-        std::vector<double> sigma;
-        for (int e = 0; e < kElements; ++e) {
-            const double xc = e % kElementsX + 0.5;
-            const double yc = (e / kElementsX + 0.5) * 0.5 - 0.75;
-            sigma.push_back(youngs * (0.001 - 0.0025 * yc * (kElementsX - xc) / kElementsX));
-            sigma.push_back(0.0);
-            sigma.push_back(youngs * 0.0001 * (kElementsX - xc));
-        }
-        VelTransfer transfer{VelDistributionRef(stress)};
-        transfer.SetMakeNewDrawer().SetBufferPadding(false);
-        transfer.SetDims(VelCollectionRef(elements).BiggestCSetID(),
-                         VelCollectionRef(stressComponents).BiggestCSetID());
-        Write(transfer, sigma);
-    }
+    std::printf("  displacement and stress: %d steps of %d x %d and %d x %d values\n", kSteps,
+                kNodes, kComponents, kElements, kStressComponents);
 
     WriteStiffness(stiffness, VelCollectionRef(dofRows).BiggestCSetID(),
                    VelCollectionRef(dofColumns).BiggestCSetID());
+    WriteRecords(context, displacement, stress);
     VelManager::CloseContext(id);
     return 0;
 }

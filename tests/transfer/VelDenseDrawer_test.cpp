@@ -12,7 +12,8 @@ namespace {
 class VelDenseDrawerTest : public VelDrawerTest {
 protected:
     // A drawer of every node and component, read back after reopening: whole in caller
-    // buffers, then two nodes at a time stepped by ordinal range through a pool.
+    // buffers, then two nodes at a time stepped by ordinal range, in caller buffers and
+    // through a pool.
     template <class T>
     void RoundTrip(VelTypeKey key) {
         const VelDistributionID d = Distribution(key);
@@ -25,18 +26,21 @@ protected:
         EXPECT_EQ(VelDistributionRef(again).Drawers()[0].Compare(Again(drawer)), 0);
         EXPECT_EQ(ReadAll<T>(again, All(m_nodes), All(m_comps)), written);
 
-        VelSysPool pool;
-        VelTransfer t{VelDistributionRef(again)};
-        t.SetPool(pool).SetRead().SetDim(1, All(m_comps));
-        for (int first = 0; first < 10; first += 2) {
-            t.SetDimOrdinalRange(0, m_nodes, first, first + 1);
-            const std::vector<T> part = TestGet<T>(t);
-            EXPECT_EQ(part,
-                      std::vector<T>(written.begin() + 3 * first, written.begin() + 3 * first + 6))
-                << "nodes " << first << " and " << first + 1;
+        for (const bool pooled : {false, true}) {
+            VelSysPool pool;
+            VelTransfer t{VelDistributionRef(again)};
+            if (pooled) t.SetPool(pool);
+            t.SetRead().SetDim(1, All(m_comps));
+            for (int first = 0; first < 10; first += 2) {
+                t.SetDimOrdinalRange(0, m_nodes, first, first + 1);
+                const std::vector<T> part = TestGet<T>(t);
+                EXPECT_EQ(part, std::vector<T>(written.begin() + 3 * first,
+                                               written.begin() + 3 * first + 6))
+                    << "nodes " << first << " and " << first + 1 << (pooled ? " from a pool" : "");
+            }
+            // Stepping only moved the range: the arguments were checked once.
+            EXPECT_EQ(t.ArgumentChecks(), 1);
         }
-        // Stepping only moved the range: the arguments were checked once.
-        EXPECT_EQ(t.ArgumentChecks(), 1);
     }
 };
 

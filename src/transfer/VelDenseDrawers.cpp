@@ -2,14 +2,15 @@
 // hold it.
 //
 // Which drawers a transfer uses.  With lookInOnlyOneDrawer (SetDrawer) only the indicated
-// drawer is used, and every value of the view must lie in it.  Otherwise every drawer
-// of the distribution is searched, in number order, and the rules are:
+// drawer is used, and every value of the view must lie in it.  Otherwise the drawers of the
+// distribution are searched, newest first, and the rules are:
 //
 //   reading   a value held by several drawers comes from the newest (highest number): a drawer
-//             made later over the same block holds the later values.  A value no drawer holds
-//             fails the read when requireReadCoverage is set, which normalised arguments always
-//             are; a request that leaves it unset reads such a
-//             value as zero of the range type (0, 0.0, false), never as what the buffer held.
+//             made later over the same block holds the later values, and the search stops at
+//             the first drawer that holds the whole view.  A value no drawer holds fails the
+//             read when requireReadCoverage is set, which normalised arguments always are; a
+//             request that leaves it unset reads such a value as zero of the range type (0,
+//             0.0, false), never as what the buffer held.
 //   writing   a value is written to every drawer that holds it when oldDomainOverwrite is set
 //             (the default), so that the drawers never disagree; without it the values the
 //             drawers hold are kept and those of the buffer dropped.  Values no drawer holds
@@ -20,6 +21,7 @@
 //
 // Every drawer searched must be a standard one in the view's dimension order, and the search
 // needs at least one drawer: the first drawer of a distribution is made with SetMakeNewDrawer.
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -74,20 +76,26 @@ Holder OnlyDrawer(VelDistribution& distribution, const VelDrawerRequest& request
     return only;
 }
 
-// Every drawer that holds part of the view, in number order.
+// The drawers that hold part of the view, in number order: for a write every one of them; for
+// a read only those from the newest drawer that holds the whole view on, as older drawers are
+// not read (so a read costs the same however many older drawers the distribution keeps).
 std::vector<Holder> SearchDrawers(VelDistribution& distribution, const VelDrawerView& view,
                                   bool write) {
     const int numDrw = distribution.NumDrawers();
     VelASSERT(numDrw > 0);
     std::vector<Holder> holders;
     const VelArray<VelDrawerID> drawers = distribution.Drawers();
-    for (int i = 0; i < drawers.Size(); ++i) {
+    for (int i = drawers.Size() - 1; i >= 0; --i) {
         VelPersistentDrawer& drawer = VelPersistentDrawer::Get(distribution, drawers[i]);
         RequireStandard(drawer);
         RequireOrder(view, drawer, write);
         Holder holder{&drawer, VelMapView(view, drawer.Desc().Members())};
-        if (VelMeetsView(holder.mapping)) holders.push_back(std::move(holder));
+        if (!VelMeetsView(holder.mapping)) continue;
+        const bool whole = !write && VelHoldsView(holder.mapping, view);
+        holders.push_back(std::move(holder));
+        if (whole) break;
     }
+    std::reverse(holders.begin(), holders.end());
     return holders;
 }
 
@@ -106,10 +114,6 @@ int64_t CountOf(const std::vector<VelMemberBox>& boxes) {
 
 void* MainBuffer(const VelDrawerRequest& request) {
     return request.drawer.InnerBuffers()[VelbufMain];
-}
-
-VelTypeKey RangeKey(const VelDistribution& distribution) {
-    return distribution.RangeType().TypeKey();
 }
 
 // One CSet per dimension for a block of new domain: the view's own CSet or the collection's
@@ -151,7 +155,7 @@ void MakeDrawers(VelDistribution& distribution, const VelDrawerRequest& request,
         VelPersistentDrawer& drawer = VelPersistentDrawer::Create(distribution, made);
         VelGuardDrawer(kWriteFailed, [&] {
             VelMoveValues(drawer, VelMapView(view, drawer.Desc().Members()), view,
-                          MainBuffer(request), RangeKey(distribution), true);
+                          MainBuffer(request), true);
         });
         drawer.Complete();
     }
@@ -171,19 +175,21 @@ VelArray<int> RequestedChunks(const VelDrawerRequest& request, int numDim) {
 void VelReadDense(const VelDrawerRequest& request) {
     VelDistribution& distribution = VelDistributionOf(request);
     const VelDrawerView view = VelDrawerView::Of(request);
-    const VelTypeKey key = RangeKey(distribution);
     void* const buffer = MainBuffer(request);
 
     if (request.args.LookInOnlyOneDrawer().IsTrue()) {
         const Holder only = OnlyDrawer(distribution, request, view, false);
-        VelGuardDrawer(kReadFailed, [&] {
-            VelMoveValues(*only.drawer, only.mapping, view, buffer, key, false);
-        });
+        VelGuardDrawer(kReadFailed,
+                       [&] { VelMoveValues(*only.drawer, only.mapping, view, buffer, false); });
         return;
     }
 
     const std::vector<Holder> holders = SearchDrawers(distribution, view, false);
-    const std::vector<VelMemberBox> uncovered = Uncovered(view, holders);
+    // The search ends at a drawer holding the whole view when there is one, which leaves
+    // nothing uncovered.
+    const bool covered = !holders.empty() && VelHoldsView(holders.front().mapping, view);
+    const std::vector<VelMemberBox> uncovered =
+        covered ? std::vector<VelMemberBox>() : Uncovered(view, holders);
     if (!uncovered.empty()) {
         if (request.args.RequireReadCoverage().IsTrue()) {
             aio_cerr << "\ndpa Transfer error: " << CountOf(uncovered) << " of the " << view.Count()
@@ -194,14 +200,10 @@ void VelReadDense(const VelDrawerRequest& request) {
         }
         std::memset(buffer, 0, static_cast<size_t>(request.drawer.BufferSizes()[VelbufMain]));
     }
-    // Oldest first, so that newer drawers overwrite what older ones hold of the same values;
-    // drawers older than the newest that holds the whole view are not read at all.
-    size_t first = 0;
-    for (size_t i = 0; i < holders.size(); ++i)
-        if (VelHoldsView(holders[i].mapping, view)) first = i;
+    // Oldest first, so that newer drawers overwrite what older ones hold of the same values.
     VelGuardDrawer(kReadFailed, [&] {
-        for (size_t i = first; i < holders.size(); ++i)
-            VelMoveValues(*holders[i].drawer, holders[i].mapping, view, buffer, key, false);
+        for (const Holder& holder : holders)
+            VelMoveValues(*holder.drawer, holder.mapping, view, buffer, false);
     });
 }
 
@@ -209,7 +211,6 @@ void VelWriteDense(const VelDrawerRequest& request) {
     VelDistribution& distribution = VelDistributionOf(request);
     VelVALIDATE(!distribution.IsReadOnly());
     const VelDrawerView view = VelDrawerView::Of(request);
-    const VelTypeKey key = RangeKey(distribution);
     void* const buffer = MainBuffer(request);
     const bool overwrite = request.args.OldDomainOverwrite().Value();
 
@@ -217,7 +218,7 @@ void VelWriteDense(const VelDrawerRequest& request) {
         const Holder only = OnlyDrawer(distribution, request, view, true);
         if (!overwrite) return;
         VelGuardDrawer(kWriteFailed,
-                       [&] { VelMoveValues(*only.drawer, only.mapping, view, buffer, key, true); });
+                       [&] { VelMoveValues(*only.drawer, only.mapping, view, buffer, true); });
         return;
     }
 
@@ -232,7 +233,7 @@ void VelWriteDense(const VelDrawerRequest& request) {
     if (overwrite) {
         VelGuardDrawer(kWriteFailed, [&] {
             for (const Holder& holder : holders)
-                VelMoveValues(*holder.drawer, holder.mapping, view, buffer, key, true);
+                VelMoveValues(*holder.drawer, holder.mapping, view, buffer, true);
         });
     }
     if (!uncovered.empty() && request.args.WriteNewDomainMake().Value())
@@ -249,7 +250,7 @@ void VelCreateDenseDrawer(const VelDrawerRequest& request) {
     VelPersistentDrawer& drawer = VelPersistentDrawer::Create(distribution, made);
     VelGuardDrawer(kWriteFailed, [&] {
         VelMoveValues(drawer, VelMapView(view, drawer.Desc().Members()), view, MainBuffer(request),
-                      RangeKey(distribution), true);
+                      true);
     });
     drawer.Complete();
 }

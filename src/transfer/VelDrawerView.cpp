@@ -124,13 +124,12 @@ void Transfer(const hdf_Dataset& dataset, const hdf_Datatype& type, const hdf_Da
 }  // namespace
 
 void VelMoveValues(VelPersistentDrawer& drawer, const std::vector<VelDimMapping>& mapping,
-                   const VelDrawerView& view, void* buffer, VelTypeKey key, bool write) {
+                   const VelDrawerView& view, void* buffer, bool write) {
     if (!VelMeetsView(mapping)) return;
     const int n = view.NumDimensions();
-    hdf_Dataspace memory =
-        hdf_Dataspace::CreateSimple(hdf_DimSpaceInput(n, view.sizes.data()), hdf_DimSpace());
+    hdf_Dataspace& memory = drawer.MemorySpace(view.sizes);
     hdf_Dataspace& file = drawer.ValuesSpace();
-    const hdf_Datatype type = VelStoredTypeOf(key);
+    const hdf_Datatype& type = drawer.StoredType();
 
     hsize_t viewStart[hdf_DimSpace::MaxRank];
     hsize_t viewStride[hdf_DimSpace::MaxRank];
@@ -140,8 +139,6 @@ void VelMoveValues(VelPersistentDrawer& drawer, const std::vector<VelDimMapping>
     int32_t block[hdf_DimSpace::MaxRank];
     PieceOdometer pieces(mapping);
     do {
-        // The memory space keeps its whole extent selected when the piece is the whole view.
-        bool wholeView = true;
         for (int d = 0; d < n; ++d) {
             const VelPositionPiece& p = pieces[static_cast<size_t>(d)];
             viewStart[d] = static_cast<hsize_t>(p.view);
@@ -150,15 +147,14 @@ void VelMoveValues(VelPersistentDrawer& drawer, const std::vector<VelDimMapping>
             drawerStride[d] = static_cast<hsize_t>(p.drawerStride);
             count[d] = p.count;
             block[d] = p.block;
-            wholeView = wholeView && p.view == 0 && p.count == 1 && p.block == view.sizes[d];
         }
         const hdf_DimArray counts(n, count);
         const hdf_DimArray blocks(n, block);
         file.SelectHyperslab(hdf_Dataspace::SeloperSet, hdf_DimSpace(n, drawerStart),
                              hdf_DimSpace(n, drawerStride), counts, blocks);
-        if (!wholeView)
-            memory.SelectHyperslab(hdf_Dataspace::SeloperSet, hdf_DimSpace(n, viewStart),
-                                   hdf_DimSpace(n, viewStride), counts, blocks);
+        // The memory space is shared with earlier transfers: its selection is always set.
+        memory.SelectHyperslab(hdf_Dataspace::SeloperSet, hdf_DimSpace(n, viewStart),
+                               hdf_DimSpace(n, viewStride), counts, blocks);
         Transfer(drawer.Values(), type, memory, file, buffer, write);
     } while (pieces.Next());
 }

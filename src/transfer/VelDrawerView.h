@@ -45,8 +45,8 @@ bool VelHoldsView(const std::vector<VelDimMapping>& mapping, const VelDrawerView
 
 // Moves the values `mapping` selects between the caller's buffer, laid out over the view, and
 // the drawer's dataset: one HDF5 read or write per combination of pieces, each a hyperslab on
-// both sides, straight from or into `buffer`.
+// both sides, straight from or into `buffer`, in the drawer's stored element type.
 void VelMoveValues(VelPersistentDrawer& drawer, const std::vector<VelDimMapping>& mapping,
-                   const VelDrawerView& view, void* buffer, VelTypeKey key, bool write);
+                   const VelDrawerView& view, void* buffer, bool write);
 
 #endif

@@ -216,7 +216,10 @@ VelPersistentDrawer& VelPersistentDrawer::Get(VelDistribution& distribution,
         group, VelGuardStorage(
                    [&] { return VelPersistentDrawerDesc::Read(distribution, drawer, group); })));
     opened->m_desc.FindMembers();
-    VelGuardStorage([&] { CheckDatasets(distribution, *opened); });
+    VelGuardStorage([&] {
+        CheckDatasets(distribution, *opened);
+        opened->m_storedType = VelStoredTypeOf(distribution.RangeType().TypeKey());
+    });
     VelPersistentDrawer& result = *opened;
     distribution.SetDrawerAttachment(drawer, VelAutoPtr<VelDrawerAttachment>(opened.Release()));
     return result;
@@ -286,6 +289,7 @@ VelPersistentDrawer& VelPersistentDrawer::Create(VelDistribution& distribution,
                                 request.numNonzeros, key)));
     made->m_desc.FindMembers();
     VelGuardDrawer("!\"Create drawer failed\"", [&] {
+        made->m_storedType = VelStoredTypeOf(key);
         made->CreateDatasets(request, key);
         const int64_t count = 3 * int64_t(request.sizes.Size()) + 2;
         made->m_attributes = made->m_group.AttributeCreate(
@@ -297,7 +301,7 @@ VelPersistentDrawer& VelPersistentDrawer::Create(VelDistribution& distribution,
 }
 
 void VelPersistentDrawer::CreateDatasets(const NewDrawer& request, VelTypeKey rangeKey) {
-    const hdf_Datatype type = VelStoredTypeOf(rangeKey);
+    const hdf_Datatype& type = m_storedType;
     const int number = m_desc.ID().Minor().Value();
     const cow_String name = VelIdAsString(number);
     const VelArray<int>& sizes = request.sizes;
@@ -350,6 +354,15 @@ void VelPersistentDrawer::Complete() {
         m_attributes.Write(hdf_Datatype::NATIVE_INT(), ints.data());
         m_attributes = hdf_Attribute();
     });
+}
+
+hdf_Dataspace& VelPersistentDrawer::MemorySpace(const std::vector<int>& sizes) {
+    if (m_memorySpace.IsEmpty() || sizes != m_memorySizes) {
+        m_memorySpace = SpaceOf(static_cast<int>(sizes.size()),
+                                std::vector<int64_t>(sizes.begin(), sizes.end()).data());
+        m_memorySizes = sizes;
+    }
+    return m_memorySpace;
 }
 
 void VelPersistentDrawer::Refuse(const std::string& reason) const {

@@ -107,6 +107,11 @@ public:
     // The datasets' file spaces, whose selections each transfer sets anew.
     hdf_Dataspace& ValuesSpace() { return m_valuesSpace; }
     hdf_Dataspace& IndexSpace() { return m_indexSpace; }
+    // The element type the values are stored and moved in.
+    const hdf_Datatype& StoredType() const { return m_storedType; }
+    // A memory space of extents `sizes`, kept from one transfer to the next while the extents
+    // stay the same (a view stepped through equal ranges); its selection is the caller's to set.
+    hdf_Dataspace& MemorySpace(const std::vector<int>& sizes);
 
     // Stops the process: the drawer's stored content cannot be what the drawer claims.
     [[noreturn]] void Refuse(const std::string& reason) const;
@@ -127,6 +132,9 @@ private:
     hdf_Dataset m_index;
     hdf_Dataspace m_valuesSpace;
     hdf_Dataspace m_indexSpace;
+    hdf_Datatype m_storedType;
+    hdf_Dataspace m_memorySpace;
+    std::vector<int> m_memorySizes;
     // Held from creation until Complete writes it.
     hdf_Attribute m_attributes;
 };

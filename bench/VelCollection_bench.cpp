@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "VelBenchSupport.h"
 #include "vel/UTI_VelDynamicAPI.h"
 #include "vel/context/VelCSet.h"
 #include "vel/context/VelCollectionRef.h"
@@ -169,52 +170,10 @@ void BM_Hdf5ReadList(benchmark::State& state) {
 }
 BENCHMARK(BM_Hdf5ReadList)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// Prints the table as usual, then each reference's time over the library's.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.error_occurred) continue;
-            const std::string name = run.run_name.str();
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-                m_medians[name] = run.GetAdjustedRealTime();
-            else if (run.run_type == Run::RT_Iteration)
-                m_times[name] = run.GetAdjustedRealTime();
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void Finalize() override {
-        ConsoleReporter::Finalize();
-        Ratio("BM_Hdf5WriteList", "BM_VelCreateFlushList");
-        Ratio("BM_Hdf5ReadList", "BM_VelMembersAfterReopen");
-    }
-
-private:
-    void Ratio(const std::string& reference, const std::string& library) {
-        const double r = TimeOf(reference), l = TimeOf(library);
-        if (l <= 0 || r <= 0) return;
-        std::printf("ratio %-18s / %-26s = %.2f\n", reference.c_str(), library.c_str(), r / l);
-    }
-    // By name up to its first "/": the run names carry the iteration and timing settings.
-    double TimeOf(const std::string& name) const {
-        for (const auto* times : {&m_medians, &m_times})
-            for (const auto& entry : *times)
-                if (entry.first.substr(0, entry.first.find('/')) == name) return entry.second;
-        return 0;
-    }
-    std::map<std::string, double> m_times;
-    std::map<std::string, double> m_medians;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    int modules = 0;
-    UTI_VelDynamicAPI_initialize(modules);
-    benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    UTI_VelDynamicAPI_finalize(modules);
-    return 0;
+    return VelRunBenchmarks(argc, argv,
+                            {{"BM_Hdf5WriteList", "BM_VelCreateFlushList"},
+                             {"BM_Hdf5ReadList", "BM_VelMembersAfterReopen"}});
 }

@@ -16,6 +16,7 @@
 #include <map>
 #include <string>
 
+#include "VelBenchSupport.h"
 #include "vel/UTI_VelDynamicAPI.h"
 #include "vel/context/VelManager.h"
 
@@ -157,59 +158,18 @@ void BM_Hdf5OpenLayoutClose(benchmark::State& state) {
 }
 BENCHMARK(BM_Hdf5OpenLayoutClose)->ArgName("readOnly")->Arg(0)->Arg(1);
 
-// Prints the table as usual, then the library's time over each reference's.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    // With repetitions the median is used, otherwise the single run.
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.error_occurred) continue;
-            const std::string name = run.run_name.str();
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-                m_medians[name] = run.GetAdjustedRealTime();
-            else if (run.run_type == Run::RT_Iteration)
-                m_times[name] = run.GetAdjustedRealTime();
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void Finalize() override {
-        ConsoleReporter::Finalize();
-        Ratio("BM_VelCreateClose", "BM_Hdf5CreateClose");
-        Ratio("BM_VelCreateClose", "BM_Hdf5CreateLayoutClose");
-        Ratio("BM_VelOpenClose/readOnly:0", "BM_Hdf5OpenClose/readOnly:0");
-        Ratio("BM_VelOpenClose/readOnly:1", "BM_Hdf5OpenClose/readOnly:1");
-        Ratio("BM_VelOpenClose/readOnly:0", "BM_Hdf5OpenLayoutClose/readOnly:0");
-        Ratio("BM_VelOpenClose/readOnly:1", "BM_Hdf5OpenLayoutClose/readOnly:1");
-    }
-
-private:
-    void Ratio(const std::string& library, const std::string& reference) {
-        const double l = TimeOf(library);
-        const double r = TimeOf(reference);
-        if (l <= 0 || r <= 0) return;
-        std::printf("ratio %-28s / %-34s = %.2f\n", library.c_str(), reference.c_str(), l / r);
-    }
-    double TimeOf(const std::string& name) const {
-        auto median = m_medians.find(name);
-        if (median != m_medians.end()) return median->second;
-        auto single = m_times.find(name);
-        return single != m_times.end() ? single->second : 0;
-    }
-    std::map<std::string, double> m_times;
-    std::map<std::string, double> m_medians;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    int modules = 0;
-    UTI_VelDynamicAPI_initialize(modules);
-    benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    UTI_VelDynamicAPI_finalize(modules);
+    const int result =
+        VelRunBenchmarks(argc, argv,
+                         {{"BM_VelCreateClose", "BM_Hdf5CreateClose"},
+                          {"BM_VelCreateClose", "BM_Hdf5CreateLayoutClose"},
+                          {"BM_VelOpenClose/readOnly:0", "BM_Hdf5OpenClose/readOnly:0"},
+                          {"BM_VelOpenClose/readOnly:1", "BM_Hdf5OpenClose/readOnly:1"},
+                          {"BM_VelOpenClose/readOnly:0", "BM_Hdf5OpenLayoutClose/readOnly:0"},
+                          {"BM_VelOpenClose/readOnly:1", "BM_Hdf5OpenLayoutClose/readOnly:1"}});
     std::remove(kVelFile);
     std::remove(kRawFile);
-    return 0;
+    return result;
 }

@@ -25,13 +25,13 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "VelBenchSupport.h"
 #include "vel/UTI_VelDynamicAPI.h"
 #include "vel/context/VelCollectionRef.h"
 #include "vel/context/VelContextRef.h"
@@ -200,62 +200,6 @@ hid_t DrawerDataset(const VelDistributionID& distribution, int offset) {
     return H5Dopen2(f.velFile, path.c_str(), H5P_DEFAULT);
 }
 
-template <class Operation>
-double Seconds(Operation operation) {
-    const auto start = std::chrono::steady_clock::now();
-    operation();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double Median(std::vector<double> times) {
-    std::sort(times.begin(), times.end());
-    const size_t n = times.size();
-    return n % 2 ? times[n / 2] : (times[n / 2 - 1] + times[n / 2]) / 2;
-}
-
-// Runs both sides `warmups` times untimed, then once each per iteration followed by `between`
-// untimed; the ratio is taken from the medians, which a busy machine disturbs less than the
-// means.  The warm-up lets the page cache settle after the writes of the benchmark before.
-template <class Raw, class Library, class Between>
-void Paired(benchmark::State& state, int64_t bytes, int warmups, Raw raw, Library library,
-            Between between) {
-    for (int w = 0; w < warmups; ++w) {
-        raw();
-        library();
-        between();
-    }
-    std::vector<double> rawTimes;
-    std::vector<double> libraryTimes;
-    bool rawFirst = true;
-    for (auto _ : state) {
-        double r, l;
-        if (rawFirst) {
-            r = Seconds(raw);
-            l = Seconds(library);
-        } else {
-            l = Seconds(library);
-            r = Seconds(raw);
-        }
-        rawFirst = !rawFirst;
-        state.PauseTiming();
-        between();
-        state.ResumeTiming();
-        rawTimes.push_back(r);
-        libraryTimes.push_back(l);
-        state.SetIterationTime(r + l);
-    }
-    const double r = Median(rawTimes);
-    const double l = Median(libraryTimes);
-    state.counters["raw_ms"] = 1e3 * r;
-    state.counters["vel_ms"] = 1e3 * l;
-    state.counters["ratio"] = r / l;
-    state.SetBytesProcessed(2 * bytes * state.iterations());
-}
-template <class Raw, class Library>
-void Paired(benchmark::State& state, int64_t bytes, int warmups, Raw raw, Library library) {
-    Paired(state, bytes, warmups, raw, library, [] {});
-}
-
 // ---- dense ------------------------------------------------------------------------------------
 
 // A transfer of the whole dense drawer, over the caller's array (no padding: the array is the
@@ -284,7 +228,7 @@ hid_t RawDenseCreate(const char* name) {
 
 void BM_DenseCreate(benchmark::State& state) {
     Fixture& f = *g_fixture;
-    Paired(
+    VelPaired(
         state, int64_t(kDense) * 8, 0,
         [&] {
             const std::string name = "dense" + std::to_string(f.rawCount++);
@@ -302,7 +246,7 @@ void BM_DenseCreate(benchmark::State& state) {
 
 void BM_DenseWrite(benchmark::State& state) {
     Fixture& f = *g_fixture;
-    Paired(
+    VelPaired(
         state, int64_t(kDense) * 8, 2,
         [&] {
             H5Dwrite(f.rawDense, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, f.dense.data());
@@ -320,7 +264,7 @@ void BM_DenseWrite(benchmark::State& state) {
 void BM_DenseRead(benchmark::State& state) {
     Fixture& f = *g_fixture;
     const hid_t drawer = DrawerDataset(f.denseDistribution, 0);
-    Paired(
+    VelPaired(
         state, int64_t(kDense) * 8, 2,
         [&] {
             H5Dread(drawer, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT,
@@ -398,7 +342,7 @@ void RawSparse(bool write, hid_t valuesDataset, hid_t indexDataset) {
 void BM_SparseCreate(benchmark::State& state) {
     Fixture& f = *g_fixture;
     const int64_t bytes = int64_t(kNonzeros) * 12 + int64_t(kRows + 1) * 4;
-    Paired(
+    VelPaired(
         state, bytes, 0,
         [&] {
             const std::string name = "sparse" + std::to_string(f.rawCount++);
@@ -426,7 +370,7 @@ void BM_SparseCreate(benchmark::State& state) {
 
 void BM_SparseWrite(benchmark::State& state) {
     Fixture& f = *g_fixture;
-    Paired(
+    VelPaired(
         state, int64_t(kNonzeros) * 12 + int64_t(kRows + 1) * 4, 2,
         [&] { RawSparse(true, f.rawValues, f.rawIndex); },
         [&] {
@@ -440,7 +384,7 @@ void BM_SparseRead(benchmark::State& state) {
     Fixture& f = *g_fixture;
     const hid_t values = DrawerDataset(f.sparseDistribution, 0);
     const hid_t index = DrawerDataset(f.sparseDistribution, 1);
-    Paired(
+    VelPaired(
         state, int64_t(kNonzeros) * 12 + int64_t(kRows + 1) * 4, 2,
         [&] { RawSparse(false, values, index); },
         [&] {
@@ -469,7 +413,7 @@ void BM_PoolSteps(benchmark::State& state) {
     int64_t extra = 0;
     double sum = 0;
     const hid_t drawer = DrawerDataset(f.denseDistribution, 0);
-    Paired(
+    VelPaired(
         state, int64_t(kDense) * 8, kPoolWarmups,
         [&] {
             std::vector<double> buffer(kStep);

@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "VelBenchSupport.h"
 #include "vel/vel.h"
 
 namespace {
@@ -408,57 +409,16 @@ void BM_Hdf5PairsRead(benchmark::State& state) {
 }
 BENCHMARK(BM_Hdf5PairsRead)->Arg(100000)->Unit(benchmark::kMillisecond);
 
-// Prints the table as usual, then the library's time over each reference's.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    // With repetitions the median is used, otherwise the single run.
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.error_occurred) continue;
-            const std::string name = run.run_name.str();
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-                m_medians[name] = run.GetAdjustedRealTime();
-            else if (run.run_type == Run::RT_Iteration)
-                m_times[name] = run.GetAdjustedRealTime();
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void Finalize() override {
-        ConsoleReporter::Finalize();
-        Ratio("BM_VelRecordsWrite/100000", "BM_Hdf5RecordsWrite/100000");
-        Ratio("BM_VelRecordsRead/100000", "BM_Hdf5RecordsRead/100000");
-        Ratio("BM_VelPairsWrite/100000", "BM_Hdf5PairsWrite/100000");
-        Ratio("BM_VelPairsRead/100000", "BM_Hdf5PairsRead/100000");
-    }
-
-private:
-    void Ratio(const std::string& library, const std::string& reference) {
-        const double l = TimeOf(library);
-        const double r = TimeOf(reference);
-        if (l <= 0 || r <= 0) return;
-        std::printf("ratio %-26s / %-28s = %.2f\n", library.c_str(), reference.c_str(), l / r);
-    }
-    double TimeOf(const std::string& name) const {
-        auto median = m_medians.find(name);
-        if (median != m_medians.end()) return median->second;
-        auto single = m_times.find(name);
-        return single != m_times.end() ? single->second : 0;
-    }
-    std::map<std::string, double> m_times;
-    std::map<std::string, double> m_medians;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    int modules = 0;
-    UTI_VelDynamicAPI_initialize(modules);
-    benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    UTI_VelDynamicAPI_finalize(modules);
+    const int result =
+        VelRunBenchmarks(argc, argv,
+                         {{"BM_VelRecordsWrite/100000", "BM_Hdf5RecordsWrite/100000"},
+                          {"BM_VelRecordsRead/100000", "BM_Hdf5RecordsRead/100000"},
+                          {"BM_VelPairsWrite/100000", "BM_Hdf5PairsWrite/100000"},
+                          {"BM_VelPairsRead/100000", "BM_Hdf5PairsRead/100000"}});
     std::remove(kVelFile);
     std::remove(kRawFile);
-    return 0;
+    return result;
 }

@@ -391,8 +391,20 @@ void VelQARNReader::StartData(const char** atts) {
     m_CurrentDataMember = std::move(member);
 }
 
-void VelQARNReader::StartTarget(const char** atts) {
-    VelVALIDATE(m_CurrentFormRef && m_CurrentDataMember);
+// The refusals of a type reference, one set per element that makes one: each is the report a
+// failed check of that element prints.
+struct VelQARNReader::ReferenceTexts {
+    const char* unknownForm;
+    const char* badAttribute;
+    const char* emptyName;
+};
+
+VelTypeQualifiedName VelQARNReader::ReadTypeReference(const char** atts,
+                                                      const ReferenceTexts& texts) {
+    const auto refuse = [](const char* text) {
+        VelAssert::ReportValidationFailure(text);
+        VelAssert::Stop();
+    };
     VelTypeForm form = m_CurrentFormRef;
     cow_String typeName;
     for (int i = 0; atts[i]; i += 2) {
@@ -403,13 +415,22 @@ void VelQARNReader::StartTarget(const char** atts) {
             typeName = atts[i + 1];
         } else if (Is(atts[i], "form")) {
             form = ExistingForm(atts[i + 1]);
-            if (!form) VelVALIDATE(!"<target> referring to a nonexisting form");
+            if (!form) refuse(texts.unknownForm);
         } else {
-            VelVALIDATE(!"Invalid attribute for <target>, expected: \"ref\" or \"form\"");
+            refuse(texts.badAttribute);
         }
     }
-    if (typeName.Empty()) VelVALIDATE(!"Type name of <target> must not be empty");
-    m_CurrentDataMember->AppendTarget(VelTypeQualifiedName(form, typeName));
+    if (typeName.Empty()) refuse(texts.emptyName);
+    return VelTypeQualifiedName(form, typeName);
+}
+
+void VelQARNReader::StartTarget(const char** atts) {
+    VelVALIDATE(m_CurrentFormRef && m_CurrentDataMember);
+    static const ReferenceTexts texts = {
+        R"(!"<target> referring to a nonexisting form")",
+        R"(!"Invalid attribute for <target>, expected: \"ref\" or \"form\"")",
+        R"(!"Type name of <target> must not be empty")"};
+    m_CurrentDataMember->AppendTarget(ReadTypeReference(atts, texts));
 }
 
 void VelQARNReader::StartEntityMember(int kind, const char** atts) {
@@ -457,23 +478,11 @@ void VelQARNReader::StartDataRecord(const char** atts) {
 
 void VelQARNReader::StartBase(const char** atts) {
     VelVALIDATE(m_CurrentFormRef && m_CurrentDataRecord);
-    VelTypeForm form = m_CurrentFormRef;
-    cow_String typeName;
-    for (int i = 0; atts[i]; i += 2) {
-        // clang-format off
-        VelVALIDATE(atts[i+1]);
-        // clang-format on
-        if (Is(atts[i], "ref")) {
-            typeName = atts[i + 1];
-        } else if (Is(atts[i], "form")) {
-            form = ExistingForm(atts[i + 1]);
-            if (!form) VelVALIDATE(!"<base> referring to a nonexisting form");
-        } else {
-            VelVALIDATE(!"Invalid attribute for <base>, expected: \"ref\" or \"form\"");
-        }
-    }
-    if (typeName.Empty()) VelVALIDATE(!"Type name of <base> must not be empty");
-    m_CurrentDataRecord->m_Base = VelTypeQualifiedName(form, typeName);
+    static const ReferenceTexts texts = {
+        R"(!"<base> referring to a nonexisting form")",
+        R"(!"Invalid attribute for <base>, expected: \"ref\" or \"form\"")",
+        R"(!"Type name of <base> must not be empty")"};
+    m_CurrentDataRecord->m_Base = ReadTypeReference(atts, texts);
 }
 
 void VelQARNReader::StartDataMember(VelDataCategory category, const char** atts) {

@@ -46,6 +46,9 @@ private:
     void EndSymConst();
 
     void ReadMemberAttributes(VelTypeAssociationMemberRepr& member, const char** atts);
+    // The type a <target> or <base> names: "ref" in "form", or in the form being read.
+    struct ReferenceTexts;
+    VelTypeQualifiedName ReadTypeReference(const char** atts, const ReferenceTexts& texts);
     VelTypeForm ExistingForm(const char* name) const;
 
     VelTypeFormManagerRepr& m_Manager;

@@ -183,12 +183,7 @@ bool ReadLoadCase(const VelView& view, const VelDynamicID& id, const VelAssociat
                   const VelCollectionID& steps, const VelCollectionID& nodes,
                   const VelCollectionID& elements, double perUnitLoad[2]) {
     const VelDataRecord loadCase = view.DataRecord(id);
-    int number = 0;
-    int kind = 0;
-    double factor = 0.0;
-    loadCase.GetInt(kCaseNumber, number);
-    loadCase.GetSymb(kCaseKind, kind);
-    loadCase.GetDouble(kCaseFactor, factor);
+    const auto [number, kind, factor] = ReadLoadCaseFields(loadCase);
     // The number comes from the file: it indexes the steps only once it is known to be one.
     if (number < 1 || number > VelCollectionRef(steps).Space() || kind != kStatic ||
         !(factor > 0)) {

@@ -122,12 +122,10 @@ void WriteRecords(const VelContextRef& context, const VelDistributionID& displac
     {
         VelTransactionExtend t(view);
         t.CreateTypes(schema);
-        const VelAssociationUpdate cases =
-            t.UpdateAssociation(view.AssociationID(form.GetTypeID("AnalysisCases")));
-        const VelAssociationUpdate materials =
-            t.UpdateAssociation(view.AssociationID(form.GetTypeID("Materials")));
-        const VelAssociationUpdate results =
-            t.UpdateAssociation(view.AssociationID(form.GetTypeID("CaseResults")));
+        const AnalysisAssociations associations = UpdateAnalysisAssociations(t, view, form);
+        const VelAssociationUpdate& cases = associations.cases;
+        const VelAssociationUpdate& materials = associations.materials;
+        const VelAssociationUpdate& results = associations.results;
 
         for (int s = 0; s < fem::kSteps; ++s) {
             const VelDataRecordUpdate loadCase = t.CreateDataRecord(form.GetTypeID("LoadCase"));

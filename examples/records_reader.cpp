@@ -11,15 +11,12 @@ namespace {
 
 void PrintLoadCase(const VelView& view, const VelDynamicID& id, const VelAssociation& results) {
     const VelDataRecord loadCase = view.DataRecord(id);
-    int number = 0;
-    int kind = 0;
-    double factor = 0;
-    loadCase.GetInt(kCaseNumber, number);
-    loadCase.GetSymb(kCaseKind, kind);
-    loadCase.GetDouble(kCaseFactor, factor);
+    const auto [number, kind, factor] = ReadLoadCaseFields(loadCase);
     static const char* const kindNames[] = {"MODAL", "STATIC", "TRANSIENT"};
+    // The kind comes from the file: it indexes the names only once it is known to be one.
+    const char* const kindName = kind >= kModal && kind <= kTransient ? kindNames[kind] : "?";
     std::printf("  load case %d \"%s\": %s, factor %g, results:", number,
-                loadCase.ReturnString(kCaseName).c_str(), kindNames[kind], factor);
+                loadCase.ReturnString(kCaseName).c_str(), kindName, factor);
     const VelSelectionSet distributions(results, 0, id);
     for (int i = 0; i < distributions.Count(); ++i)
         std::printf(" distribution %lld", static_cast<long long>(distributions.Get(i).First()));

@@ -7,6 +7,8 @@
 //
 // Members of a data record are addressed by position, and positions follow the members' names
 // in byte order; the enumerations below spell them out.
+#include <vel/vel.h>
+
 inline const char* AnalysisSchema() {
     return R"(<qarn>
   <form name="Analysis">
@@ -59,5 +61,33 @@ enum MaterialMember {
 };
 // The numbers of the symbolic constant follow its values in byte order.
 enum LoadCaseKind { kModal = 0, kStatic = 1, kTransient = 2 };
+
+// The analysis form's three associations, opened for update in transaction `t` of `view`.
+struct AnalysisAssociations {
+    VelAssociationUpdate cases;
+    VelAssociationUpdate materials;
+    VelAssociationUpdate results;
+};
+inline AnalysisAssociations UpdateAnalysisAssociations(VelTransactionExtend& t,
+                                                       const VelViewUpdateForm& view,
+                                                       const VelTypeForm& form) {
+    return {t.UpdateAssociation(view.AssociationID(form.GetTypeID("AnalysisCases"))),
+            t.UpdateAssociation(view.AssociationID(form.GetTypeID("Materials"))),
+            t.UpdateAssociation(view.AssociationID(form.GetTypeID("CaseResults")))};
+}
+
+// The numeric members of a load case record.
+struct LoadCaseFields {
+    int number = 0;
+    int kind = 0;
+    double factor = 0.0;
+};
+inline LoadCaseFields ReadLoadCaseFields(const VelDataRecord& loadCase) {
+    LoadCaseFields fields;
+    loadCase.GetInt(kCaseNumber, fields.number);
+    loadCase.GetSymb(kCaseKind, fields.kind);
+    loadCase.GetDouble(kCaseFactor, fields.factor);
+    return fields;
+}
 
 #endif

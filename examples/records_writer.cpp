@@ -32,12 +32,10 @@ int main(int argc, char** argv) {
         {
             VelTransactionExtend t(view);
             t.CreateTypes(schema);
-            const VelAssociationUpdate cases =
-                t.UpdateAssociation(view.AssociationID(form.GetTypeID("AnalysisCases")));
-            const VelAssociationUpdate materials =
-                t.UpdateAssociation(view.AssociationID(form.GetTypeID("Materials")));
-            const VelAssociationUpdate results =
-                t.UpdateAssociation(view.AssociationID(form.GetTypeID("CaseResults")));
+            const AnalysisAssociations associations = UpdateAnalysisAssociations(t, view, form);
+            const VelAssociationUpdate& cases = associations.cases;
+            const VelAssociationUpdate& materials = associations.materials;
+            const VelAssociationUpdate& results = associations.results;
 
             const char* const caseNames[] = {"dead load", "wind", "first mode"};
             const int kinds[] = {kStatic, kStatic, kModal};

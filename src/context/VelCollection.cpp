@@ -7,6 +7,7 @@
 #include "context/VelContextLayout.h"
 #include "context/VelIDAccess.h"
 #include "context/VelStorageGuard.h"
+#include "hdf/hdf_Journal.h"
 #include "vel/core/VelAssert.h"
 #include "vel/core/VelIdAsString.h"
 
@@ -472,6 +473,10 @@ void VelCollection::ReadListMembers(int storageIndex, int count, int* out) const
 che_RefPtr<VelIndexSet> VelCollection::IndexSet(int storageIndex) {
     const che_Handle<VelIndexSet> cached = m_cache.Find<VelIndexSet>(KeyOf(storageIndex));
     if (!cached.IsNull()) return cached.Ref();
+    // The full set is every member, whatever its stored ints say: ExtendSpace rewrites them in
+    // place, and a file may hold the rewritten range beside the size of its last write-back.
+    if (storageIndex == e_FullSetIndex && m_fullSetMade)
+        return m_cache.Insert(KeyOf(storageIndex), VelIndexSet::FromStrided(0, m_size, 1)).Ref();
     const VelIndexEntry& entry = m_entries[storageIndex];
     VelIndexSet* set = ReadIndexSet(entry);
     const bool permutation = entry.linkedId != Layout::e_NoLink;
@@ -535,6 +540,8 @@ VelCollectionID VelCollection::CreateColorVariant(int color) {
 void VelCollection::Flush(bool toDisk) {
     if (m_closed || m_readOnly) return;
     VelGuardStorage([&] {
+        // The table, the attributes and the sets they describe reach the file in one commit.
+        if (toDisk) hdf_Journal::BeginCommit(m_group.GetID());
         EnsureFullSet();
         VelVALIDATE(!m_fullSetID.IsNull());
         WritePending();

@@ -4,6 +4,7 @@
 
 #include "context/VelContextLayout.h"
 #include "context/VelIDAccess.h"
+#include "hdf/hdf_Journal.h"
 #include "vel/core/VelAssert.h"
 
 namespace {
@@ -24,6 +25,13 @@ using DistributionIterator = VelAutoBtreeIterator<VelDistributionID, VelAutoPtr<
 using DSetMap = VelAutoBtree<VelDSetID, VelAutoPtr<VelDSet>>;
 using DSetIterator = VelAutoBtreeIterator<VelDSetID, VelAutoPtr<VelDSet>>;
 
+// Database files are opened through the journaled driver.
+hdf_PropListFileAccess JournaledAccess() {
+    hdf_PropListFileAccess access;
+    hdf_Journal::Use(access.ID());
+    return access;
+}
+
 }  // namespace
 
 VelContext::VelContext() : m_readOnly(false), m_nextID(0) {}
@@ -39,16 +47,22 @@ void VelContext::Create(hdf_File::CreateFlags flags, int schemaVersion,
     m_pool.emplace(allocator, e_PoolBlockSize);
     char block[VelSignature::e_Size];
     VelSignature::Fill(block, schemaVersion);
-    m_file = hdf_File::Create(m_name.c_str(), flags, block, VelSignature::e_Size);
+    m_file =
+        hdf_File::Create(m_name.c_str(), flags, JournaledAccess(), block, VelSignature::e_Size);
     m_readOnly = false;
     const int attributes[2] = {m_nextID, ObjectCount() + 2 * VelNUM_CONTEXT_TYPES};
     VelContextLayout::CreateContextAttributes(m_file, attributes);
+    m_storedAttributes[0] = attributes[0];
+    m_storedAttributes[1] = attributes[1];
     CreateRecordStore();
+    // The new database is the file's first commit: a kill from here on leaves a file that opens.
+    Checkpoint(false);
 }
 
 int VelContext::Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheManager& allocator) {
     char block[VelSignature::e_Size];
-    hdf_File file = hdf_File::Open_NoThrow(m_name.c_str(), flags, block, VelSignature::e_Size);
+    hdf_File file = hdf_File::Open_NoThrow(m_name.c_str(), flags, JournaledAccess(), block,
+                                           VelSignature::e_Size);
     if (file.IsEmpty()) return e_Unreadable;
     const int result = VelSignature::Check(block, schemaVersion);
     if (result != VelSignature::e_Accepted) return result;
@@ -67,6 +81,8 @@ void VelContext::Load() {
     VelContextLayout::ReadContextAttributes(m_file, attributes);
     m_nextID = attributes[0];
     VelASSERT(m_nextID >= 0 && m_nextID <= VelCollectionID::e_ExcessiveCollectionID);
+    m_storedAttributes[0] = attributes[0];
+    m_storedAttributes[1] = attributes[1];
     const long long sz = attributes[1];
     if (sz >= 1) {
         const long long numObjects = static_cast<long long>(m_file.GetNumObjs());
@@ -85,15 +101,24 @@ void VelContext::Load() {
         // clang-format on
     }
     OpenRecordStore();
+    if (!m_readOnly) RemoveUncommitted();
 }
 
-std::vector<VelContext::TypedMember> VelContext::TypedMembers(long long numObjects) const {
+// A member named by a serial the stored counter has not handed out is passed over by its name
+// alone: it was never part of a written-back state, and its object may be incomplete.
+std::vector<VelContext::TypedMember> VelContext::TypedMembers(long long numObjects) {
     std::vector<TypedMember> members;
     for (long long i = 0; i < numObjects; ++i) {
         const hsize_t index = static_cast<hsize_t>(i);
-        if (m_file.GetObjtypeByIdx(index) != hdf_Group::ObjectTypeGroup) continue;
         TypedMember member;
         member.name = m_file.GetObjnameByIdx(index);
+        int serial = -1;
+        if (VelContextLayout::NumberOfName(member.name, serial) &&
+            (serial < 0 || serial >= m_nextID)) {
+            m_uncommitted.push_back(member.name);
+            continue;
+        }
+        if (m_file.GetObjtypeByIdx(index) != hdf_Group::ObjectTypeGroup) continue;
         member.group = m_file.GroupOpen(member.name.c_str());
         // A group without a "type" is no object of the context; it is left to whoever made it.
         if (!VelContextLayout::ReadTypeIfAny(member.group, member.kind, member.minor)) continue;
@@ -146,6 +171,11 @@ void VelContext::LoadObject(const TypedMember& member) {
     VelASSERT(inserted);
 }
 
+void VelContext::RemoveUncommitted() {
+    for (const cow_String& name : m_uncommitted) m_file.Unlink(name.c_str());
+    m_uncommitted.clear();
+}
+
 void VelContext::CreateRecordStore() {
     m_stringTable = m_file.GroupCreate(VelContextLayout::e_StringTable, 0);
     VelContextLayout::WriteType(m_stringTable, VelObjectKindStringTable, 0);
@@ -181,16 +211,39 @@ void VelContext::WriteBack() {
     DistributionIterator distributions(m_distributionMap);
     for (distributions.First(); !distributions.IsDone(); distributions.Next())
         distributions.CurrentValue()->Flush();
+    WriteContextAttributes();
+}
+
+void VelContext::WriteContextAttributes() {
     const int attributes[2] = {m_nextID, ObjectCount() + 2 * VelNUM_CONTEXT_TYPES};
+    if (attributes[0] == m_storedAttributes[0] && attributes[1] == m_storedAttributes[1]) return;
     VelContextLayout::WriteContextAttributes(m_file, attributes);
+    m_storedAttributes[0] = attributes[0];
+    m_storedAttributes[1] = attributes[1];
+}
+
+// Everything is written while the commit is being prepared, so that the write-back reaches the
+// file in one step with the HDF5 objects it describes.
+void VelContext::Checkpoint(bool sync) {
+    VelASSERT(!m_readOnly && !m_file.IsEmpty());
+    hdf_Journal::BeginCommit(m_file.GetFileID());
+    if (m_recordStore) m_recordStore->WriteBack();
+    WriteBack();
+    if (sync) {
+        m_file.Sync();
+    } else {
+        m_file.Flush();
+    }
 }
 
 void VelContext::Close() {
+    const bool writeBack = !m_file.IsEmpty() && !m_readOnly;
+    if (writeBack) hdf_Journal::BeginCommit(m_file.GetFileID());
     if (m_recordStore) {
         m_recordStore->Close();
         m_recordStore.Reset();
     }
-    if (!m_file.IsEmpty() && !m_readOnly) WriteBack();
+    if (writeBack) WriteBack();
     CollectionIterator it(m_collectionMap);
     for (it.First(); !it.IsDone(); it.Next()) it.CurrentValue()->Close();
     m_collectionMap.Clear();

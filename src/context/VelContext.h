@@ -27,6 +27,8 @@
 class VelContextAttachment : public mem_AllocationOperators {
 public:
     virtual ~VelContextAttachment() = default;
+    // Writes back what a later open needs of it; the context commits the file afterwards.
+    virtual void WriteBack() = 0;
     // Writes back what it holds and releases its HDF5 objects; never throws.
     virtual void Close() = 0;
 };
@@ -38,6 +40,14 @@ public:
 // loaded (collections in a first pass, then distributions and DSets, which refer to
 // collections) and their sizes are what "Context attributes" counts at write-back, where every
 // collection and distribution is flushed.
+//
+// The file is opened through the journaled driver (hdf/hdf_Journal.h): it changes on disk only
+// when it is committed, at a checkpoint, at the record store's commits and when it closes, so a
+// kill at any moment leaves the state of the last commit.  Loading trusts "Context attributes"
+// as the truth of what the file holds: a root member named by a serial at or beyond the stored
+// next serial was made after the state the file records (by a writer that committed its HDF5
+// objects without writing the context back) and is neither opened nor loaded; a writable open
+// removes it, so that its name can be handed out again.
 //
 // Every method that touches the file may throw hdf_Exception; the manager turns an escaping
 // exception into a printed message and an assertion failure.
@@ -64,8 +74,12 @@ public:
     // result the file is released again and the context holds nothing.
     int Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheManager& allocator);
     // Write-back (when the file is writable), then releases every HDF5 object the context
-    // holds.
+    // holds; the file commits what the close wrote when HDF5 lets it go.
     void Close();
+    // A checkpoint: writes back everything a later open needs and commits the file; with `sync`
+    // the file is on stable storage when it returns.  The context must be writable.  Throws
+    // hdf_Exception on a storage failure, after which the file still holds the previous commit.
+    void Checkpoint(bool sync);
 
     const VelContextID& ID() const { return m_myID; }
     const cow_String& Name() const { return m_name; }
@@ -117,12 +131,14 @@ private:
     };
 
     void Load();
-    std::vector<TypedMember> TypedMembers(long long numObjects) const;
+    std::vector<TypedMember> TypedMembers(long long numObjects);
+    void RemoveUncommitted();
     void LoadObject(const TypedMember& member);
     void CreateRecordStore();
     void OpenRecordStore();
     hdf_Group OpenStoreGroup(const char* name, int kind) const;
     void WriteBack();
+    void WriteContextAttributes();
     int ObjectCount() const;
 
     VelContextID m_myID;
@@ -131,6 +147,11 @@ private:
     bool m_readOnly;
     std::optional<mem_CachePool> m_pool;
     int m_nextID;
+    // "Context attributes" as the file holds them, so that a write-back that changes nothing
+    // writes nothing.
+    int m_storedAttributes[2] = {-1, -1};
+    // Root members made after the state the file records; a writable open removes them.
+    std::vector<cow_String> m_uncommitted;
     // Keyed by color 0 IDs.
     VelAutoBtree<VelCollectionID, VelAutoPtr<VelCollection>> m_collectionMap;
     VelAutoBtree<VelDistributionID, VelAutoPtr<VelDistribution>> m_distributionMap;

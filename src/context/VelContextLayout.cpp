@@ -1,5 +1,8 @@
 #include "context/VelContextLayout.h"
 
+#include <cstdint>
+#include <string>
+
 #include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_DimSpace.h"
 
@@ -38,6 +41,21 @@ bool VelContextLayout::ReadTypeIfAny(const hdf_Group& group, int& kind, int& min
     const hdf_Attribute type = probe.AttributeOpen(e_Type);
     if (type.IsEmpty()) return false;
     ReadPair(type, kind, minor);
+    return true;
+}
+
+bool VelContextLayout::NumberOfName(const cow_String& name, int& number) {
+    const std::string& text = name.str();
+    if (text.size() != 8) return false;
+    uint32_t value = 0;
+    for (char c : text) {
+        int digit = -1;
+        if (c >= '0' && c <= '9') digit = c - '0';
+        if (c >= 'A' && c <= 'F') digit = c - 'A' + 10;
+        if (digit < 0) return false;
+        value = value << 4 | static_cast<uint32_t>(digit);
+    }
+    number = static_cast<int>(value);
     return true;
 }
 

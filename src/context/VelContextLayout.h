@@ -3,6 +3,7 @@
 
 #include "vel/hdf/hdf_Dataset.h"
 #include "vel/hdf/hdf_Group.h"
+#include "vel/platform/cow_String.h"
 
 // The root layout of a database file.  Every object of a context hangs directly under the root
 // group:
@@ -41,6 +42,9 @@ struct VelContextLayout {
     static void ReadType(const hdf_Group& group, int& kind, int& minor);
     // The same for a group that may carry no "type" at all: false then.
     static bool ReadTypeIfAny(const hdf_Group& group, int& kind, int& minor);
+
+    // The number a group name made by VelIdAsString stands for: false for any other name.
+    static bool NumberOfName(const cow_String& name, int& number);
 
     // Creates "Context attributes" under `root` holding `values`.
     static void CreateContextAttributes(const hdf_Group& root, const int values[2]);

@@ -1,5 +1,6 @@
 #include "context/VelDistribution.h"
 
+#include <algorithm>
 #include <climits>
 #include <string>
 
@@ -74,7 +75,7 @@ VelAutoPtr<VelDistribution> VelDistribution::Open(const VelContext& context, con
     const VelRangeType rangeType = ReadRangeType(context, group);
     VelAutoPtr<VelDistribution> distribution(
         new VelDistribution(id, group, grid, rangeType, context.IsReadOnly()));
-    distribution->m_nextDrawer = ReadNextDrawer(group);
+    distribution->m_nextDrawer = distribution->m_storedNextDrawer = ReadNextDrawer(group);
     distribution->LoadDrawers();
     return distribution;
 }
@@ -153,9 +154,15 @@ int VelDistribution::ReadNextDrawer(const hdf_Group& group) {
 // alone.  The groups are not kept open (see the class comment).
 void VelDistribution::LoadDrawers() {
     const hsize_t n = m_group.GetNumObjs();
+    std::vector<cow_String> uncommitted;
     for (hsize_t i = 0; i < n; ++i) {
-        if (m_group.GetObjtypeByIdx(i) != hdf_Group::ObjectTypeGroup) continue;
         const cow_String name = m_group.GetObjnameByIdx(i);
+        int named = -1;
+        if (VelContextLayout::NumberOfName(name, named) && (named < 0 || named >= m_nextDrawer)) {
+            uncommitted.push_back(name);
+            continue;
+        }
+        if (m_group.GetObjtypeByIdx(i) != hdf_Group::ObjectTypeGroup) continue;
         int kind = -1;
         int number = -1;
         if (!VelContextLayout::ReadTypeIfAny(m_group.GroupOpen(name.c_str()), kind, number))
@@ -176,6 +183,8 @@ void VelDistribution::LoadDrawers() {
                             where + " is not named by its drawer number " + std::to_string(number));
         m_drawers.Insert(VelIDAccess::MakeDrawerID(m_id, number), hdf_Group(), false);
     }
+    if (!m_readOnly)
+        for (const cow_String& name : uncommitted) m_group.Unlink(name.c_str());
 }
 
 // ---- the drawer catalogue -----------------------------------------------------------------
@@ -213,6 +222,7 @@ void VelDistribution::RequireDrawer(const VelDrawerID& drawer) const {
 
 hdf_Group VelDistribution::DrawerGroup(const VelDrawerID& drawer) {
     RequireDrawer(drawer);
+    NoteUse(drawer);
     hdf_Group& group = m_drawers.Get(drawer);
     if (group.IsEmpty())
         group = VelGuardStorage(
@@ -226,8 +236,35 @@ void VelDistribution::CloseDrawer(const VelDrawerID& drawer) {
     VelGuardStorage([&] { m_drawers.Get(drawer).Nullify(); });
 }
 
-VelDrawerAttachment* VelDistribution::DrawerAttachment(const VelDrawerID& drawer) const {
-    return m_attachments.IsMember(drawer) ? m_attachments.Get(drawer).Get() : nullptr;
+VelDrawerAttachment* VelDistribution::DrawerAttachment(const VelDrawerID& drawer) {
+    if (!m_attachments.IsMember(drawer)) return nullptr;
+    NoteUse(drawer);
+    return m_attachments.Get(drawer).Get();
+}
+
+std::vector<VelDrawerID>::iterator VelDistribution::FindRecent(const VelDrawerID& drawer) {
+    return std::find_if(m_recent.begin(), m_recent.end(),
+                        [&](const VelDrawerID& used) { return used.Compare(drawer) == 0; });
+}
+
+void VelDistribution::NoteUse(const VelDrawerID& drawer) {
+    const auto found = FindRecent(drawer);
+    if (found != m_recent.end()) {
+        std::rotate(m_recent.begin(), found, found + 1);
+        return;
+    }
+    if (m_recent.size() == e_OpenDrawersKept) m_recent.pop_back();
+    m_recent.insert(m_recent.begin(), drawer);
+}
+
+// Runs between calls, never inside a transfer, so no drawer it closes is in use.
+void VelDistribution::CloseUnusedDrawers() {
+    std::vector<VelDrawerID> open;
+    VelBtreeIterator<VelDrawerID, hdf_Group> it(m_drawers);
+    for (it.First(); !it.IsDone(); it.Next())
+        if (!it.CurrentValue().IsEmpty() && FindRecent(it.CurrentKey()) == m_recent.end())
+            open.push_back(it.CurrentKey());
+    for (const VelDrawerID& drawer : open) CloseDrawer(drawer);
 }
 
 void VelDistribution::SetDrawerAttachment(const VelDrawerID& drawer,
@@ -236,11 +273,13 @@ void VelDistribution::SetDrawerAttachment(const VelDrawerID& drawer,
     m_attachments.Insert(drawer, std::move(attachment), true);
 }
 
-void VelDistribution::WriteNextDrawer() const {
+void VelDistribution::WriteNextDrawer() {
     VelStoredInts::WriteAttribute(m_group, e_Attributes, &m_nextDrawer, 1);
+    m_storedNextDrawer = m_nextDrawer;
 }
 
 void VelDistribution::Flush() {
-    if (m_readOnly) return;
+    CloseUnusedDrawers();
+    if (m_readOnly || m_nextDrawer == m_storedNextDrawer) return;
     VelGuardStorage([&] { WriteNextDrawer(); });
 }

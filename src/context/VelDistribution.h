@@ -1,6 +1,8 @@
 #ifndef VEL_CONTEXT_VELDISTRIBUTION_H
 #define VEL_CONTEXT_VELDISTRIBUTION_H
 
+#include <vector>
+
 #include "vel/context/VelDistributionID.h"
 #include "vel/context/VelGrid.h"
 #include "vel/context/VelRangeType.h"
@@ -36,12 +38,16 @@ public:
 // carrying "type" [3, number]; what a drawer holds is the drawer layer's.  Numbers start at 1
 // and are never reused: a standard drawer takes the next number and raises it by 1, a sparse
 // drawer raises it by 2 because its index dataset is named by its number plus one.  The next
-// number is written to the file as soon as it is raised, so every drawer group in the file has
-// a number below the stored one; loading checks that.
+// number is written as soon as it is raised, so it reaches the file in the same commit as the
+// drawer.  A drawer group named by a number at or beyond the stored one was made after the state
+// the file records: loading passes it over by its name, without opening it, and a writable open
+// removes it so that its number can be handed out again.
 //
 // The catalogue lists every drawer; a drawer's group stays open from the first time the drawer
 // layer asks for it until CloseDrawer, so that reopening a distribution with many drawers holds
-// no HDF5 identifiers for drawers nobody uses.
+// no HDF5 identifiers for drawers nobody uses.  A flush lets go of all but the most recently
+// used drawers: a writer that makes a drawer per step and checkpoints after each does not keep
+// every step's datasets open (HDF5 visits every open dataset at every flush).
 //
 // Every method that touches the file turns an hdf_Exception into its message on standard output
 // and the assertion "0", except Open, whose caller (the context's load) does the same.
@@ -87,11 +93,16 @@ public:
     // Lets go of the drawer's group and attachment; the drawer stays in the catalogue.
     void CloseDrawer(const VelDrawerID& drawer);
     // The drawer layer's attachment to one of this distribution's drawers, null until it is set.
-    VelDrawerAttachment* DrawerAttachment(const VelDrawerID& drawer) const;
+    // Asking for it counts as a use of the drawer.
+    VelDrawerAttachment* DrawerAttachment(const VelDrawerID& drawer);
     void SetDrawerAttachment(const VelDrawerID& drawer, VelAutoPtr<VelDrawerAttachment> attachment);
 
-    // Rewrites "Distribution attributes" when the file is writable.
+    // Rewrites "Distribution attributes" when the file is writable and the number is not the
+    // stored one, and closes the drawers not among the most recently used.
     void Flush();
+
+    // How many drawers a flush keeps open.
+    static constexpr size_t e_OpenDrawersKept = 8;
 
 private:
     VelDistribution(const VelDistributionID& id, const hdf_Group& group, const VelGrid& grid,
@@ -101,15 +112,21 @@ private:
     static VelRangeType ReadRangeType(const VelContext& context, const hdf_Group& group);
     static int ReadNextDrawer(const hdf_Group& group);
     void LoadDrawers();
-    void WriteNextDrawer() const;
+    void WriteNextDrawer();
     void RequireDrawer(const VelDrawerID& drawer) const;
+    std::vector<VelDrawerID>::iterator FindRecent(const VelDrawerID& drawer);
+    void NoteUse(const VelDrawerID& drawer);
+    void CloseUnusedDrawers();
 
     VelDistributionID m_id;
     hdf_Group m_group;
     VelGrid m_grid;
     VelRangeType m_rangeType;
     int m_nextDrawer = e_FirstDrawerNumber;
+    int m_storedNextDrawer = e_FirstDrawerNumber;
     bool m_readOnly;
+    // The most recently used drawers, newest first, at most e_OpenDrawersKept.
+    std::vector<VelDrawerID> m_recent;
     // Every drawer, with its group while it is open (an empty group otherwise).
     VelBtree<VelDrawerID, hdf_Group> m_drawers;
     // Declared after the groups, so that attachments go first.

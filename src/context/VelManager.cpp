@@ -65,6 +65,14 @@ void VelManager::CloseContext(VelContextID id) {
     Running().Close(id);
 }
 
+void VelManager::FlushContext(const VelContextID& id) {
+    Running().Checkpoint(id, false);
+}
+
+void VelManager::SyncContext(const VelContextID& id) {
+    Running().Checkpoint(id, true);
+}
+
 VelContextID VelManager::NextID(bool isTemp) {
     // The all-ones value is the null context: the counter must never reach it.
     VelASSERT(m_contextCounter < VelContextID::e_NullValue);
@@ -118,6 +126,20 @@ void VelManager::Close(const VelContextID& id) {
         VelASSERT(0);
     }
     map.Remove(id);
+}
+
+void VelManager::Checkpoint(const VelContextID& id, bool sync) {
+    VelVALIDATE(!id.IsNull() && "A checkpoint needs the ID of an open context, not the null ID");
+    VelAutoPtr<VelContext>* found = (id.IsTemp() ? m_tempContexts : m_contexts).Find(id);
+    VelVALIDATE(found && "A checkpoint needs an open context: this one is closed or unknown");
+    VelContext& context = **found;
+    VelVALIDATE(!context.IsReadOnly() && "A context opened read-only cannot be checkpointed");
+    try {
+        context.Checkpoint(sync);
+    } catch (const hdf_Exception& e) {
+        VelPrintStorageFailure(e);
+        VelASSERT(0);
+    }
 }
 
 VelContext* VelManager::Find(unsigned value) const {

@@ -1,10 +1,13 @@
 #include "vel/hdf/hdf_File.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "hdf/hdf_Here.h"
+#include "hdf/hdf_Journal.h"
 
 namespace {
 
@@ -214,6 +217,27 @@ hdf_File hdf_File::Open_NoThrow(const char* name, OpenFlags flags, char* userBlo
 hdf_File hdf_File::Open_NoThrow(const char* name, OpenFlags flags,
                                 const hdf_PropListFileAccess& access, char* userBlock, int length) {
     return OpenImpl(name, flags, access.ID(), userBlock, length);
+}
+
+// A journaled file is synced by its commit, in the order a power loss needs; a file of the
+// default driver is flushed and then synced through its descriptor.
+void hdf_File::Sync() const {
+    if (H5Fflush(GetFileID(), H5F_SCOPE_LOCAL) < 0) throw hdf_Exception(HDF_HERE, true);
+    if (hdf_Journal::IsJournaled(GetFileID())) {
+        hdf_Journal::Commit(GetFileID(), true);
+        return;
+    }
+    const hid_t access = H5Fget_access_plist(GetFileID());
+    if (access < 0) throw hdf_Exception(HDF_HERE, true);
+    const hid_t driver = H5Pget_driver(access);
+    H5Pclose(access);
+    if (driver != H5FD_SEC2) return;
+    void* handle = nullptr;
+    if (H5Fget_vfd_handle(GetFileID(), H5P_DEFAULT, &handle) < 0)
+        throw hdf_Exception(HDF_HERE, true);
+    if (fsync(*static_cast<int*>(handle)) != 0)
+        throw hdf_Exception(HDF_HERE, hdf_ErrorCode::MajorFile, hdf_ErrorCode::MinorCantFlush,
+                            std::strerror(errno));
 }
 
 bool hdf_File::IsHdf5(const char* name) {

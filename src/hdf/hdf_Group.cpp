@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "hdf/hdf_Here.h"
+#include "hdf/hdf_Journal.h"
 
 namespace {
 
@@ -113,8 +114,18 @@ void hdf_Group::CreateLink(const hdf_Dataset& target, const char* newName, LinkT
     LinkTo(target.ID(), type == LinkTypeSoft ? target.Path().c_str() : ".", newName, type);
 }
 
+// A file of the journaled driver holds what HDF5 wrote only once it is committed.
 void hdf_Group::Flush() const {
-    Succeeded(H5Fflush(ID(), H5F_SCOPE_LOCAL), HDF_HERE);
+    if (!Succeeded(H5Fflush(ID(), H5F_SCOPE_LOCAL), HDF_HERE)) return;
+    try {
+        hdf_Journal::Commit(ID(), false);
+    } catch (const hdf_Exception& error) {
+        Fail(error);
+    }
+}
+
+void hdf_Group::Unlink(const char* name) const {
+    Succeeded(H5Gunlink(ID(), name), HDF_HERE);
 }
 
 hsize_t hdf_Group::GetNumObjs() const {

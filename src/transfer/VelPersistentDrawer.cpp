@@ -349,7 +349,6 @@ void VelPersistentDrawer::CreateDatasets(const NewDrawer& request, VelTypeKey ra
 
 void VelPersistentDrawer::Complete() {
     VelGuardDrawer("!\"Create drawer failed\"", [&] {
-        m_group.Flush();
         const std::vector<int> ints = m_desc.StoredAttributes();
         m_attributes.Write(hdf_Datatype::NATIVE_INT(), ints.data());
         m_attributes = hdf_Attribute();

@@ -33,8 +33,9 @@
 //                         named by number + 1: the z column indices, then r + 1 row starts
 //
 // "Drawer attributes" is created with the datasets but its values are written last, after the
-// values and a flush: a drawer whose creation was cut short describes no CSet and is refused
-// when it is opened, rather than read as if it were complete.
+// values: a drawer whose creation failed describes no CSet and is refused when it is opened,
+// rather than read as if it were complete.  The file changes only when it is committed, between
+// calls (see VelContext), so a kill never leaves a drawer half made.
 //
 // Values are stored in the element type of the distribution's range: native int for Int,
 // CMember, CSet and OCSet, native double, native float, and one unsigned byte for Bool.

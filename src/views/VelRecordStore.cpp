@@ -6,6 +6,7 @@
 
 #include "context/VelContextLayout.h"
 #include "context/VelManagerAccess.h"
+#include "hdf/hdf_Journal.h"
 #include "vel/core/VelAssert.h"
 #include "views/VelStoreIO.h"
 #include "views/VelViewRepr.h"
@@ -58,8 +59,16 @@ void VelRecordStore::CommitSerials() {
     VelStoreIO::WriteInt64Dataset(m_root, e_Serials, &m_nextSerial, 1);
 }
 
+void VelRecordStore::BeginCommit() {
+    hdf_Journal::BeginCommit(m_file.GetFileID());
+}
+
 void VelRecordStore::Flush() {
-    m_file.Flush();
+    VelManagerAccess::Get(m_contextID.Value()).Checkpoint(false);
+}
+
+void VelRecordStore::WriteBack() {
+    if (m_writable) CommitSerials();
 }
 
 cow_String VelRecordStore::ViewName(const cow_String& formName, int level, int edition) {

@@ -53,9 +53,10 @@
 // view the first time the new view changes it, so published views are never written again.
 //
 // Commit order: strings, then table rows, then the catalogue and "recordCounts", then the serial
-// counter, then HDF5's buffers are flushed.  Rows appended by a commit that did not finish lie
-// beyond the committed counts and are never read; rows changed in place are not protected, as
-// HDF5 offers no atomic update across objects.
+// counter, then the context is checkpointed.  Everything a commit writes reaches the file in one
+// step (the file's journal, hdf/hdf_Journal.h): a kill leaves the file as it was before the
+// commit or as it is after it, rows changed in place included.  Rows beyond the committed counts
+// are never read, so a table may hold rows of a commit that failed.
 //
 // A storage failure has no error return, here as in the bulk-data layers: every operation that
 // touches the file runs under VelGuardStorage.
@@ -91,8 +92,12 @@ public:
     int64_t NextSerial();
     int64_t SerialLimit() const { return m_nextSerial; }
     void CommitSerials();
-    // Writes HDF5's buffers to the file.
+    // Starts a commit: from here every write reaches the file only with Flush.
+    void BeginCommit();
+    // Ends a commit with a checkpoint of the whole context.
     void Flush();
+    // The context's write-back: the serial counter.
+    void WriteBack() override;
 
     // The greatest edition of a published view of that form and level, or -1.
     int LatestPublishedEdition(const cow_String& formName, int level) const;

@@ -336,6 +336,7 @@ void VelTransactionRepr::Commit() {
     }
     VelVALIDATE(store.IsWritable() && "The database is open read-only");
     VelGuardStorage([&] {
+        store.BeginCommit();
         std::map<int, std::vector<unsigned char>> pairRows;
         for (auto& changed : m_Changes) {
             const VelRecHandle<VelAssociationRepr>& pairs = changed.second.pairs;

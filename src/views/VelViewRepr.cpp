@@ -66,6 +66,7 @@ VelRecHandle<VelViewRepr> VelViewRepr::Create(VelRecordStore& store, int kind,
     repr.m_mutable = true;
     if (ancestorSnapshot) repr.SetAncestorSchema(ancestorSnapshot);
     VelGuardStorage([&] {
+        store.BeginCommit();
         repr.CreateGroup(snapshot);
         if (ancestor) {
             repr.InheritFrom(*ancestor);
@@ -345,6 +346,7 @@ void VelViewRepr::Publish() {
     m_published = true;
     m_mutable = false;
     VelGuardStorage([&] {
+        store.BeginCommit();
         WriteViewAttribute(false);
         store.Flush();
         return 0;

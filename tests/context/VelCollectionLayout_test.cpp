@@ -179,7 +179,7 @@ TEST_F(VelCollectionLayoutTest, TableGrowsBy256RecordsAfterThe257thCSet) {
         RawFile raw(m_file.str(), H5F_ACC_RDONLY);
         EXPECT_EQ(RawTable(raw, "00000000").Read().size(), 256u);
     }
-    coll.Flush(false);
+    coll.Flush(true);
     {
         RawFile raw(m_file.str(), H5F_ACC_RDONLY);
         const std::vector<Record> table = RawTable(raw, "00000000").Read();

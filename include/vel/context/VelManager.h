@@ -36,6 +36,34 @@ public:
     // Writes the context back and closes its file; an ID that is not open is ignored.
     static void CloseContext(VelContextID id);
 
+    // Checkpoints.  A database file changes on disk only when it is committed: at a checkpoint,
+    // when a transaction commits, when a view is created or published, at hdf_File::Flush and
+    // VelCollectionRef::Flush(true), and when the context closes.  A commit reaches the file in
+    // one step that no kill can split, so a process killed at any moment leaves a file that
+    // opens with the state of its last commit; what was made after it is not there.
+    //
+    // FlushContext writes back everything the context holds that a later open needs ("Context
+    // attributes", every collection's attributes and index table, every distribution's drawer
+    // catalogue, the record store's serial counter) and commits the file.  It costs what changed
+    // since the last commit: a checkpoint after which nothing changed writes nothing.  It
+    // survives the death of the process (a kill, a crash, the batch system), not the loss of
+    // the machine: the operating system may still hold the file's data in memory.
+    //
+    // SyncContext does the same and then forces the file to stable storage (fsync, in the
+    // order a power loss needs).  After a power loss the file holds the state of the last
+    // SyncContext, provided that no commit without a sync followed it: such a commit may have
+    // reached the disk only in part, and the file may then be unreadable.  A writer that must
+    // survive a power loss syncs at every checkpoint, and closes its context after a sync.
+    //
+    // Values written in place into an existing drawer (the overwrite policy) go to the file as
+    // they are written: a drawer being rewritten at the kill keeps whatever had reached the file.
+    //
+    // The context must be open and writable (validations, nothing written otherwise).  A storage
+    // failure during a checkpoint (a full disk) prints its message on standard output and stops
+    // the process with the assertion "0"; the file keeps its previous commit.
+    static void FlushContext(const VelContextID& id);
+    static void SyncContext(const VelContextID& id);
+
     ~VelManager() override;
 
 private:
@@ -49,6 +77,7 @@ private:
                         bool isTemp);
     VelContextID Open(const char* fileName, hdf_File::OpenFlags flags, int schemaVersion);
     void Close(const VelContextID& id);
+    void Checkpoint(const VelContextID& id, bool sync);
     VelContextID NextID(bool isTemp);
     VelContext* Find(unsigned value) const;
     VelContext* FindByName(const char* fileName) const;

@@ -61,6 +61,9 @@ public:
     bool IsReadOnly() const { return m_readOnly; }
     // The file identifier (the same as GetID() while the object is whole).
     hid_t GetFileID() const { return m_file.GetID(); }
+    // Flush, then forces the file's data to stable storage (fsync), so that what the file
+    // holds survives a power loss too.  Throws hdf_Exception on failure.
+    void Sync() const;
     // Releases both references.
     void Nullify();
 

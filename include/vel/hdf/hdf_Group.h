@@ -54,8 +54,11 @@ public:
     void CreateLink(const hdf_Group& target, const char* newName, LinkType type) const;
     void CreateLink(const hdf_Dataset& target, const char* newName, LinkType type) const;
 
-    // Writes the file's buffers out.
+    // Writes the file's buffers out.  A database file opened by a context is then committed: a
+    // kill of the process after Flush returns leaves the file as HDF5 held it here.
     void Flush() const;
+    // Removes the member `name` (the object goes when nothing else links to it).
+    void Unlink(const char* name) const;
     hsize_t GetNumObjs() const;
     cow_String GetObjnameByIdx(hsize_t index) const;
     ObjectType GetObjtypeByIdx(hsize_t index) const;

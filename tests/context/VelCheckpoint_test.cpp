@@ -1,0 +1,232 @@
+// Checkpoints as the file on disk shows them: what a checkpoint makes durable is in the file
+// while the context stays open, what came after it is not, a checkpointed and closed file is the
+// same database as one never checkpointed, and loading passes over objects beyond the state the
+// file records.  Kills at random moments are VelCheckpointCrash_test's.
+
+#include <hdf5.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "VelStoredObjectsTest.h"
+#include "context/VelIDAccess.h"
+#include "vel/context/VelCSet.h"
+#include "vel/context/VelDistributionRef.h"
+#include "vel/context/VelGrid.h"
+#include "vel/context/VelRangeType.h"
+#include "vel/transfer/VelTransfer.h"
+
+namespace {
+
+using Ints = std::vector<int>;
+
+std::vector<char> Bytes(const std::string& name) {
+    std::ifstream in(name, std::ios::binary);
+    return std::vector<char>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class VelCheckpointTest : public VelStoredObjectsTest {
+protected:
+    VelDistributionID First() const { return Ref().Distributions()[0]; }
+
+    // A double distribution over collections 0 (10 members) and 1 (20 members).
+    VelDistributionID MakeDistribution() {
+        return Ref().CreateDistribution(VelGrid(TestArray({Collection(0), Collection(1)})),
+                                        VelRangeType(VelTypeKeyDouble));
+    }
+
+    // A new drawer over member `row` of collection 0 and every member of collection 1, holding
+    // step + column / 100.
+    void WriteStep(const VelDistributionID& distribution, int row, double step) {
+        const VelCollectionRef rows(Collection(0));
+        const VelCSetID cset = rows.CreateCSet(&row, 1);
+        std::vector<double> values(20);
+        for (int c = 0; c < 20; ++c) values[static_cast<size_t>(c)] = step + c / 100.0;
+        VelTransfer transfer{VelDistributionRef(distribution)};
+        transfer.SetMakeNewDrawer().SetBufferPadding(false).SetDims(
+            cset, VelCollectionRef(Collection(1)).BiggestCSetID());
+        transfer.CheckView();
+        transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
+        transfer.ExecWrite();
+        transfer.RelinquishBuffers();
+    }
+
+    // Row `row` of the distribution as the newest drawer holding it gives it.
+    std::vector<double> ReadStep(const VelDistributionID& distribution, int row) {
+        std::vector<double> values(20);
+        VelTransfer transfer{VelDistributionRef(distribution)};
+        transfer.SetRead().SetBufferPadding(false).SetDimOrdinalRange(0, Collection(0), row, row);
+        transfer.SetDim(1, VelCollectionRef(Collection(1)).BiggestCSetID());
+        transfer.CheckView();
+        transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
+        transfer.ExecRead();
+        transfer.RelinquishBuffers();
+        return values;
+    }
+
+    // The same database written twice, with and without checkpoints.
+    void WriteSteps(bool checkpoint) {
+        const VelDistributionID d = MakeDistribution();
+        for (int s = 0; s < 6; ++s) {
+            WriteStep(d, s, s);
+            if (s == 2) Ref().CreateCollection(7 + s);
+            if (checkpoint && s % 2 == 0) VelManager::FlushContext(m_context);
+            if (checkpoint && s == 3) VelManager::SyncContext(m_context);
+        }
+        VelCollectionRef(Collection(2)).ExtendSpace(5);
+    }
+};
+using VelCheckpointDeathTest = VelCheckpointTest;
+
+TEST_F(VelCheckpointTest, TheFileHoldsTheLastCheckpointWhileTheContextStaysOpen) {
+    const VelDistributionID d = MakeDistribution();
+    WriteStep(d, 0, 10);
+    VelManager::FlushContext(m_context);
+    // Made after the checkpoint: in the context, not in the file.
+    WriteStep(d, 1, 11);
+    const VelCollectionID late = Ref().CreateCollection(4);
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDONLY);
+        EXPECT_EQ(raw.ReadInts("Context attributes"), (Ints{4, 12}));
+        EXPECT_EQ(raw.ReadIntAttribute("00000003", "Distribution attributes"), (Ints{2}));
+        EXPECT_EQ(H5Lexists(raw.id(), "00000003/00000002", H5P_DEFAULT), 0);
+        EXPECT_EQ(H5Lexists(raw.id(), "00000004", H5P_DEFAULT), 0);
+    }
+    VelManager::SyncContext(m_context);
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDONLY);
+        EXPECT_EQ(raw.ReadInts("Context attributes"), (Ints{5, 13}));
+        EXPECT_EQ(raw.ReadIntAttribute("00000004", "Collection attributes"), (Ints{4, 2, 1}));
+        EXPECT_GT(H5Lexists(raw.id(), "00000003/00000002", H5P_DEFAULT), 0);
+    }
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    EXPECT_EQ(ReadStep(First(), 0)[19], 10.19);
+    EXPECT_EQ(ReadStep(First(), 1)[3], 11.03);
+    EXPECT_EQ(VelCollectionRef(Again(late)).Space(), 4);
+}
+
+TEST_F(VelCheckpointTest, ACheckpointWithNothingChangedWritesNothing) {
+    const VelDistributionID d = MakeDistribution();
+    WriteStep(d, 0, 1);
+    VelManager::FlushContext(m_context);
+    const std::vector<char> before = Bytes(m_file.str());
+    VelManager::FlushContext(m_context);
+    VelManager::SyncContext(m_context);
+    EXPECT_EQ(Bytes(m_file.str()), before);
+}
+
+// Every CSet of every collection of the open context, as its members.
+std::vector<std::vector<int>> AllCSets(const VelContextRef& context) {
+    std::vector<std::vector<int>> sets;
+    const VelArray<VelCollectionID> collections = context.Collections();
+    for (int k = 0; k < collections.Size(); ++k) {
+        const VelCollectionID& c = collections[k];
+        for (int i = 0; i < VelCollectionRef(c).NumCSets(); ++i) {
+            const VelCSet set(TestCSet(c, i));
+            std::vector<int> members(static_cast<size_t>(set.Size()));
+            set.Members(members.data());
+            sets.push_back(members);
+        }
+    }
+    return sets;
+}
+
+// The database a checkpointed writer leaves at its close is the one it would have left without
+// checkpoints, object for object and value for value, and the signature block is untouched.
+// Only where an index set lies inside "IndexSets" may differ: a collection's full set is stored
+// by its first write-back, which a checkpoint brings forward.
+TEST_F(VelCheckpointTest, CheckpointsLeaveTheSameDatabaseAtClose) {
+    WriteSteps(true);
+    const std::vector<std::vector<int>> checkpointedSets = AllCSets(Ref());
+    Close();
+    VelTempFile plain("plain");
+    m_context = VelManager::CreateContext(plain.c_str(), hdf_File::CreateFlagsTruncate, 3);
+    m_collections.clear();
+    for (int size : {10, 20, 30}) m_collections.push_back(Ref().CreateCollection(size));
+    WriteSteps(false);
+    EXPECT_EQ(AllCSets(Ref()), checkpointedSets);
+    Close();
+    std::string command = "h5diff -q";
+    for (const char* collection : {"00000000", "00000001", "00000002", "00000004"})
+        for (const char* dataset : {"IndexSets", "IndexSet index table"})
+            command += std::string(" --exclude-path '/") + collection + "/" + dataset + "'";
+    command += " " + m_file.str() + " " + plain.str();
+    EXPECT_EQ(std::system(command.c_str()), 0) << command;
+    const std::vector<char> checkpointed = Bytes(m_file.str());
+    const std::vector<char> unchecked = Bytes(plain.str());
+    ASSERT_GE(checkpointed.size(), 512u);
+    ASSERT_GE(unchecked.size(), 512u);
+    EXPECT_TRUE(std::equal(checkpointed.begin(), checkpointed.begin() + 512, unchecked.begin()));
+}
+
+// Objects named by serials the stored counter never handed out were made after the state the
+// file records (by a writer that committed HDF5 objects without writing the context back).  They
+// are passed over without being opened, whatever they hold, and a writable open removes them so
+// that their serials can be handed out again.
+TEST_F(VelCheckpointTest, ObjectsBeyondTheStoredCounterArePassedOverAndRemoved) {
+    Close();
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        // A collection without its attributes, and a member that is not even a group.
+        raw.MakeTypedGroup("00000003", {0, 3});
+        raw.WriteInts("00000005", {1, 2, 3});
+    }
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    EXPECT_EQ(Ref().Collections().Size(), 3);
+    Close();
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDONLY);
+        EXPECT_GT(H5Lexists(raw.id(), "00000003", H5P_DEFAULT), 0);
+    }
+    Reopen();
+    EXPECT_EQ(Ref().Collections().Size(), 3);
+    const VelCollectionID reused = Ref().CreateCollection(6);
+    EXPECT_EQ(reused.Minor().Value(), 3);
+    Close();
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDONLY);
+        EXPECT_EQ(raw.ReadIntAttribute("00000003", "Collection attributes"), (Ints{6, 2, 1}));
+        EXPECT_EQ(H5Lexists(raw.id(), "00000005", H5P_DEFAULT), 0);
+    }
+}
+
+// ExtendSpace rewrites the full set's stored range in place, and that write may reach the file
+// before the checkpoint that stores the new size: the full set is every member of the stored
+// size, whatever its stored range says.
+TEST_F(VelCheckpointTest, TheFullSetFollowsTheStoredSize) {
+    VelCollectionRef(Collection(0)).ExtendSpace(15);
+    Close();
+    WriteIntAttribute("00000000", "Collection attributes", {10, 2, 1});
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    const VelCSet full(VelCollectionRef(Collection(0)).BiggestCSetID());
+    EXPECT_EQ(full.Size(), 10);
+    EXPECT_FALSE(full.IsMember(10));
+}
+
+TEST_F(VelCheckpointDeathTest, OnlyAnOpenWritableContextIsCheckpointed) {
+    ExpectValidateFailure(
+        VelManager::FlushContext(VelContextID()),
+        "!id.IsNull() && \"A checkpoint needs the ID of an open context, not the null ID\"");
+    const VelContextID unknown = VelIDAccess::MakeContextID(m_context.Value() + 5, false);
+    const std::string notOpen =
+        "found && \"A checkpoint needs an open context: this one is closed or unknown\"";
+    ExpectValidateFailure(VelManager::SyncContext(unknown), notOpen);
+    ExpectValidateFailure(
+        VelManager::FlushContext(VelIDAccess::MakeContextID(m_context.Value(), true)), notOpen);
+    const VelContextID closed = m_context;
+    Close();
+    ExpectValidateFailure(VelManager::FlushContext(closed), notOpen);
+
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    const std::vector<char> before = Bytes(m_file.str());
+    const std::string readOnly =
+        "!context.IsReadOnly() && \"A context opened read-only cannot be checkpointed\"";
+    ExpectValidateFailure(VelManager::FlushContext(m_context), readOnly);
+    ExpectValidateFailure(VelManager::SyncContext(m_context), readOnly);
+    EXPECT_EQ(Bytes(m_file.str()), before);
+}
+
+}  // namespace

@@ -1,0 +1,189 @@
+// The journaled driver: the file on disk changes only at commits, and a journal found at the end
+// of a file (a commit cut off after its journal was whole) is applied by a writable open and read
+// through by a read-only one, while a torn or damaged journal is ignored.  The journals of the
+// recovery tests are written here by hand in the driver's format, from two states of one file.
+
+#include "hdf/hdf_Journal.h"
+
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "VelTestSupport.h"
+#include "hdf_TestSupport.h"
+#include "vel/hdf/hdf_File.h"
+#include "vel/hdf/hdf_PropList.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+Bytes ReadFile(const std::string& name) {
+    std::ifstream in(name, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void WriteFile(const std::string& name, const Bytes& bytes) {
+    std::ofstream out(name, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
+}
+
+void PutWord(Bytes& out, uint64_t value) {
+    for (int i = 0; i < 8; ++i) out.push_back(static_cast<unsigned char>(value >> (8 * i)));
+}
+
+// The journal that turns `from` into `to`: one extent per run of differing bytes (everything
+// beyond the end of `from` differs), then the trailer with the FNV-1a checksum.
+Bytes JournalBetween(const Bytes& from, const Bytes& to) {
+    Bytes journal;
+    uint64_t count = 0;
+    size_t i = 0;
+    while (i < to.size()) {
+        if (i < from.size() && from[i] == to[i]) {
+            ++i;
+            continue;
+        }
+        size_t end = i;
+        while (end < to.size() && !(end < from.size() && from[end] == to[end])) ++end;
+        PutWord(journal, i);
+        PutWord(journal, end - i);
+        journal.insert(journal.end(), to.begin() + static_cast<long>(i),
+                       to.begin() + static_cast<long>(end));
+        ++count;
+        i = end;
+    }
+    for (char c : std::string("VelJrnl1")) journal.push_back(static_cast<unsigned char>(c));
+    PutWord(journal, count);
+    PutWord(journal, to.size());
+    PutWord(journal, journal.size() + 16);
+    uint64_t hash = 0xcbf29ce484222325ULL;
+    for (unsigned char byte : journal) {
+        hash ^= byte;
+        hash *= 0x100000001b3ULL;
+    }
+    PutWord(journal, hash);
+    return journal;
+}
+
+hdf_PropListFileAccess Journaled() {
+    hdf_PropListFileAccess access;
+    hdf_Journal::Use(access.ID());
+    return access;
+}
+
+class HdfJournalTest : public HdfTest {
+protected:
+    bool HasMember(const char* name, const char* member,
+                   const hdf_PropListFileAccess& access = hdf_PropListFileAccess()) {
+        const hdf_File file = hdf_File::Open(name, hdf_File::OpenFlagsReadOnly, access);
+        return file.GetObjinfoExists(member);
+    }
+
+    // State A: a group "first"; state B: "first" and "second" with a dataset of 10,000 ints.
+    void MakeStates() {
+        {
+            const hdf_File file =
+                hdf_File::Create(m_file.c_str(), hdf_File::CreateFlagsTruncate, Journaled());
+            file.GroupCreate("first", 0);
+        }
+        m_a = ReadFile(m_file.str());
+        {
+            const hdf_File file =
+                hdf_File::Open(m_file.c_str(), hdf_File::OpenFlagsReadWrite, Journaled());
+            const hdf_Group second = file.GroupCreate("second", 0);
+            std::vector<int> values(10000);
+            for (size_t i = 0; i < values.size(); ++i) values[i] = static_cast<int>(i * 7);
+            const int64_t n = static_cast<int64_t>(values.size());
+            const hdf_Dataset data = second.DatasetCreate(
+                "values", hdf_Datatype::NATIVE_INT(),
+                hdf_Dataspace::CreateSimple(hdf_DimSpaceInput(1, &n), hdf_DimSpace()));
+            data.Write(hdf_Datatype::NATIVE_INT(), hdf_Dataspace(), values.data());
+        }
+        m_b = ReadFile(m_file.str());
+        m_journal = JournalBetween(m_a, m_b);
+    }
+
+    Bytes Interrupted(const Bytes& journal) const {
+        Bytes bytes = m_a;
+        bytes.insert(bytes.end(), journal.begin(), journal.end());
+        return bytes;
+    }
+
+    VelTempFile m_file{"journal"};
+    Bytes m_a, m_b, m_journal;
+};
+
+TEST_F(HdfJournalTest, TheFileChangesOnlyAtCommits) {
+    const hdf_File file =
+        hdf_File::Create(m_file.c_str(), hdf_File::CreateFlagsTruncate, Journaled());
+    EXPECT_TRUE(hdf_Journal::IsJournaled(file.GetFileID()));
+    file.GroupCreate("first", 0);
+    file.Flush();
+    const Bytes committed = ReadFile(m_file.str());
+    EXPECT_TRUE(HasMember(m_file.c_str(), "first"));
+
+    // HDF5 writes its buffers, but below the committed end nothing changes and an ordinary
+    // reader still sees the committed state.
+    file.GroupCreate("second", 0).GroupCreate("inner", 0);
+    ASSERT_GE(H5Fflush(file.GetFileID(), H5F_SCOPE_LOCAL), 0);
+    const Bytes flushed = ReadFile(m_file.str());
+    ASSERT_GE(flushed.size(), committed.size());
+    EXPECT_TRUE(std::equal(committed.begin(), committed.end(), flushed.begin()));
+    EXPECT_FALSE(HasMember(m_file.c_str(), "second"));
+
+    file.Sync();
+    EXPECT_TRUE(HasMember(m_file.c_str(), "second"));
+}
+
+TEST_F(HdfJournalTest, AWholeJournalIsAppliedByAWritableOpen) {
+    MakeStates();
+    ASSERT_NE(m_a, m_b);
+    WriteFile(m_file.str(), Interrupted(m_journal));
+    {
+        const hdf_File file =
+            hdf_File::Open(m_file.c_str(), hdf_File::OpenFlagsReadWrite, Journaled());
+        EXPECT_EQ(ReadFile(m_file.str()), m_b);
+        std::vector<int> values(10000);
+        file.DatasetOpen("second/values")
+            .Read(hdf_Datatype::NATIVE_INT(), hdf_Dataspace(), values.data());
+        EXPECT_EQ(values[9999], 9999 * 7);
+    }
+    EXPECT_TRUE(HasMember(m_file.c_str(), "second"));
+}
+
+TEST_F(HdfJournalTest, AReadOnlyOpenReadsThroughAWholeJournalAndLeavesTheFile) {
+    MakeStates();
+    const Bytes interrupted = Interrupted(m_journal);
+    WriteFile(m_file.str(), interrupted);
+    {
+        const hdf_File file =
+            hdf_File::Open(m_file.c_str(), hdf_File::OpenFlagsReadOnly, Journaled());
+        std::vector<int> values(10000);
+        file.DatasetOpen("second/values")
+            .Read(hdf_Datatype::NATIVE_INT(), hdf_Dataspace(), values.data());
+        EXPECT_EQ(values[1234], 1234 * 7);
+    }
+    EXPECT_EQ(ReadFile(m_file.str()), interrupted);
+}
+
+// A journal cut short, or one whose bytes changed, proves nothing: the file keeps its previous
+// state, and the writable open cuts the tail off at its close.
+TEST_F(HdfJournalTest, TornOrDamagedJournalsAreIgnored) {
+    MakeStates();
+    Bytes torn = m_journal;
+    torn.pop_back();
+    Bytes damaged = m_journal;
+    damaged[20] ^= 1;
+    Bytes noTrailer(m_journal.begin(), m_journal.end() - 40);
+    for (const Bytes& journal : {torn, damaged, noTrailer}) {
+        WriteFile(m_file.str(), Interrupted(journal));
+        EXPECT_FALSE(HasMember(m_file.c_str(), "second", Journaled()));
+        { hdf_File::Open(m_file.c_str(), hdf_File::OpenFlagsReadWrite, Journaled()); }
+        EXPECT_EQ(ReadFile(m_file.str()), m_a);
+    }
+}
+
+}  // namespace

@@ -234,6 +234,8 @@ int fem::WriteResults(const char* file) {
         const VelCSetID step = VelCollectionRef(steps).CreateCSetStrided(s, 1, 1, 1);
         WriteDrawer(displacement, step, allNodes, allComponents, u);
         WriteDrawer(stress, step, allElements, allStressComponents, StepStress(load));
+        // A checkpoint per load step: killed from here on, the run keeps every step so far.
+        VelManager::FlushContext(id);
     }
     std::printf("  displacement and stress: %d steps of %d x %d and %d x %d values\n", kSteps,
                 kNodes, kComponents, kElements, kStressComponents);

@@ -212,6 +212,7 @@ VelDrawerID VelDistribution::CreateDrawer(DrawerKind kind) {
         const hdf_Group group = m_group.GroupCreate(VelIdAsString(number).c_str(), 0);
         VelContextLayout::WriteType(group, VelObjectKindDrawer, number);
         m_drawers.Insert(drawer, group, false);
+        m_open.insert(drawer.Minor().Value());
     });
     return drawer;
 }
@@ -224,9 +225,11 @@ hdf_Group VelDistribution::DrawerGroup(const VelDrawerID& drawer) {
     RequireDrawer(drawer);
     NoteUse(drawer);
     hdf_Group& group = m_drawers.Get(drawer);
-    if (group.IsEmpty())
+    if (group.IsEmpty()) {
         group = VelGuardStorage(
             [&] { return m_group.GroupOpen(VelIdAsString(drawer.Minor().Value()).c_str()); });
+        m_open.insert(drawer.Minor().Value());
+    }
     return group;
 }
 
@@ -234,6 +237,7 @@ void VelDistribution::CloseDrawer(const VelDrawerID& drawer) {
     RequireDrawer(drawer);
     m_attachments.Remove(drawer);
     VelGuardStorage([&] { m_drawers.Get(drawer).Nullify(); });
+    m_open.erase(drawer.Minor().Value());
 }
 
 VelDrawerAttachment* VelDistribution::DrawerAttachment(const VelDrawerID& drawer) {
@@ -259,12 +263,13 @@ void VelDistribution::NoteUse(const VelDrawerID& drawer) {
 
 // Runs between calls, never inside a transfer, so no drawer it closes is in use.
 void VelDistribution::CloseUnusedDrawers() {
-    std::vector<VelDrawerID> open;
-    VelBtreeIterator<VelDrawerID, hdf_Group> it(m_drawers);
-    for (it.First(); !it.IsDone(); it.Next())
-        if (!it.CurrentValue().IsEmpty() && FindRecent(it.CurrentKey()) == m_recent.end())
-            open.push_back(it.CurrentKey());
-    for (const VelDrawerID& drawer : open) CloseDrawer(drawer);
+    if (m_open.size() <= m_recent.size()) return;
+    std::vector<VelDrawerID> unused;
+    for (int number : m_open) {
+        const VelDrawerID drawer = VelIDAccess::MakeDrawerID(m_id, number);
+        if (FindRecent(drawer) == m_recent.end()) unused.push_back(drawer);
+    }
+    for (const VelDrawerID& drawer : unused) CloseDrawer(drawer);
 }
 
 void VelDistribution::SetDrawerAttachment(const VelDrawerID& drawer,

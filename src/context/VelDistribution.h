@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELDISTRIBUTION_H
 #define VEL_CONTEXT_VELDISTRIBUTION_H
 
+#include <set>
 #include <vector>
 
 #include "vel/context/VelDistributionID.h"
@@ -125,8 +126,10 @@ private:
     int m_nextDrawer = e_FirstDrawerNumber;
     int m_storedNextDrawer = e_FirstDrawerNumber;
     bool m_readOnly;
-    // The most recently used drawers, newest first, at most e_OpenDrawersKept.
+    // The most recently used drawers, newest first, at most e_OpenDrawersKept, and the numbers
+    // of the drawers whose groups are open.
     std::vector<VelDrawerID> m_recent;
+    std::set<int> m_open;
     // Every drawer, with its group while it is open (an empty group otherwise).
     VelBtree<VelDrawerID, hdf_Group> m_drawers;
     // Declared after the groups, so that attachments go first.

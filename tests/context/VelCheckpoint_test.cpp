@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "VelStoredObjectsTest.h"
+#include "context/VelDistribution.h"
 #include "context/VelIDAccess.h"
 #include "vel/context/VelCSet.h"
 #include "vel/context/VelDistributionRef.h"
@@ -132,6 +133,22 @@ std::vector<std::vector<int>> AllCSets(const VelContextRef& context) {
         }
     }
     return sets;
+}
+
+// A writer that makes a drawer per step keeps a bounded number of them open across checkpoints
+// (HDF5 visits every open dataset at every flush), and reading an old step opens it again.
+TEST_F(VelCheckpointTest, CheckpointsLetGoOfDrawersNotInUse) {
+    const VelDistributionID d = MakeDistribution();
+    std::vector<ssize_t> openDatasets;
+    for (int s = 0; s < 10; ++s) {
+        WriteStep(d, s, s);
+        VelManager::FlushContext(m_context);
+        openDatasets.push_back(H5Fget_obj_count(H5F_OBJ_ALL, H5F_OBJ_DATASET));
+    }
+    EXPECT_EQ(openDatasets.back(), openDatasets[VelDistribution::e_OpenDrawersKept - 1]);
+    EXPECT_GT(openDatasets.back(), openDatasets.front());
+    EXPECT_EQ(ReadStep(d, 0)[5], 0.05);
+    EXPECT_EQ(ReadStep(d, 9)[5], 9.05);
 }
 
 // The database a checkpointed writer leaves at its close is the one it would have left without

@@ -340,6 +340,21 @@ bool Recover(State& s) {
 
 // ---- the driver's callbacks --------------------------------------------------------------------
 
+// A writer keeps other writers out with a record lock, taken before a journal is applied.  The
+// lock belongs to the process: other handles on the file in the same process (an HDF5 reader of
+// the default driver, say) are not refused, and see the file's last commit; readers in other
+// processes are not refused either.  Closing any handle on the file in the process drops the
+// lock (record locks work so), which leaves it advisory.
+bool SetLock(int fd, short type) {
+    struct flock lock;
+    std::memset(&lock, 0, sizeof lock);
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 0;
+    lock.l_len = 1;
+    return fcntl(fd, F_SETLK, &lock) == 0 || errno == ENOLCK || errno == ENOSYS;
+}
+
 // Whether the file is open through the driver already (HDF5 is about to find that out too).
 bool IsOpen(const State& file) {
     for (const void* open : OpenFiles()) {
@@ -381,6 +396,13 @@ H5FD_t* Open(const char* name, unsigned flags, hid_t, haddr_t maxaddr) {
     s->device = info.st_dev;
     s->inode = info.st_ino;
     s->eof = static_cast<uint64_t>(info.st_size);
+    if (s->writable && !SetLock(fd, F_WRLCK)) {
+        PushError(__func__, __LINE__, H5E_CANTLOCKFILE,
+                  SystemText("unable to lock file, another process has it open for writing"));
+        close(fd);
+        delete s;
+        return nullptr;
+    }
     if (!IsOpen(*s) && !Recover(*s)) {
         PushError(__func__, __LINE__, H5E_CANTOPENFILE,
                   SystemText("unable to apply the journal left by an interrupted commit"));
@@ -512,19 +534,6 @@ herr_t Write(H5FD_t* file, H5FD_mem_t type, hid_t, haddr_t addr, size_t size, co
         return -1;
     }
     return 0;
-}
-
-// A writer keeps other writers out with a record lock, which belongs to the process: other
-// handles on the file in the same process (an HDF5 reader of the default driver, say) are not
-// refused, and see the file's last commit.  Readers in other processes are not refused either.
-bool SetLock(int fd, short type) {
-    struct flock lock;
-    std::memset(&lock, 0, sizeof lock);
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = 0;
-    lock.l_len = 1;
-    return fcntl(fd, F_SETLK, &lock) == 0 || errno == ENOLCK || errno == ENOSYS;
 }
 
 herr_t Lock(H5FD_t* file, hbool_t rw) {

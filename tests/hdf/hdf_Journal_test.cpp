@@ -5,6 +5,9 @@
 
 #include "hdf/hdf_Journal.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdint>
 #include <fstream>
 #include <iterator>
@@ -184,6 +187,28 @@ TEST_F(HdfJournalTest, TornOrDamagedJournalsAreIgnored) {
         { hdf_File::Open(m_file.c_str(), hdf_File::OpenFlagsReadWrite, Journaled()); }
         EXPECT_EQ(ReadFile(m_file.str()), m_a);
     }
+}
+
+// One writer at a time: another process cannot open the file for writing while a writer has
+// it, and may read it (it sees the last commit).
+TEST_F(HdfJournalTest, AnotherProcessCanReadButNotWrite) {
+    const hdf_File file =
+        hdf_File::Create(m_file.c_str(), hdf_File::CreateFlagsTruncate, Journaled());
+    file.GroupCreate("first", 0);
+    file.Flush();
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const hdf_File writer =
+            hdf_File::Open_NoThrow(m_file.c_str(), hdf_File::OpenFlagsReadWrite, Journaled());
+        const hdf_File reader =
+            hdf_File::Open_NoThrow(m_file.c_str(), hdf_File::OpenFlagsReadOnly, Journaled());
+        const bool seen = !reader.IsEmpty() && reader.GetObjinfoExists("first");
+        _exit(writer.IsEmpty() && seen ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
 }  // namespace

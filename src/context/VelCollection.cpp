@@ -23,8 +23,7 @@ constexpr size_t kPendingFlush = 64 * 1024;
 // A stored set that does not decode: the file is damaged.
 [[noreturn]] void RefuseStoredSet(const char* reason) {
     const std::string text = std::string("stored index set refused: ") + reason;
-    VelAssert::ReportAssertionFailure(text.c_str());
-    VelAssert::Stop();
+    VelAssert::FailAssertion(text.c_str());
 }
 
 bool IsSorted(const int* membership, int size) {

@@ -22,8 +22,7 @@ void VelOCompartment::Build(const VelArray<VelCSetID>& ids) {
             // Written out rather than through VelVALIDATE: collection IDs have no operator!=,
             // their equality is Compare() == 0, and the report keeps its familiar wording.
             if (colID.Compare(m_Array[j].CollectionID()) == 0) {
-                VelAssert::ReportValidationFailure("colID != m_Array[j].CollectionID()");
-                VelAssert::Stop();
+                VelAssert::FailValidation("colID != m_Array[j].CollectionID()");
             }
         }
     }

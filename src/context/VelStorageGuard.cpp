@@ -10,6 +10,5 @@ void VelPrintStorageFailure(const hdf_Exception& e) {
 
 void VelStorageFailure(const hdf_Exception& e) {
     VelPrintStorageFailure(e);
-    VelASSERT(0);
-    VelAssert::Stop();
+    VelAssert::FailAssertion("0");
 }

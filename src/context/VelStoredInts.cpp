@@ -42,6 +42,5 @@ int64_t VelStoredInts::Length(const hdf_Dataspace& space) {
 void VelRefuseStored(const char* kind, const hdf_Group& group, const std::string& reason) {
     const std::string text =
         std::string("stored ") + kind + " " + group.Path().c_str() + " refused: " + reason;
-    VelAssert::ReportAssertionFailure(text.c_str());
-    VelAssert::Stop();
+    VelAssert::FailAssertion(text.c_str());
 }

@@ -1,5 +1,7 @@
 #include "vel/transfer/VelTransfer.h"
 
+#include <exception>
+
 #include "context/VelIDAccess.h"
 #include "transfer/VelDrawerIO.h"
 #include "vel/context/VelCSet.h"
@@ -14,11 +16,15 @@ VelTransfer::VelTransfer(const VelDistributionRef& distribution)
     m_rangeViewArgs.SetSize(m_grid.Size());
 }
 
-VelTransfer::~VelTransfer() {
+// A transfer that goes away because a failure is being thrown past it (VelThrowOnFailure) had
+// no chance to relinquish its buffers: they are dropped without a word, and nothing is thrown
+// while another exception is on its way.
+VelTransfer::~VelTransfer() noexcept(false) {
     if (InPoolMode()) {
         for (int e = 0; e < BufferCount(); ++e) ReleaseBuffer(e);
         return;
     }
+    if (VelAssert::FailurePolicy() == VelThrowOnFailure && std::uncaught_exceptions() > 0) return;
     if (HoldsCallerBuffer()) {
         aio_cerr << "\ndpa Transfer error: must relinquish all buffers for which SetBuffer was "
                     "called\n"

@@ -402,8 +402,7 @@ struct VelQARNReader::ReferenceTexts {
 VelTypeQualifiedName VelQARNReader::ReadTypeReference(const char** atts,
                                                       const ReferenceTexts& texts) {
     const auto refuse = [](const char* text) {
-        VelAssert::ReportValidationFailure(text);
-        VelAssert::Stop();
+        VelAssert::FailValidation(text);
     };
     VelTypeForm form = m_CurrentFormRef;
     cow_String typeName;

@@ -18,8 +18,7 @@ VelRecType RecordTypeOf(const VelTypeSchemaSnapshot& snapshot, int i, const char
         case VelCategoryAssociation:
             return factory.CreateAssociationType(snapshot.TypeAsAssociation(i));
     }
-    VelAssert::ReportValidationFailure(unrecognized);
-    VelAssert::Stop();
+    VelAssert::FailValidation(unrecognized);
 }
 
 }  // namespace

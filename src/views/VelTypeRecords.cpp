@@ -125,8 +125,7 @@ private:
     VelDynamicID RecordOf(const VelTypeID& type, const char* what) {
         const int index = m_view.Registry().FindType(type);
         if (index < 0) {
-            VelAssert::ReportValidationFailure(what);
-            VelAssert::Stop();
+            VelAssert::FailValidation(what);
         }
         return m_view.Registry().RecordID(index);
     }

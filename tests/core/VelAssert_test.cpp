@@ -11,7 +11,7 @@
 namespace {
 
 int CheckedIndex(int i, int size) {
-    VelVALIDATE(i >=0 && i < size);
+    VelVALIDATE(i >= 0 && i < size);
     return i;
 }
 
@@ -26,6 +26,33 @@ TEST(VelAssertTest, PassingChecksFallThrough) {
     VelASSERT(reached == 0);
     reached = 1;
     EXPECT_EQ(reached, 1);
+}
+
+// Under VelThrowOnFailure a failed check prints the same report and throws instead of stopping;
+// the caller learns the condition and the kind, and the default comes back with the setter.
+TEST(VelAssertTest, TheThrowPolicyReportsAndThrows) {
+    EXPECT_EQ(VelAssert::FailurePolicy(), VelStopOnFailure);
+    VelAssert::SetFailurePolicy(VelThrowOnFailure);
+    EXPECT_EQ(VelAssert::FailurePolicy(), VelThrowOnFailure);
+    ::testing::internal::CaptureStderr();
+    try {
+        CheckedIndex(5, 3);
+        ADD_FAILURE() << "no VelFailure";
+    } catch (const VelFailure& failure) {
+        EXPECT_STREQ(failure.what(), "i >=0 && i < size");
+        EXPECT_TRUE(failure.IsValidation());
+    }
+    try {
+        VelASSERT(!"Bad selection");
+        ADD_FAILURE() << "no VelFailure";
+    } catch (const std::exception& failure) {
+        EXPECT_STREQ(failure.what(), "!\"Bad selection\"");
+        EXPECT_FALSE(dynamic_cast<const VelFailure&>(failure).IsValidation());
+    }
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              VelValidateText("i >=0 && i < size") + VelAssertText("!\"Bad selection\""));
+    VelAssert::SetFailurePolicy(VelStopOnFailure);
+    EXPECT_EQ(VelAssert::FailurePolicy(), VelStopOnFailure);
 }
 
 TEST(VelMessagesTest, ArgsErrorTextsAreKeptLetterForLetter) {
@@ -46,8 +73,9 @@ TEST(VelMessagesTest, ArgsErrorTextsAreKeptLetterForLetter) {
 }
 
 TEST(VelMessagesTest, TypeKeyNames) {
-    const char* expected[] = {"<? bad VelTypeKey ?>", "Int", "Double", "Float", "Bool",
-                              "CMember", "CSet", "OCSet", "<? bad VelTypeKey ?>"};
+    const char* expected[] = {
+        "<? bad VelTypeKey ?>", "Int", "Double", "Float", "Bool", "CMember", "CSet", "OCSet",
+        "<? bad VelTypeKey ?>"};
     for (int k = 0; k <= 8; ++k) EXPECT_STREQ(VelstringNameOf(VelTypeKey(k)), expected[k]) << k;
 }
 

@@ -53,7 +53,8 @@ public:
     };
 
     explicit VelTransfer(const VelDistributionRef& distribution);
-    ~VelTransfer();
+    // Caller buffers must have been relinquished (validation).
+    ~VelTransfer() noexcept(false);
     VelTransfer(const VelTransfer&) = delete;
     VelTransfer& operator=(const VelTransfer&) = delete;
 

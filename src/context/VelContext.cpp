@@ -49,6 +49,7 @@ void VelContext::Create(hdf_File::CreateFlags flags, int schemaVersion,
     VelSignature::Fill(block, schemaVersion);
     m_file =
         hdf_File::Create(m_name.c_str(), flags, JournaledAccess(), block, VelSignature::e_Size);
+    m_abandoned = hdf_Journal::FailureFlag(m_file.GetFileID());
     m_readOnly = false;
     const int attributes[2] = {m_nextID, ObjectCount() + 2 * VelNUM_CONTEXT_TYPES};
     VelContextLayout::CreateContextAttributes(m_file, attributes);
@@ -67,6 +68,7 @@ int VelContext::Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheMana
     const int result = VelSignature::Check(block, schemaVersion);
     if (result != VelSignature::e_Accepted) return result;
     m_file = file;
+    m_abandoned = hdf_Journal::FailureFlag(m_file.GetFileID());
     m_readOnly = flags == hdf_File::OpenFlagsReadOnly;
     m_pool.emplace(allocator, e_PoolBlockSize);
     Load();
@@ -236,11 +238,15 @@ void VelContext::Checkpoint(bool sync) {
     }
 }
 
+void VelContext::Abandon() {
+    if (!m_file.IsEmpty()) hdf_Journal::Abandon(m_file.GetFileID());
+}
+
 void VelContext::Close() {
-    const bool writeBack = !m_file.IsEmpty() && !m_readOnly;
+    const bool writeBack = !m_file.IsEmpty() && !m_readOnly && !IsAbandoned();
     if (writeBack) hdf_Journal::BeginCommit(m_file.GetFileID());
     if (m_recordStore) {
-        m_recordStore->Close();
+        m_recordStore->Close(writeBack);
         m_recordStore.Reset();
     }
     if (writeBack) WriteBack();

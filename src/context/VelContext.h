@@ -29,8 +29,9 @@ public:
     virtual ~VelContextAttachment() = default;
     // Writes back what a later open needs of it; the context commits the file afterwards.
     virtual void WriteBack() = 0;
-    // Writes back what it holds and releases its HDF5 objects; never throws.
-    virtual void Close() = 0;
+    // Writes back what it holds (unless `writeBack` is false: the file was given up) and
+    // releases its HDF5 objects; never throws.
+    virtual void Close(bool writeBack) = 0;
 };
 
 // One open database file, owned by the manager.
@@ -80,6 +81,10 @@ public:
     // the file is on stable storage when it returns.  The context must be writable.  Throws
     // hdf_Exception on a storage failure, after which the file still holds the previous commit.
     void Checkpoint(bool sync);
+    // Gives the file up after a failure: it keeps its last commit, the context writes nothing
+    // more, and every use but closing it is refused.
+    void Abandon();
+    bool IsAbandoned() const { return m_abandoned && *m_abandoned; }
 
     const VelContextID& ID() const { return m_myID; }
     const cow_String& Name() const { return m_name; }
@@ -144,6 +149,8 @@ private:
     VelContextID m_myID;
     cow_String m_name;
     hdf_File m_file;
+    // The journaled driver's flag of a given-up file.
+    const bool* m_abandoned = nullptr;
     bool m_readOnly;
     std::optional<mem_CachePool> m_pool;
     int m_nextID;

@@ -79,6 +79,8 @@ VelContextID VelManager::NextID(bool isTemp) {
     return VelIDAccess::MakeContextID(m_contextCounter++, isTemp);
 }
 
+// A context that fails while it is made, opened, checkpointed or closed gives its file up
+// before the failure goes on: the file keeps its last commit, whatever was half written.
 VelContextID VelManager::Create(const char* fileName, hdf_File::CreateFlags flags,
                                 int schemaVersion, bool isTemp) {
     VelVALIDATE(fileName);
@@ -89,8 +91,12 @@ VelContextID VelManager::Create(const char* fileName, hdf_File::CreateFlags flag
         context->Create(flags, schemaVersion, *this);
     } catch (const hdf_Exception& e) {
         VelPrintStorageFailure(e);
+        context->Abandon();
         context.Reset();
         VelASSERT(0);
+    } catch (...) {
+        context->Abandon();
+        throw;
     }
     (isTemp ? m_tempContexts : m_contexts).Insert(id, std::move(context), false);
     return id;
@@ -107,24 +113,41 @@ VelContextID VelManager::Open(const char* fileName, hdf_File::OpenFlags flags, i
         result = context->Open(flags, schemaVersion, *this);
     } catch (const hdf_Exception& e) {
         VelPrintStorageFailure(e);
+        context->Abandon();
         context.Reset();
         VelASSERT(0);
+    } catch (...) {
+        context->Abandon();
+        throw;
     }
     if (result != VelSignature::e_Accepted) return VelContextID();
     m_contexts.Insert(id, std::move(context), false);
     return id;
 }
 
+// Under the stop policy a failed close stops the process before the context goes; under the
+// throw policy the context goes (its file given up) and then the failure is thrown.
 void VelManager::Close(const VelContextID& id) {
     ContextMap& map = id.IsTemp() ? m_tempContexts : m_contexts;
     VelAutoPtr<VelContext>* found = map.Find(id);
     if (!found) return;
+    VelContext& context = **found;
+    bool failed = false;
     try {
-        (*found)->Close();
+        context.Close();
     } catch (const hdf_Exception& e) {
         VelPrintStorageFailure(e);
-        VelASSERT(0);
+        failed = true;
+    } catch (...) {
+        context.Abandon();
+        map.Remove(id);
+        throw;
     }
+    if (failed && VelAssert::FailurePolicy() == VelThrowOnFailure) {
+        context.Abandon();
+        map.Remove(id);
+    }
+    if (failed) VelASSERT(0);
     map.Remove(id);
 }
 
@@ -133,12 +156,17 @@ void VelManager::Checkpoint(const VelContextID& id, bool sync) {
     VelAutoPtr<VelContext>* found = (id.IsTemp() ? m_tempContexts : m_contexts).Find(id);
     VelVALIDATE(found && "A checkpoint needs an open context: this one is closed or unknown");
     VelContext& context = **found;
+    VelManagerAccess::RequireUsable(context);
     VelVALIDATE(!context.IsReadOnly() && "A context opened read-only cannot be checkpointed");
     try {
         context.Checkpoint(sync);
     } catch (const hdf_Exception& e) {
         VelPrintStorageFailure(e);
+        context.Abandon();
         VelASSERT(0);
+    } catch (...) {
+        context.Abandon();
+        throw;
     }
 }
 
@@ -187,10 +215,28 @@ VelContext* VelManagerAccess::Find(unsigned value) {
     return VelManager::Running().Find(value);
 }
 
+namespace {
+// The context of the latest lookup: the one every operation in progress works on.
+unsigned g_current = VelContextID::e_NullValue;
+}  // namespace
+
 VelContext& VelManagerAccess::Get(unsigned value) {
     VelContext* context = Find(value);
     VelVALIDATE(context && "no open context has this value");
+    RequireUsable(*context);
+    g_current = value;
     return *context;
+}
+
+void VelManagerAccess::RequireUsable(const VelContext& context) {
+    VelVALIDATE(!context.IsAbandoned() &&
+                "The context is unusable after a failed write: only CloseContext is allowed");
+}
+
+void VelManagerAccess::AbandonCurrent() {
+    if (!g_manager || g_manager->m_shut) return;
+    VelContext* context = g_manager->Find(g_current);
+    if (context && !context->IsReadOnly()) context->Abandon();
 }
 
 int VelManagerAccess::OpenCount() {

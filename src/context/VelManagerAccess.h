@@ -14,8 +14,13 @@ struct VelManagerAccess {
     static void Shut();
     // The open context with this value (persistent or temporary), or null.
     static VelContext* Find(unsigned value);
-    // The open context with this value; validates that there is one.
+    // The open context with this value; validates that there is one and that it is usable.
     static VelContext& Get(unsigned value);
+    // Validates that the context has not been given up after a failure.
+    static void RequireUsable(const VelContext& context);
+    // Gives up the writable context of the latest lookup: a storage failure under the throw
+    // policy leaves it half written.
+    static void AbandonCurrent();
     // The number of open contexts, 0 when the manager is not running.
     static int OpenCount();
 };

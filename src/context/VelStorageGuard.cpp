@@ -1,5 +1,6 @@
 #include "context/VelStorageGuard.h"
 
+#include "context/VelManagerAccess.h"
 #include "vel/core/VelAssert.h"
 #include "vel/platform/aio_Stream.h"
 
@@ -10,5 +11,6 @@ void VelPrintStorageFailure(const hdf_Exception& e) {
 
 void VelStorageFailure(const hdf_Exception& e) {
     VelPrintStorageFailure(e);
+    if (VelAssert::FailurePolicy() == VelThrowOnFailure) VelManagerAccess::AbandonCurrent();
     VelAssert::FailAssertion("0");
 }

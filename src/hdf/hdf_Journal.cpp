@@ -188,8 +188,22 @@ struct State {
     // Whether HDF5 has used the file.  HDF5 opens a file once more to find out whether it has it
     // open already, and closes that second handle unused: its close must not touch the file.
     bool used = false;
+    // Set when a write or a commit failed: the file then keeps its last commit and commits no
+    // more, so that nothing half written is ever made durable.
+    bool failed = false;
+    // Injected faults: the n-th read, write or commit from the time they were set fails.
+    int readFault = 0;
+    int writeFault = 0;
+    int commitFault = 0;
     Overlay overlay;
 };
+
+// Counts an injected fault down; true when it strikes, with errno as a failing disk leaves it.
+bool Strikes(int& countdown) {
+    if (countdown <= 0 || --countdown > 0) return false;
+    errno = EIO;
+    return true;
+}
 
 // HDF5 sees the public part; the driver's state hangs off it.
 struct JournalFile {
@@ -247,6 +261,12 @@ void SetSize(State& s, uint64_t size) {
 
 void CommitState(State& s, bool sync) {
     if (!s.writable) return;
+    if (s.failed) {
+        errno = EIO;
+        ThrowSystem(__LINE__, "a write to the file failed before, it keeps its last commit");
+    }
+    s.failed = true;
+    if (Strikes(s.commitFault)) ThrowSystem(__LINE__, "committing");
     if (sync) Sync(s);
     if (!s.overlay.Empty()) {
         const std::vector<unsigned char> journal = JournalOf(s);
@@ -270,6 +290,7 @@ void CommitState(State& s, bool sync) {
     s.overlay.Clear();
     s.committed = s.released = s.eoa;
     s.committing = false;
+    s.failed = false;
 }
 
 // The journal that ends the file, if a whole one does.
@@ -421,7 +442,7 @@ herr_t Close(H5FD_t* file) {
     State* s = &StateOf(file);
     herr_t result = 0;
     try {
-        if (s->used) CommitState(*s, false);
+        if (s->used && !s->failed) CommitState(*s, false);
     } catch (const hdf_Exception& e) {
         PushError(__func__, __LINE__, H5E_CANTCLOSEFILE, e.what());
         result = -1;
@@ -484,13 +505,13 @@ bool Outside(const State& s, haddr_t addr, size_t size) {
 }
 
 herr_t Read(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t addr, size_t size, void* buffer) {
-    const State& s = StateOf(file);
+    State& s = StateOf(file);
     if (Outside(s, addr, size)) {
         PushError(__func__, __LINE__, H5E_OVERFLOW, "addr overflow");
         return -1;
     }
     unsigned char* out = static_cast<unsigned char*>(buffer);
-    if (!ReadAll(s.fd, out, size, addr)) {
+    if (Strikes(s.readFault) || !ReadAll(s.fd, out, size, addr)) {
         PushError(__func__, __LINE__, H5E_READERROR, SystemText("file read failed"));
         return -1;
     }
@@ -515,8 +536,8 @@ herr_t Write(H5FD_t* file, H5FD_mem_t type, hid_t, haddr_t addr, size_t size, co
     const unsigned char* bytes = static_cast<const unsigned char*>(buffer);
     uint64_t at = addr;
     const uint64_t end = addr + size;
-    bool written = true;
-    if (at < s.committed) {
+    bool written = !Strikes(s.writeFault);
+    if (written && at < s.committed) {
         const uint64_t cut = std::min(end, s.committed);
         if (type != H5FD_MEM_DRAW || s.committing) {
             s.overlay.Put(at, bytes, static_cast<size_t>(cut - at));
@@ -530,6 +551,7 @@ herr_t Write(H5FD_t* file, H5FD_mem_t type, hid_t, haddr_t addr, size_t size, co
     }
     if (written) written = WriteThrough(s, bytes, static_cast<size_t>(end - at), at);
     if (!written) {
+        s.failed = true;
         PushError(__func__, __LINE__, H5E_WRITEERROR, SystemText("file write failed"));
         return -1;
     }
@@ -615,4 +637,19 @@ void hdf_Journal::BeginCommit(hid_t file) {
 
 void hdf_Journal::Commit(hid_t file, bool sync) {
     if (State* s = Find(file)) CommitState(*s, sync);
+}
+
+void hdf_Journal::Abandon(hid_t file) {
+    if (State* s = Find(file)) s->failed = true;
+}
+
+const bool* hdf_Journal::FailureFlag(hid_t file) {
+    State* s = Find(file);
+    return s ? &s->failed : nullptr;
+}
+
+void hdf_Journal::InjectFault(hid_t file, Fault kind, int nth) {
+    State* s = Find(file);
+    if (!s) return;
+    (kind == e_Read ? s->readFault : kind == e_Write ? s->writeFault : s->commitFault) = nth;
 }

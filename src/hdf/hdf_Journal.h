@@ -51,6 +51,18 @@ struct hdf_Journal {
     // that survives a power loss too.  A file not opened through the driver is left alone.
     // Throws hdf_Exception on a storage failure; the committed state is then the previous one.
     static void Commit(hid_t file, bool sync);
+
+    // Gives up the changes since the last commit: the file keeps its last commit and commits
+    // nothing more (closing it included).  A failed write or commit does this by itself.
+    static void Abandon(hid_t file);
+    // The flag that tells whether the file has been given up (a write or a commit failed, or
+    // Abandon); valid while the file is open, null for a file of another driver.
+    static const bool* FailureFlag(hid_t file);
+
+    // Storage faults on demand, for tests: the `nth` read, write or commit of the file from now
+    // on fails as a failing disk would (EIO).  A failed write or commit gives the file up.
+    enum Fault { e_Read, e_Write, e_Commit };
+    static void InjectFault(hid_t file, Fault kind, int nth);
 };
 
 #endif

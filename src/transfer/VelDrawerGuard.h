@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELDRAWERGUARD_H
 #define VEL_TRANSFER_VELDRAWERGUARD_H
 
+#include "context/VelManagerAccess.h"
 #include "context/VelStorageGuard.h"
 #include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_Exception.h"
@@ -14,8 +15,8 @@ auto VelGuardDrawer(const char* failure, F&& f) -> decltype(f()) {
         return f();
     } catch (const hdf_Exception& e) {
         VelPrintStorageFailure(e);
-        VelAssert::ReportAssertionFailure(failure);
-        VelAssert::Stop();
+        if (VelAssert::FailurePolicy() == VelThrowOnFailure) VelManagerAccess::AbandonCurrent();
+        VelAssert::FailAssertion(failure);
     }
 }
 

@@ -114,10 +114,10 @@ int VelRecordStore::NextEdition(const cow_String& formName, int level) const {
     return next;
 }
 
-void VelRecordStore::Close() {
+void VelRecordStore::Close(bool writeBack) {
     while (!m_views.empty()) (*m_views.begin())->Detach();
     try {
-        if (m_writable) CommitSerials();
+        if (m_writable && writeBack) CommitSerials();
     } catch (const hdf_Exception& e) {
         VelStorageFailure(e);
     }

@@ -109,8 +109,8 @@ public:
     void Attach(VelViewRepr* view) { m_views.insert(view); }
     void Detach(VelViewRepr* view) { m_views.erase(view); }
 
-    // Writes the serial counter back and releases everything.
-    void Close() override;
+    // Writes the serial counter back (with `writeBack`) and releases everything.
+    void Close(bool writeBack) override;
 
 private:
     // Calls `act` with (form, level, edition) for every view group of that form and level.

@@ -10,10 +10,13 @@
 
 namespace {
 
+// The condition's spelling is what the report prints.
+// clang-format off
 int CheckedIndex(int i, int size) {
-    VelVALIDATE(i >= 0 && i < size);
+    VelVALIDATE(i >=0 && i < size);
     return i;
 }
+// clang-format on
 
 TEST(VelAssertDeathTest, FailedChecksPrintTheirTwoLinesAndStop) {
     ExpectValidateFailure(CheckedIndex(5, 3), "i >=0 && i < size");

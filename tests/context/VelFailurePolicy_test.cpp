@@ -1,0 +1,174 @@
+// Under VelThrowOnFailure a program catches every kind of failure and goes on: a caller's
+// mistake, a damaged file, a storage failure while writing, checkpointing or reading.  Nothing
+// leaks, other contexts keep working, and a context whose write failed refuses every use but
+// CloseContext while its file keeps the last checkpoint.
+
+#include <hdf5.h>
+
+#include <string>
+#include <vector>
+
+#include "VelStoredObjectsTest.h"
+#include "hdf/hdf_Journal.h"
+#include "vel/context/VelCSet.h"
+#include "vel/context/VelDistributionRef.h"
+#include "vel/context/VelGrid.h"
+#include "vel/context/VelRangeType.h"
+#include "vel/core/VelAssert.h"
+#include "vel/transfer/VelTransfer.h"
+
+namespace {
+
+using Ints = std::vector<int>;
+
+const char kUnusable[] =
+    "!context.IsAbandoned() && \"The context is unusable after a failed write: only CloseContext "
+    "is allowed\"";
+
+class VelFailurePolicyTest : public VelStoredObjectsTest {
+protected:
+    void SetUp() override {
+        VelStoredObjectsTest::SetUp();
+        VelAssert::SetFailurePolicy(VelThrowOnFailure);
+        ::testing::internal::CaptureStderr();
+        ::testing::internal::CaptureStdout();
+    }
+    void TearDown() override {
+        m_stderr = ::testing::internal::GetCapturedStderr();
+        ::testing::internal::GetCapturedStdout();
+        VelAssert::SetFailurePolicy(VelStopOnFailure);
+        VelStoredObjectsTest::TearDown();
+    }
+
+    // Runs `f`, which must throw a VelFailure, and gives its condition text.
+    template <class F>
+    std::string FailureOf(F&& f) {
+        try {
+            f();
+        } catch (const VelFailure& failure) {
+            return failure.what();
+        }
+        ADD_FAILURE() << "no VelFailure";
+        return std::string();
+    }
+
+    VelDistributionID MakeDistribution() {
+        return Ref().CreateDistribution(VelGrid(TestArray({Collection(0), Collection(1)})),
+                                        VelRangeType(VelTypeKeyDouble));
+    }
+
+    void WriteRow(const VelDistributionID& distribution, int row, double value) {
+        const VelCSetID cset = VelCollectionRef(Collection(0)).CreateCSet(&row, 1);
+        std::vector<double> values(20, value);
+        VelTransfer transfer{VelDistributionRef(distribution)};
+        transfer.SetMakeNewDrawer().SetBufferPadding(false).SetDims(
+            cset, VelCollectionRef(Collection(1)).BiggestCSetID());
+        transfer.CheckView();
+        transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
+        transfer.ExecWrite();
+        transfer.RelinquishBuffers();
+    }
+
+    std::vector<double> ReadRow(const VelDistributionID& distribution, int row) {
+        std::vector<double> values(20, -1);
+        VelTransfer transfer{VelDistributionRef(distribution)};
+        transfer.SetRead().SetBufferPadding(false).SetDimOrdinalRange(0, Collection(0), row, row);
+        transfer.SetDim(1, VelCollectionRef(Collection(1)).BiggestCSetID());
+        transfer.CheckView();
+        transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
+        transfer.ExecRead();
+        transfer.RelinquishBuffers();
+        return values;
+    }
+
+    hid_t FileID() const { return Ref().File().GetFileID(); }
+    VelDistributionID First() const { return Ref().Distributions()[0]; }
+
+    std::string m_stderr;
+};
+
+TEST_F(VelFailurePolicyTest, ACallersMistakeIsCaughtAndTheContextGoesOn) {
+    const VelCollectionRef collection(Collection(0));
+    const int outside[2] = {3, 12};
+    EXPECT_EQ(FailureOf([&] { collection.CreateCSet(outside, 2); }),
+              "inCollection && \"CSet members must lie in 0 .. size-1 of their collection\"");
+    const int inside[2] = {3, 7};
+    const VelCSetID made = collection.CreateCSet(inside, 2);
+    Reopen();
+    EXPECT_EQ(VelCSet(Again(made)).Size(), 2);
+}
+
+// A file that contradicts itself is refused with a VelFailure; the process keeps every HDF5
+// object count it had, the other open context works, and a good file opens afterwards.
+TEST_F(VelFailurePolicyTest, ADamagedFileIsRefusedAndNothingLeaks) {
+    VelTempFile other("other");
+    const VelContextID second =
+        VelManager::CreateContext(other.c_str(), hdf_File::CreateFlagsTruncate, 3);
+    Close();
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.WriteInts("Context attributes", {3, 11, 0});
+    }
+    const ssize_t objects = OpenHdf5Objects();
+    EXPECT_EQ(FailureOf([&] { Open(); }), "contextDims.Rank() == 1 && contextDims[0] == 2");
+    EXPECT_EQ(OpenHdf5Objects(), objects);
+    EXPECT_EQ(VelContextRef(second).CreateCollection(4).Minor().Value(), 0);
+    VelManager::CloseContext(second);
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        raw.WriteInts("Context attributes", {3, 11});
+    }
+    m_context = Open();
+    ASSERT_FALSE(m_context.IsNull());
+    EXPECT_EQ(Ref().Collections().Size(), 3);
+}
+
+// A write that fails at the disk gives the context up: every later use but CloseContext is
+// refused, and the file keeps the last checkpoint, which a reopen finds whole.
+TEST_F(VelFailurePolicyTest, AFailedWriteGivesTheContextUpAndKeepsTheLastCheckpoint) {
+    const VelDistributionID d = MakeDistribution();
+    WriteRow(d, 0, 1.5);
+    VelManager::FlushContext(m_context);
+    hdf_Journal::InjectFault(FileID(), hdf_Journal::e_Write, 1);
+    EXPECT_FALSE(FailureOf([&] {
+                     WriteRow(d, 1, 2.5);
+                     VelManager::FlushContext(m_context);
+                 }).empty());
+    EXPECT_EQ(FailureOf([&] { Ref().Collections(); }), kUnusable);
+    EXPECT_EQ(FailureOf([&] { VelManager::FlushContext(m_context); }), kUnusable);
+    EXPECT_EQ(FailureOf([&] { ReadRow(d, 0); }), kUnusable);
+    Reopen();
+    EXPECT_EQ(ReadRow(First(), 0), std::vector<double>(20, 1.5));
+    EXPECT_EQ(VelDistributionRef(First()).Drawers().Size(), 1);
+    WriteRow(First(), 1, 3.5);
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    EXPECT_EQ(ReadRow(First(), 1), std::vector<double>(20, 3.5));
+}
+
+TEST_F(VelFailurePolicyTest, AFailedCheckpointKeepsThePreviousOne) {
+    const VelDistributionID d = MakeDistribution();
+    WriteRow(d, 0, 1.5);
+    VelManager::FlushContext(m_context);
+    WriteRow(d, 1, 2.5);
+    hdf_Journal::InjectFault(FileID(), hdf_Journal::e_Commit, 1);
+    EXPECT_EQ(FailureOf([&] { VelManager::SyncContext(m_context); }), "0");
+    EXPECT_EQ(FailureOf([&] { WriteRow(d, 2, 3.5); }), kUnusable);
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    EXPECT_EQ(VelDistributionRef(First()).Drawers().Size(), 1);
+    EXPECT_EQ(ReadRow(First(), 0), std::vector<double>(20, 1.5));
+}
+
+// A read that fails leaves a read-only context usable: the next read succeeds.
+TEST_F(VelFailurePolicyTest, AFailedReadIsThrownAndTheReaderGoesOn) {
+    const VelDistributionID d = MakeDistribution();
+    WriteRow(d, 4, 4.5);
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    hdf_Journal::InjectFault(FileID(), hdf_Journal::e_Read, 1);
+    EXPECT_FALSE(FailureOf([&] { ReadRow(First(), 4); }).empty());
+    EXPECT_EQ(ReadRow(First(), 4), std::vector<double>(20, 4.5));
+    const ssize_t objects = OpenHdf5Objects();
+    Close();
+    EXPECT_LT(OpenHdf5Objects(), objects);
+}
+
+}  // namespace

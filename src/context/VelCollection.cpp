@@ -89,6 +89,7 @@ void VelCollection::Load(const hdf_Group& group, bool readOnly) {
     m_size = size;
 
     m_table = m_group.DatasetOpen(Layout::e_IndexTable);
+    VelASSERT(Layout::HoldsEntries(m_table) && "the index table does not hold six-int entries");
     m_tableRecords = Layout::Extent(m_table);
     VelASSERT(numCSets <= m_tableRecords && "more CSets than index table records");
     m_tableChunk = Layout::ChunkLength(m_table);
@@ -97,6 +98,7 @@ void VelCollection::Load(const hdf_Group& group, bool readOnly) {
     m_numCSets = m_numWritten = numCSets;
 
     m_indexSets = m_group.DatasetOpen(Layout::e_IndexSets);
+    VelASSERT(Layout::HoldsInts(m_indexSets) && "\"IndexSets\" does not hold ints");
     m_extentInts = Layout::Extent(m_indexSets);
     m_indexSetsChunk = Layout::ChunkLength(m_indexSets);
     for (int i = 0; i < m_numCSets; ++i) {

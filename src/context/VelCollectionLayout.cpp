@@ -1,5 +1,6 @@
 #include "context/VelCollectionLayout.h"
 
+#include "hdf/hdf_TypeMatch.h"
 #include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_CompoundBuilder.h"
 #include "vel/hdf/hdf_DimSpace.h"
@@ -67,6 +68,8 @@ void VelCollectionLayout::ReadAttributes(const hdf_Group& group, int values[3]) 
     // Checked before the read: HDF5 writes every element of the attribute into `values`.
     const hdf_DimSpace dims = attributes.GetSpace().GetDims();
     VelASSERT(dims.Rank() == 1 && dims[0] == 3);
+    VelASSERT(hdf_MatchesType(attributes.GetType(), hdf_Datatype::NATIVE_INT()) &&
+              "\"Collection attributes\" does not hold ints");
     attributes.Read(hdf_Datatype::NATIVE_INT(), values);
 }
 
@@ -95,6 +98,14 @@ void VelCollectionLayout::ReadEntries(const hdf_Dataset& table, int count, VelIn
     if (count == 0) return;
     const Selection s = Select(table, 0, count);
     table.Read(EntryType(), s.memory, s.file, entries);
+}
+
+bool VelCollectionLayout::HoldsEntries(const hdf_Dataset& table) {
+    return hdf_MatchesType(table.GetType(), EntryType());
+}
+
+bool VelCollectionLayout::HoldsInts(const hdf_Dataset& indexSets) {
+    return hdf_MatchesType(indexSets.GetType(), hdf_Datatype::NATIVE_INT());
 }
 
 int64_t VelCollectionLayout::Extent(const hdf_Dataset& dataset) {

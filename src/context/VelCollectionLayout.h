@@ -70,6 +70,11 @@ struct VelCollectionLayout {
     // Reads the first `count` records into `entries`; the caller has checked the extent.
     static void ReadEntries(const hdf_Dataset& table, int count, VelIndexEntry* entries);
 
+    // Whether the stored types are the layout's: the six-int compound of the index table, the
+    // ints of "IndexSets".
+    static bool HoldsEntries(const hdf_Dataset& table);
+    static bool HoldsInts(const hdf_Dataset& indexSets);
+
     // One-dimensional extent of a dataset; refuses (assertion) any other rank.
     static int64_t Extent(const hdf_Dataset& dataset);
     // The chunk length of a one-dimensional chunked dataset; refuses (assertion) any other.

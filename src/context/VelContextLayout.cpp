@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "hdf/hdf_TypeMatch.h"
 #include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_DimSpace.h"
 
@@ -23,6 +24,8 @@ void ReadPair(const hdf_Attribute& type, int& kind, int& minor) {
     // Checked before the read: HDF5 would write every element of the attribute into `values`.
     const hdf_DimSpace typeDims = type.GetSpace().GetDims();
     VelASSERT(typeDims.Rank() == 1 && typeDims[0] == 2);
+    VelASSERT(hdf_MatchesType(type.GetType(), hdf_Datatype::NATIVE_INT()) &&
+              "a \"type\" attribute does not hold ints");
     int values[2] = {0, 0};
     type.Read(hdf_Datatype::NATIVE_INT(), values);
     kind = values[0];
@@ -77,5 +80,7 @@ void VelContextLayout::ReadContextAttributes(const hdf_Group& root, int values[2
     // Checked before the read: HDF5 would write every element of the dataset into `values`.
     const hdf_DimSpace contextDims = attributes.GetSpace().GetDims();
     VelASSERT(contextDims.Rank() == 1 && contextDims[0] == 2);
+    VelASSERT(hdf_MatchesType(attributes.GetType(), hdf_Datatype::NATIVE_INT()) &&
+              "\"Context attributes\" does not hold ints");
     attributes.Read(hdf_Datatype::NATIVE_INT(), hdf_Dataspace(), values);
 }

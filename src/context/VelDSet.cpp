@@ -83,6 +83,8 @@ VelCtation VelDSet::ReadCtation(VelContext& context, const hdf_Group& group) {
     const hdf_Attribute attribute = group.AttributeOpen(e_Attributes);
     if (VelStoredInts::Length(attribute.GetSpace()) != 2)
         VelRefuseStored(kKind, group, "\"Attributes\" is not one dimension of 2 ints");
+    if (!VelStoredInts::HoldsInts(attribute.GetType()))
+        VelRefuseStored(kKind, group, "\"Attributes\" does not hold ints");
     int shape[2];
     attribute.Read(hdf_Datatype::NATIVE_INT(), shape);
     const int compartments = shape[0];
@@ -106,6 +108,8 @@ VelCtation VelDSet::ReadCtation(VelContext& context, const hdf_Group& group) {
                             std::to_string(compartments) + " compartments x " +
                             std::to_string(dimensions) + " dimensions");
     if (expected > INT_MAX) VelRefuseStored(kKind, group, "\"Ctation\" is too long");
+    if (!VelStoredInts::HoldsInts(dataset.GetType()))
+        VelRefuseStored(kKind, group, "\"Ctation\" does not hold ints");
     VelArray<int> words(static_cast<int>(expected));
     dataset.Read(hdf_Datatype::NATIVE_INT(), hdf_Dataspace(), &words[0]);
 

@@ -88,6 +88,8 @@ VelGrid VelDistribution::ReadGrid(const VelContext& context, const hdf_Group& gr
         VelRefuseStored(kKind, group,
                         "\"Grid\" holds " + std::to_string(length) + " collections, at most " +
                             std::to_string(VelMAX_DIMENSIONS) + " are allowed");
+    if (!VelStoredInts::HoldsInts(attribute.GetType()))
+        VelRefuseStored(kKind, group, "\"Grid\" does not hold ints");
     int words[VelMAX_DIMENSIONS];
     attribute.Read(hdf_Datatype::NATIVE_INT(), words);
 
@@ -112,6 +114,8 @@ VelRangeType VelDistribution::ReadRangeType(const VelContext& context, const hdf
     const hdf_Attribute attribute = group.AttributeOpen(e_RangeType);
     if (VelStoredInts::Length(attribute.GetSpace()) != 3)
         VelRefuseStored(kKind, group, "\"RangeType\" is not one dimension of 3 ints");
+    if (!VelStoredInts::HoldsInts(attribute.GetType()))
+        VelRefuseStored(kKind, group, "\"RangeType\" does not hold ints");
     int range[3];
     attribute.Read(hdf_Datatype::NATIVE_INT(), range);
 
@@ -141,6 +145,8 @@ int VelDistribution::ReadNextDrawer(const hdf_Group& group) {
     const hdf_Attribute attribute = group.AttributeOpen(e_Attributes);
     if (VelStoredInts::Length(attribute.GetSpace()) != 1)
         VelRefuseStored(kKind, group, "\"Distribution attributes\" is not one dimension of 1 int");
+    if (!VelStoredInts::HoldsInts(attribute.GetType()))
+        VelRefuseStored(kKind, group, "\"Distribution attributes\" does not hold ints");
     int next = 0;
     attribute.Read(hdf_Datatype::NATIVE_INT(), &next);
     if (next < e_FirstDrawerNumber)

@@ -1,5 +1,6 @@
 #include "context/VelStoredInts.h"
 
+#include "hdf/hdf_TypeMatch.h"
 #include "vel/hdf/hdf_DimSpace.h"
 
 namespace {
@@ -30,6 +31,10 @@ hdf_Dataset VelStoredInts::CreateDataset(const hdf_Group& group, const char* nam
         group.DatasetCreate(name, hdf_Datatype::NATIVE_INT(), SpaceOf(count));
     dataset.Write(hdf_Datatype::NATIVE_INT(), hdf_Dataspace(), values);
     return dataset;
+}
+
+bool VelStoredInts::HoldsInts(const hdf_Datatype& type) {
+    return hdf_MatchesType(type, hdf_Datatype::NATIVE_INT());
 }
 
 int64_t VelStoredInts::Length(const hdf_Dataspace& space) {

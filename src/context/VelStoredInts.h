@@ -24,6 +24,8 @@ struct VelStoredInts {
 
     // The number of elements of a one-dimensional space; -1 for a space of any other rank.
     static int64_t Length(const hdf_Dataspace& space);
+    // Whether a stored type holds ints as the layout writes them (any byte order).
+    static bool HoldsInts(const hdf_Datatype& type);
 };
 
 // Stops the process for an object of the file that cannot be what it claims to be: the

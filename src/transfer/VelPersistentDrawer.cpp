@@ -132,6 +132,8 @@ VelPersistentDrawerDesc VelPersistentDrawerDesc::Read(const VelDistribution& dis
         VelRefuseStored(kKind, group,
                         "\"Drawer attributes\" holds " + Text(length) + " ints, a drawer of " +
                             Text(n) + " dimensions has " + Text(3 * n + 2));
+    if (!VelStoredInts::HoldsInts(attribute.GetType()))
+        VelRefuseStored(kKind, group, "\"Drawer attributes\" does not hold ints");
     std::vector<int> ints(static_cast<size_t>(length));
     attribute.Read(hdf_Datatype::NATIVE_INT(), ints.data());
 

@@ -1,5 +1,6 @@
 #include "views/VelStoreIO.h"
 
+#include "hdf/hdf_TypeMatch.h"
 #include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_DimArray.h"
 #include "vel/hdf/hdf_DimSpace.h"
@@ -42,6 +43,8 @@ int64_t VelStoreIO::Rows(const hdf_Dataset& table) {
 // larger transfers go in pieces.
 void VelStoreIO::ReadRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
                           int64_t count, void* buffer) {
+    VelVALIDATE(hdf_MatchesType(table.GetType(), type) &&
+                "Damaged record store: a table does not hold the rows its catalogue says");
     const int64_t piece = 0x40000000;
     const size_t width = type.GetSize();
     for (int64_t done = 0; done < count; done += piece) {
@@ -86,6 +89,8 @@ void VelStoreIO::ReadInt64Attribute(const hdf_Group& group, const char* name, in
     const hdf_DimSpace dims = attribute.GetSpace().GetDims();
     VelVALIDATE(dims.Rank() == 1 && dims[0] == static_cast<hsize_t>(count) &&
                 "Damaged record store: an attribute has the wrong length");
+    VelVALIDATE(hdf_MatchesType(attribute.GetType(), hdf_Datatype::NATIVE_INT64()) &&
+                "Damaged record store: an attribute does not hold 64-bit integers");
     attribute.Read(hdf_Datatype::NATIVE_INT64(), values);
 }
 
@@ -104,6 +109,8 @@ bool VelStoreIO::ReadInt64Dataset(const hdf_Group& group, const char* name, int6
     if (!group.GetObjinfoExists(name)) return false;
     const hdf_Dataset dataset = group.DatasetOpen(name);
     VelVALIDATE(Rows(dataset) == count && "Damaged record store: a count has the wrong length");
+    VelVALIDATE(hdf_MatchesType(dataset.GetType(), hdf_Datatype::NATIVE_INT64()) &&
+                "Damaged record store: a count does not hold 64-bit integers");
     dataset.Read(hdf_Datatype::NATIVE_INT64(), hdf_Dataspace(), values);
     return true;
 }

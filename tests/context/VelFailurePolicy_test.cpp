@@ -5,6 +5,8 @@
 
 #include <hdf5.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -121,6 +123,65 @@ TEST_F(VelFailurePolicyTest, ADamagedFileIsRefusedAndNothingLeaks) {
     m_context = Open();
     ASSERT_FALSE(m_context.IsNull());
     EXPECT_EQ(Ref().Collections().Size(), 3);
+}
+
+// Replaces the dataset or attribute `name` of the object at `path` by one of `count` elements
+// of `type`, zero-filled.
+void Retype(const std::string& file, const char* path, const char* name, hid_t type, bool attribute,
+            hsize_t count) {
+    RawFile raw(file, H5F_ACC_RDWR);
+    const hid_t object = H5Oopen(raw.id(), path, H5P_DEFAULT);
+    const hid_t space = H5Screate_simple(1, &count, nullptr);
+    std::vector<unsigned char> zeros(count * H5Tget_size(type), 0);
+    if (attribute) {
+        H5Adelete(object, name);
+        const hid_t a = H5Acreate2(object, name, type, space, H5P_DEFAULT, H5P_DEFAULT);
+        H5Awrite(a, type, zeros.data());
+        H5Aclose(a);
+    } else {
+        H5Ldelete(object, name, H5P_DEFAULT);
+        const hid_t d =
+            H5Dcreate2(object, name, type, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+        H5Dwrite(d, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, zeros.data());
+        H5Dclose(d);
+    }
+    H5Sclose(space);
+    H5Oclose(object);
+}
+
+// Every stored type is compared with the layout's before a read: HDF5 would convert a float, a
+// wider integer or a compound of other members into something, or not survive the attempt.
+TEST_F(VelFailurePolicyTest, StoredTypesThatAreNotTheLayoutsAreRefused) {
+    MakeDistribution();
+    Close();
+    const std::string original = m_file.str() + ".original";
+    std::system(("cp " + m_file.str() + " " + original).c_str());
+    const ssize_t objects = OpenHdf5Objects();
+    const auto refusal = [&](const char* path, const char* name, hid_t type, bool attribute,
+                             hsize_t count) {
+        std::system(("cp " + original + " " + m_file.str()).c_str());
+        Retype(m_file.str(), path, name, type, attribute, count);
+        return FailureOf([&] { Open(); });
+    };
+    EXPECT_EQ(refusal("/", "Context attributes", H5T_NATIVE_LLONG, false, 2),
+              "hdf_MatchesType(attributes.GetType(), hdf_Datatype::NATIVE_INT()) && "
+              "\"\\\"Context attributes\\\" does not hold ints\"");
+    EXPECT_EQ(refusal("00000001", "IndexSets", H5T_NATIVE_FLOAT, false, 5000),
+              "Layout::HoldsInts(m_indexSets) && \"\\\"IndexSets\\\" does not hold ints\"");
+    EXPECT_EQ(refusal("00000003", "Grid", H5T_NATIVE_DOUBLE, true, 2),
+              "stored distribution /00000003 refused: \"Grid\" does not hold ints");
+    EXPECT_EQ(refusal("00000002", "type", H5T_NATIVE_SHORT, true, 2),
+              "hdf_MatchesType(type.GetType(), hdf_Datatype::NATIVE_INT()) && \"a \\\"type\\\" "
+              "attribute does not hold ints\"");
+    // An index table whose entries name their members differently.
+    const hid_t renamed = H5Tcreate(H5T_COMPOUND, 24);
+    const char* names[6] = {"dataset", "start", "length", "nameIndex", "setIndex", "linkedId"};
+    for (size_t m = 0; m < 6; ++m) H5Tinsert(renamed, names[m], 4 * m, H5T_NATIVE_INT);
+    EXPECT_EQ(refusal("00000000", "IndexSet index table", renamed, false, 256),
+              "Layout::HoldsEntries(m_table) && \"the index table does not hold six-int entries\"");
+    H5Tclose(renamed);
+    EXPECT_EQ(OpenHdf5Objects(), objects);
+    std::remove(original.c_str());
 }
 
 // A write that fails at the disk gives the context up: every later use but CloseContext is

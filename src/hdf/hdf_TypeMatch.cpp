@@ -1,0 +1,63 @@
+#include "hdf/hdf_TypeMatch.h"
+
+#include <cstring>
+
+#include "hdf/hdf_Here.h"
+#include "vel/hdf/hdf_Exception.h"
+
+namespace {
+
+const char kHdfUnit[] = "hdf_TypeMatch";
+
+template <class T>
+T Checked(T result) {
+    if (result < 0) throw hdf_Exception(HDF_HERE, true);
+    return result;
+}
+
+// A type identifier that is closed when it goes.
+class OwnedType {
+public:
+    explicit OwnedType(hid_t id) : m_id(Checked(id)) {}
+    ~OwnedType() { H5Tclose(m_id); }
+    OwnedType(const OwnedType&) = delete;
+    OwnedType& operator=(const OwnedType&) = delete;
+    hid_t id() const { return m_id; }
+
+private:
+    hid_t m_id;
+};
+
+bool SameName(hid_t stored, hid_t expected, unsigned member) {
+    char* a = H5Tget_member_name(stored, member);
+    char* b = H5Tget_member_name(expected, member);
+    const bool same = a && b && std::strcmp(a, b) == 0;
+    if (a) H5free_memory(a);
+    if (b) H5free_memory(b);
+    return same;
+}
+
+bool Matches(hid_t stored, hid_t expected) {
+    const H5T_class_t kind = Checked(H5Tget_class(expected));
+    if (Checked(H5Tget_class(stored)) != kind) return false;
+    const size_t size = H5Tget_size(stored);
+    if (size == 0) throw hdf_Exception(HDF_HERE, true);
+    if (kind != H5T_COMPOUND) return size == H5Tget_size(expected);
+    const int members = Checked(H5Tget_nmembers(expected));
+    if (Checked(H5Tget_nmembers(stored)) != members) return false;
+    for (unsigned m = 0; m < static_cast<unsigned>(members); ++m) {
+        if (!SameName(stored, expected, m)) return false;
+        const OwnedType storedMember(H5Tget_member_type(stored, m));
+        const OwnedType expectedMember(H5Tget_member_type(expected, m));
+        if (!Matches(storedMember.id(), expectedMember.id())) return false;
+        const size_t offset = H5Tget_member_offset(stored, m);
+        if (offset > size || H5Tget_size(storedMember.id()) > size - offset) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool hdf_MatchesType(const hdf_Datatype& stored, const hdf_Datatype& expected) {
+    return Matches(stored.ID(), expected.ID());
+}

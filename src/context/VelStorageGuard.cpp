@@ -9,8 +9,8 @@ void VelPrintStorageFailure(const hdf_Exception& e) {
     aio_cout.flush();
 }
 
-void VelStorageFailure(const hdf_Exception& e) {
+void VelStorageFailure(const hdf_Exception& e, const char* condition) {
     VelPrintStorageFailure(e);
     if (VelAssert::FailurePolicy() == VelThrowOnFailure) VelManagerAccess::AbandonCurrent();
-    VelAssert::FailAssertion("0");
+    VelAssert::FailAssertion(condition);
 }

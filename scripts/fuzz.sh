@@ -29,7 +29,10 @@ mkdir -p "$run/seeds/VelOpenContext" "$run/seeds/VelQARNReader"
     ../examples/vel_records_writer >/dev/null && cp records.vel seeds/VelOpenContext/)
 cp tools/fuzz/qarn-seeds/* "$run/seeds/VelQARNReader/"
 
-export ASAN_OPTIONS=detect_leaks=1:handle_segv=1
+# HDF5 allocates sizes that a damaged file declares before it checks them, and handles a failed
+# allocation; the sanitizer must hand it the failure rather than stop.
+export ASAN_OPTIONS=detect_leaks=1:handle_segv=1:allocator_may_return_null=1
+export LSAN_OPTIONS=suppressions=$PWD/tools/fuzz/lsan.supp
 for target in VelOpenContext VelQARNReader; do
     [ -n "$only" ] && [ "$only" != "$target" ] && continue
     corpus="$run/corpus/$target"

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets with clang (AddressSanitizer and UndefinedBehaviorSanitizer) and
 # runs each for the given number of seconds (default 60), from seeds made by the examples and the
-# schema texts under tools/fuzz/qarn-seeds.  Findings land in build/fuzz/findings/<target>/.
+# schema texts under tools/fuzz/qarn-seeds.  The run goes on past a finding; every finding lands
+# in build/fuzz/run/findings/<target>/, to be replayed with the target and the file's name.
 # For everyday use, not for CI:  bash scripts/fuzz.sh 1800 VelOpenContext
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -42,7 +43,7 @@ for target in VelOpenContext VelQARNReader; do
     # A damaged object header can make HDF5 ask for a buffer of gigabytes before its read fails:
     # a refusal that costs memory, not a finding.
     (cd "$run" && "../tools/fuzz/vel_fuzz_$target" -max_total_time="$seconds" -close_fd_mask=3 \
-        -malloc_limit_mb=8192 -rss_limit_mb=4096 \
+        -malloc_limit_mb=8192 -rss_limit_mb=4096 -fork=1 -ignore_crashes=1 -ignore_ooms=1 \
         -artifact_prefix="findings/$target/" -print_final_stats=1 \
         "corpus/$target" "seeds/$target") 2>&1 | grep -E "^(stat::|#[0-9]+ +DONE|==[0-9]+==|SUMMARY|artifact)" || true
 done

@@ -36,6 +36,8 @@ constexpr char kMagic[8] = {'V', 'e', 'l', 'J', 'r', 'n', 'l', '1'};
 constexpr size_t kTrailerSize = 40;
 constexpr size_t kExtentHeader = 16;
 constexpr size_t kCopyBlock = 1 << 20;
+// The metadata cache of a journaled file.
+constexpr size_t kCacheBytes = 1 << 20;
 
 struct Trailer {
     uint64_t count = 0;
@@ -519,6 +521,37 @@ herr_t Read(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t addr, size_t size, void* bu
     return 0;
 }
 
+// Keeps `n` bytes destined for [at, at + n) below the committed end.  HDF5 writes whole objects
+// (a chunk of 20 KB when a table gained one row, a heap block when a group gained one name), so
+// where the overlay holds nothing yet only the bytes that differ from the file's are kept: the
+// journal then carries what changed, not what was rewritten.
+void Keep(State& s, const unsigned char* bytes, size_t n, uint64_t at) {
+    if (n == 0) return;
+    std::vector<unsigned char> old(n);
+    if (s.overlay.Overlaps(at, n) || !ReadAll(s.fd, old.data(), n, at)) {
+        s.overlay.Put(at, bytes, n);
+        return;
+    }
+    // Runs of equal bytes shorter than an extent's header are kept with their neighbours.
+    size_t i = 0;
+    while (i < n) {
+        while (i < n && bytes[i] == old[i]) ++i;
+        if (i == n) break;
+        size_t end = i + 1;
+        size_t same = 0;
+        for (size_t j = end; j < n && same < kExtentHeader; ++j) {
+            if (bytes[j] == old[j]) {
+                ++same;
+            } else {
+                same = 0;
+                end = j + 1;
+            }
+        }
+        s.overlay.Put(at + i, bytes + i, end - i);
+        i = end;
+    }
+}
+
 bool WriteThrough(State& s, const unsigned char* bytes, size_t n, uint64_t at) {
     if (n == 0) return true;
     if (!WriteAll(s.fd, bytes, n, at)) return false;
@@ -540,11 +573,11 @@ herr_t Write(H5FD_t* file, H5FD_mem_t type, hid_t, haddr_t addr, size_t size, co
     if (written && at < s.committed) {
         const uint64_t cut = std::min(end, s.committed);
         if (type != H5FD_MEM_DRAW || s.committing) {
-            s.overlay.Put(at, bytes, static_cast<size_t>(cut - at));
+            Keep(s, bytes, static_cast<size_t>(cut - at), at);
         } else {
             const uint64_t split = std::min(std::max(s.released, at), cut);
             written = WriteThrough(s, bytes, static_cast<size_t>(split - at), at);
-            s.overlay.Put(split, bytes + (split - at), static_cast<size_t>(cut - split));
+            Keep(s, bytes + (split - at), static_cast<size_t>(cut - split), split);
         }
         bytes += cut - at;
         at = cut;
@@ -625,6 +658,18 @@ State* Find(hid_t object) {
 
 void hdf_Journal::Use(hid_t access) {
     if (H5Pset_driver(access, DriverID(), nullptr) < 0) throw hdf_Exception(HDF_HERE, true);
+    H5AC_cache_config_t config;
+    config.version = H5AC__CURR_CACHE_CONFIG_VERSION;
+    if (H5Pget_mdc_config(access, &config) < 0) throw hdf_Exception(HDF_HERE, true);
+    config.set_initial_size = 1;
+    config.initial_size = kCacheBytes;
+    config.min_size = kCacheBytes;
+    config.max_size = kCacheBytes;
+    config.incr_mode = H5C_incr__off;
+    config.flash_incr_mode = H5C_flash_incr__off;
+    config.decr_mode = H5C_decr__off;
+    if (H5Pset_mdc_config(access, &config) < 0) throw hdf_Exception(HDF_HERE, true);
+    if (H5Pset_evict_on_close(access, 1) < 0) throw hdf_Exception(HDF_HERE, true);
 }
 
 bool hdf_Journal::IsJournaled(hid_t file) {

@@ -44,17 +44,27 @@ std::vector<double> StepValues(int step) {
     return values;
 }
 
-// The seconds each step took, checkpoint included.
-using StepTimes = std::vector<double>;
+double Since(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
 
-template <class Step>
-StepTimes TimeSteps(int steps, Step step) {
+// The seconds each step took, checkpoint included, and its checkpoint alone.
+struct StepTimes {
+    std::vector<double> step;
+    std::vector<double> checkpoint;
+};
+
+// `write` writes step s, `checkpoint` makes it durable.
+template <class Write, class Checkpoint>
+StepTimes TimeSteps(int steps, Write write, Checkpoint checkpoint) {
     StepTimes times;
-    times.reserve(static_cast<size_t>(steps));
     for (int s = 0; s < steps; ++s) {
         const Clock::time_point start = Clock::now();
-        step(s);
-        times.push_back(std::chrono::duration<double>(Clock::now() - start).count());
+        write(s);
+        const Clock::time_point written = Clock::now();
+        checkpoint();
+        times.checkpoint.push_back(Since(written));
+        times.step.push_back(Since(start));
     }
     return times;
 }
@@ -76,21 +86,26 @@ StepTimes LibrarySide(const std::string& file, int steps, bool sync) {
     const VelCSetID allComponents = VelCollectionRef(components).BiggestCSetID();
     VelManager::FlushContext(id);
     std::vector<double> values = StepValues(0);
-    const StepTimes times = TimeSteps(steps, [&](int s) {
-        values[0] = s;
-        const VelCSetID step = VelCollectionRef(stepCollection).CreateCSetStrided(s, 1, 1, 1);
-        VelTransfer transfer{VelDistributionRef(d)};
-        transfer.SetMakeNewDrawer().SetBufferPadding(false).SetDims(step, allNodes, allComponents);
-        transfer.CheckView();
-        transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
-        transfer.ExecWrite();
-        transfer.RelinquishBuffers();
-        if (sync) {
-            VelManager::SyncContext(id);
-        } else {
-            VelManager::FlushContext(id);
-        }
-    });
+    const StepTimes times = TimeSteps(
+        steps,
+        [&](int s) {
+            values[0] = s;
+            const VelCSetID step = VelCollectionRef(stepCollection).CreateCSetStrided(s, 1, 1, 1);
+            VelTransfer transfer{VelDistributionRef(d)};
+            transfer.SetMakeNewDrawer().SetBufferPadding(false).SetDims(step, allNodes,
+                                                                        allComponents);
+            transfer.CheckView();
+            transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
+            transfer.ExecWrite();
+            transfer.RelinquishBuffers();
+        },
+        [&] {
+            if (sync) {
+                VelManager::SyncContext(id);
+            } else {
+                VelManager::FlushContext(id);
+            }
+        });
     VelManager::CloseContext(id);
     return times;
 }
@@ -117,40 +132,47 @@ StepTimes RawSide(const std::string& file, int steps, Raw mode) {
     const hsize_t dims[2] = {kNodes, kComponents};
     const hid_t space = H5Screate_simple(2, dims, nullptr);
     std::vector<double> values = StepValues(0);
-    const StepTimes times = TimeSteps(steps, [&](int s) {
-        values[0] = s;
-        char name[16];
-        std::snprintf(name, sizeof name, "%08X", s);
-        const hid_t dataset =
-            H5Dcreate2(f, name, H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-        H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data());
-        H5Dclose(dataset);
-        H5Fflush(f, H5F_SCOPE_LOCAL);
-        if (mode == Raw::FlushAndSync) fsync(*descriptor);
-    });
+    const StepTimes times = TimeSteps(
+        steps,
+        [&](int s) {
+            values[0] = s;
+            char name[16];
+            std::snprintf(name, sizeof name, "%08X", s);
+            const hid_t dataset = H5Dcreate2(f, name, H5T_NATIVE_DOUBLE, space, H5P_DEFAULT,
+                                             H5P_DEFAULT, H5P_DEFAULT);
+            H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data());
+            H5Dclose(dataset);
+        },
+        [&] {
+            H5Fflush(f, H5F_SCOPE_LOCAL);
+            if (mode == Raw::FlushAndSync) fsync(*descriptor);
+        });
     H5Sclose(space);
     H5Fclose(f);
     return times;
 }
 
-double Sum(const StepTimes& t, size_t from, size_t to) {
+double Sum(const std::vector<double>& t, size_t from, size_t to) {
     double sum = 0;
     for (size_t i = from; i < to; ++i) sum += t[i];
     return sum;
 }
 
+// Total seconds, and the mean seconds per step and per checkpoint at each end.
 struct Summary {
-    double total = 0, first = 0, last = 0;
+    double total = 0, first = 0, last = 0, firstCheckpoint = 0, lastCheckpoint = 0;
 };
 
 // The tenth of the steps at each end, at least one and at most 1,000 steps.
 Summary Summarize(const StepTimes& t) {
-    const size_t n = t.size();
+    const size_t n = t.step.size();
     const size_t tenth = std::min<size_t>(1000, std::max<size_t>(1, n / 10));
     Summary s;
-    s.total = Sum(t, 0, n);
-    s.first = Sum(t, 0, tenth) / tenth;
-    s.last = Sum(t, n - tenth, n) / tenth;
+    s.total = Sum(t.step, 0, n);
+    s.first = Sum(t.step, 0, tenth) / tenth;
+    s.last = Sum(t.step, n - tenth, n) / tenth;
+    s.firstCheckpoint = Sum(t.checkpoint, 0, tenth) / tenth;
+    s.lastCheckpoint = Sum(t.checkpoint, n - tenth, n) / tenth;
     return s;
 }
 
@@ -162,13 +184,15 @@ Summary Median(std::vector<Summary> runs) {
 }
 
 void Report(const char* name, const std::vector<Summary>& runs, int steps) {
-    const Summary median = Median(runs);
+    const Summary m = Median(runs);
     const double bytes = double(steps) * kNodes * kComponents * sizeof(double);
+    std::printf("%-36s %6d steps %8.3f s %7.1f MB/s\n", name, steps, m.total,
+                bytes / m.total / 1e6);
     std::printf(
-        "%-36s %6d steps %8.3f s %7.1f MB/s  first %7.1f us/step  last %7.1f us/step"
-        "  last/first %.2f\n",
-        name, steps, median.total, bytes / median.total / 1e6, median.first * 1e6,
-        median.last * 1e6, median.last / median.first);
+        "    per step: first %7.1f us, last %7.1f us (x %.2f); checkpoint alone: first "
+        "%7.1f us, last %7.1f us (x %.2f)\n",
+        m.first * 1e6, m.last * 1e6, m.last / m.first, m.firstCheckpoint * 1e6,
+        m.lastCheckpoint * 1e6, m.lastCheckpoint / m.firstCheckpoint);
 }
 
 }  // namespace

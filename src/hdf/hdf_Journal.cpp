@@ -37,7 +37,7 @@ constexpr size_t kTrailerSize = 40;
 constexpr size_t kExtentHeader = 16;
 constexpr size_t kCopyBlock = 1 << 20;
 // The metadata cache of a journaled file.
-constexpr size_t kCacheBytes = 1 << 20;
+constexpr size_t kCacheBytes = 256 << 10;
 
 struct Trailer {
     uint64_t count = 0;
@@ -521,6 +521,15 @@ herr_t Read(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t addr, size_t size, void* bu
     return 0;
 }
 
+// The first position from `i` on where `a` and `b` differ, or `n`; long equal stretches (a heap
+// block of which one name changed) are passed over a block at a time.
+size_t FirstDifference(const unsigned char* a, const unsigned char* b, size_t i, size_t n) {
+    constexpr size_t kBlock = 256;
+    while (n - i >= kBlock && std::memcmp(a + i, b + i, kBlock) == 0) i += kBlock;
+    while (i < n && a[i] == b[i]) ++i;
+    return i;
+}
+
 // Keeps `n` bytes destined for [at, at + n) below the committed end.  HDF5 writes whole objects
 // (a chunk of 20 KB when a table gained one row, a heap block when a group gained one name), so
 // where the overlay holds nothing yet only the bytes that differ from the file's are kept: the
@@ -535,7 +544,7 @@ void Keep(State& s, const unsigned char* bytes, size_t n, uint64_t at) {
     // Runs of equal bytes shorter than an extent's header are kept with their neighbours.
     size_t i = 0;
     while (i < n) {
-        while (i < n && bytes[i] == old[i]) ++i;
+        i = FirstDifference(bytes, old.data(), i, n);
         if (i == n) break;
         size_t end = i + 1;
         size_t same = 0;

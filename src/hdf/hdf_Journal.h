@@ -37,7 +37,7 @@
 // until the file has been opened once through the library.
 struct hdf_Journal {
     // Makes `access` (a file-access property list) open files through the driver, with a
-    // metadata cache of a fixed 1 MiB that lets the entries of a closed object go (evict on
+    // metadata cache of a fixed 256 KiB that lets the entries of a closed object go (evict on
     // close): HDF5 1.10 visits every cached entry at every flush, so without a bound a
     // checkpoint would cost more the more the cache had seen.  Throws hdf_Exception when HDF5
     // refuses.

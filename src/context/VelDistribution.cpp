@@ -157,23 +157,29 @@ int VelDistribution::ReadNextDrawer(const hdf_Group& group) {
 }
 
 // Drawers are found by their groups' "type"; a member without one is nobody's drawer and is left
-// alone.  The groups are not kept open (see the class comment).
+// alone, unless it is named like a drawer the catalogue holds.  The groups are not kept open (see
+// the class comment).
 void VelDistribution::LoadDrawers() {
     const hsize_t n = m_group.GetNumObjs();
     std::vector<cow_String> uncommitted;
     for (hsize_t i = 0; i < n; ++i) {
         const cow_String name = m_group.GetObjnameByIdx(i);
         int named = -1;
-        if (VelContextLayout::NumberOfName(name, named) && (named < 0 || named >= m_nextDrawer)) {
+        const bool numbered = VelContextLayout::NumberOfName(name, named);
+        if (numbered && (named < 0 || named >= m_nextDrawer)) {
             uncommitted.push_back(name);
             continue;
         }
-        if (m_group.GetObjtypeByIdx(i) != hdf_Group::ObjectTypeGroup) continue;
+        const std::string where = std::string("member \"") + name.c_str() + "\"";
         int kind = -1;
         int number = -1;
-        if (!VelContextLayout::ReadTypeIfAny(m_group.GroupOpen(name.c_str()), kind, number))
+        if (m_group.GetObjtypeByIdx(i) != hdf_Group::ObjectTypeGroup ||
+            !VelContextLayout::ReadTypeIfAny(m_group.GroupOpen(name.c_str()), kind, number)) {
+            if (numbered)
+                VelRefuseStored(kKind, m_group,
+                                where + " is named like a drawer but is no group with a \"type\"");
             continue;
-        const std::string where = std::string("member \"") + name.c_str() + "\"";
+        }
         if (kind != VelObjectKindDrawer)
             VelRefuseStored(kKind, m_group,
                             where + " has \"type\" kind " + std::to_string(kind) +
@@ -189,8 +195,28 @@ void VelDistribution::LoadDrawers() {
                             where + " is not named by its drawer number " + std::to_string(number));
         m_drawers.Insert(VelIDAccess::MakeDrawerID(m_id, number), hdf_Group(), false);
     }
+    CheckCatalogue();
     if (!m_readOnly)
         for (const cow_String& name : uncommitted) m_group.Unlink(name.c_str());
+}
+
+// Every number handed out names a drawer, except the one after a sparse drawer, which names that
+// drawer's index dataset: a number with neither was lost from the file.
+void VelDistribution::CheckCatalogue() const {
+    for (int number = e_FirstDrawerNumber; number < m_nextDrawer; ++number) {
+        if (m_drawers.IsMember(VelIDAccess::MakeDrawerID(m_id, number))) continue;
+        const int sparse = number - 1;
+        const std::string index =
+            std::string(VelIdAsString(sparse).c_str()) + "/" + VelIdAsString(number).c_str();
+        if (sparse >= e_FirstDrawerNumber &&
+            m_drawers.IsMember(VelIDAccess::MakeDrawerID(m_id, sparse)) &&
+            m_group.GetObjinfoExists(index.c_str()))
+            continue;
+        VelRefuseStored(kKind, m_group,
+                        "drawer " + std::to_string(number) +
+                            " of the catalogue is missing (numbers up to " +
+                            std::to_string(m_nextDrawer - 1) + " were handed out)");
+    }
 }
 
 // ---- the drawer catalogue -----------------------------------------------------------------

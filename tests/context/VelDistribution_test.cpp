@@ -5,6 +5,8 @@
 #include "VelStoredObjectsTest.h"
 #include "context/VelDistributionAccess.h"
 #include "vel/context/VelDistributionRef.h"
+#include "vel/core/VelIdAsString.h"
+#include "vel/hdf/hdf_DimSpace.h"
 
 namespace {
 
@@ -28,6 +30,17 @@ protected:
     }
     const std::string m_refused = "stored distribution /00000003 refused: ";
 };
+
+// A sparse drawer as the drawer layer leaves it, as far as the catalogue is concerned: its group
+// and, inside it, the index dataset that takes the number after its own.
+VelDrawerID MakeSparseDrawer(VelDistribution& distribution) {
+    const VelDrawerID drawer = distribution.CreateDrawer(VelDistribution::e_SparseDrawer);
+    const int64_t one = 1;
+    distribution.DrawerGroup(drawer).DatasetCreate(
+        VelIdAsString(drawer.Minor().Value() + 1).c_str(), hdf_Datatype::NATIVE_INT(),
+        hdf_Dataspace::CreateSimple(hdf_DimSpaceInput(1, &one), hdf_DimSpace()));
+    return drawer;
+}
 
 using VelDistributionDeathTest = VelDistributionTest;
 
@@ -57,7 +70,7 @@ TEST_F(VelDistributionTest, DrawerNumbersAreSpentByKindPersistedAndNeverReused) 
     VelDistribution& d = Distribution();
     EXPECT_EQ(d.CreateDrawer(VelDistribution::e_StandardDrawer).Minor().Value(), 1);
     // A sparse drawer's index dataset takes the name of number 3.
-    EXPECT_EQ(d.CreateDrawer(VelDistribution::e_SparseDrawer).Minor().Value(), 2);
+    EXPECT_EQ(MakeSparseDrawer(d).Minor().Value(), 2);
     EXPECT_EQ(d.CreateDrawer(VelDistribution::e_StandardDrawer).Minor().Value(), 4);
     {
         // In the file at the next checkpoint, not only when the context closes.
@@ -107,8 +120,7 @@ TEST_F(VelDistributionDeathTest, CallersMustNameTheContextsOwnThings) {
         Ref().CreateDistribution(VelGrid(), VelRangeType(VelTypeKeyCSet, foreign)), own);
     const VelDistributionID other =
         Ref().CreateDistribution(VelGrid(), VelRangeType(VelTypeKeyInt));
-    const VelDrawerID drawer =
-        VelDistributionAccess::Get(other).CreateDrawer(VelDistribution::e_SparseDrawer);
+    const VelDrawerID drawer = MakeSparseDrawer(VelDistributionAccess::Get(other));
     ExpectValidateFailure(VelDistributionAccess::CloseDrawer(VelDistributionRef(id), drawer),
                           "drawer.DistributionID().Compare(m_id) == 0");
 
@@ -143,7 +155,7 @@ TEST_F(VelDistributionDeathTest, DamagedGridsAreRefusedAndSevenCollectionsAccept
 }
 
 TEST_F(VelDistributionDeathTest, DamagedRangeTypesAndCataloguesAreRefused) {
-    VelDistributionAccess::Get(MakeThreeWay()).CreateDrawer(VelDistribution::e_SparseDrawer);
+    MakeSparseDrawer(VelDistributionAccess::Get(MakeThreeWay()));
     Close();
     WriteIntAttribute("00000003", "RangeType", {8, 0, -1});
     ExpectAssertFailure(Open(), m_refused + "\"RangeType\" has the unknown type key 8");
@@ -153,6 +165,15 @@ TEST_F(VelDistributionDeathTest, DamagedRangeTypesAndCataloguesAreRefused) {
     WriteIntAttribute("00000003", "RangeType", {VelTypeKeyDouble, 0});
     ExpectAssertFailure(Open(), m_refused + "\"RangeType\" is not one dimension of 3 ints");
     WriteIntAttribute("00000003", "RangeType", {VelTypeKeyDouble, 0, -1});
+
+    // Every number handed out is a drawer, or the index dataset of the sparse drawer before it.
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        H5Ldelete(raw.id(), "00000003/00000001/00000002", H5P_DEFAULT);
+    }
+    ExpectAssertFailure(Open(), m_refused +
+                                    "drawer 2 of the catalogue is missing (numbers up to 2 were "
+                                    "handed out)");
 
     // The sparse drawer 1 spent numbers 1 and 2, so the stored next number is 3.  A drawer at or
     // beyond the stored number was made after the state the file records: a read-only open

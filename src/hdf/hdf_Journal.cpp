@@ -287,8 +287,10 @@ void CommitState(State& s, bool sync) {
                 ThrowSystem(__LINE__, "applying the journal");
         if (sync) Sync(s);
     }
+    // Cutting the journal off needs no sync of its own: should a power loss undo the cut, the
+    // next open applies the journal once more over the bytes it already put there, and the next
+    // commit's first sync makes the cut durable before anything committed is overwritten again.
     SetSize(s, s.eoa);
-    if (sync) Sync(s);
     s.overlay.Clear();
     s.committed = s.released = s.eoa;
     s.committing = false;

@@ -11,14 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "VelStoredObjectsTest.h"
+#include "VelRowDrawersTest.h"
 #include "context/VelDistribution.h"
 #include "context/VelIDAccess.h"
 #include "vel/context/VelCSet.h"
-#include "vel/context/VelDistributionRef.h"
-#include "vel/context/VelGrid.h"
-#include "vel/context/VelRangeType.h"
-#include "vel/transfer/VelTransfer.h"
 
 namespace {
 
@@ -29,43 +25,16 @@ std::vector<char> Bytes(const std::string& name) {
     return std::vector<char>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-class VelCheckpointTest : public VelStoredObjectsTest {
+class VelCheckpointTest : public VelRowDrawersTest {
 protected:
-    VelDistributionID First() const { return Ref().Distributions()[0]; }
-
-    // A double distribution over collections 0 (10 members) and 1 (20 members).
-    VelDistributionID MakeDistribution() {
-        return Ref().CreateDistribution(VelGrid(TestArray({Collection(0), Collection(1)})),
-                                        VelRangeType(VelTypeKeyDouble));
-    }
-
-    // A new drawer over member `row` of collection 0 and every member of collection 1, holding
-    // step + column / 100.
+    // A row holding step + column / 100.
     void WriteStep(const VelDistributionID& distribution, int row, double step) {
-        const VelCollectionRef rows(Collection(0));
-        const VelCSetID cset = rows.CreateCSet(&row, 1);
-        std::vector<double> values(20);
-        for (int c = 0; c < 20; ++c) values[static_cast<size_t>(c)] = step + c / 100.0;
-        VelTransfer transfer{VelDistributionRef(distribution)};
-        transfer.SetMakeNewDrawer().SetBufferPadding(false).SetDims(
-            cset, VelCollectionRef(Collection(1)).BiggestCSetID());
-        transfer.CheckView();
-        transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
-        transfer.ExecWrite();
-        transfer.RelinquishBuffers();
+        std::vector<double> values(e_RowLength);
+        for (int c = 0; c < e_RowLength; ++c) values[static_cast<size_t>(c)] = step + c / 100.0;
+        WriteRow(distribution, row, values);
     }
-
-    // Row `row` of the distribution as the newest drawer holding it gives it.
     std::vector<double> ReadStep(const VelDistributionID& distribution, int row) {
-        std::vector<double> values(20);
-        VelTransfer transfer{VelDistributionRef(distribution)};
-        transfer.SetRead().SetBufferPadding(false).SetDimOrdinalRange(0, Collection(0), row, row);
-        transfer.SetDim(1, VelCollectionRef(Collection(1)).BiggestCSetID());
-        transfer.CheckView();
-        transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
-        transfer.ExecRead();
-        transfer.RelinquishBuffers();
-        return values;
+        return ReadRow(distribution, row);
     }
 
     // The same database written twice, with and without checkpoints.

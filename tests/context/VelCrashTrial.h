@@ -144,22 +144,15 @@ struct VelCrashTrial {
         const int checkpointsBefore = 1 + static_cast<int>(random() % 60);
         const int delayMicros =
             aimAtCheckpoint ? static_cast<int>(random() % 400) : static_cast<int>(random() % 40000);
-        int pipes[2];
-        if (pipe(pipes) != 0) return Failed("pipe");
-        std::fflush(nullptr);
-        const pid_t child = fork();
-        if (child < 0) return Failed("fork");
-        if (child == 0) {
-            close(pipes[0]);
-            Writer(file, pipes[1]);
-        }
-        close(pipes[1]);
+        int report = -1;
+        const pid_t child = StartWriter(file, report, [] {});
+        if (child < 0) return Failed("the writer could not be started");
         Outcome outcome;
         int begun = 0;
         bool inCheckpoint = false;
         char message = 0;
         if (aimAtCheckpoint) {
-            while (begun < checkpointsBefore && read(pipes[0], &message, 1) == 1) {
+            while (begun < checkpointsBefore && read(report, &message, 1) == 1) {
                 if (message == e_Ready) outcome.created = true;
                 if (message == e_Begin) ++begun;
                 if (message == e_Done) ++outcome.checkpointed;
@@ -171,7 +164,7 @@ struct VelCrashTrial {
         int status = 0;
         waitpid(child, &status, 0);
         outcome.writerFinished = WIFEXITED(status);
-        while (read(pipes[0], &message, 1) == 1) {
+        while (read(report, &message, 1) == 1) {
             if (message == e_Ready) outcome.created = true;
             if (message == e_Begin) inCheckpoint = true;
             if (message == e_Done) {
@@ -179,7 +172,7 @@ struct VelCrashTrial {
                 inCheckpoint = false;
             }
         }
-        close(pipes[0]);
+        close(report);
         outcome.killedInCheckpoint = inCheckpoint && !outcome.writerFinished;
         Verify(file, outcome, rewrite);
         return outcome;
@@ -188,26 +181,20 @@ struct VelCrashTrial {
     // The same writer with the file limited to `limit` bytes: it runs until a storage failure
     // stops it.
     static Outcome DiskFullTrial(const char* file, rlim_t limit) {
-        int pipes[2];
-        if (pipe(pipes) != 0) return Failed("pipe");
-        std::fflush(nullptr);
-        const pid_t child = fork();
-        if (child < 0) return Failed("fork");
-        if (child == 0) {
-            close(pipes[0]);
+        int report = -1;
+        const pid_t child = StartWriter(file, report, [limit] {
             signal(SIGXFSZ, SIG_IGN);
             const struct rlimit size = {limit, limit};
             setrlimit(RLIMIT_FSIZE, &size);
-            Writer(file, pipes[1]);
-        }
-        close(pipes[1]);
+        });
+        if (child < 0) return Failed("the writer could not be started");
         Outcome outcome;
         char message = 0;
-        while (read(pipes[0], &message, 1) == 1) {
+        while (read(report, &message, 1) == 1) {
             if (message == e_Ready) outcome.created = true;
             if (message == e_Done) ++outcome.checkpointed;
         }
-        close(pipes[0]);
+        close(report);
         int status = 0;
         waitpid(child, &status, 0);
         outcome.writerFinished = WIFEXITED(status);
@@ -217,6 +204,25 @@ struct VelCrashTrial {
     }
 
 private:
+    // Forks the writer after `prepare` has run in the child; `report` is the parent's end of the
+    // writer's pipe.  A negative result: no writer.
+    template <class Prepare>
+    static pid_t StartWriter(const char* file, int& report, Prepare prepare) {
+        int pipes[2];
+        if (pipe(pipes) != 0) return -1;
+        std::fflush(nullptr);
+        const pid_t child = fork();
+        if (child == 0) {
+            close(pipes[0]);
+            prepare();
+            Writer(file, pipes[1]);
+        }
+        close(pipes[1]);
+        report = pipes[0];
+        if (child < 0) close(report);
+        return child;
+    }
+
     static Outcome Failed(const char* what) {
         Outcome outcome;
         outcome.failure = what;

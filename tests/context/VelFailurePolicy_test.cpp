@@ -10,14 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "VelStoredObjectsTest.h"
+#include "VelRowDrawersTest.h"
 #include "hdf/hdf_Journal.h"
 #include "vel/context/VelCSet.h"
-#include "vel/context/VelDistributionRef.h"
-#include "vel/context/VelGrid.h"
-#include "vel/context/VelRangeType.h"
 #include "vel/core/VelAssert.h"
-#include "vel/transfer/VelTransfer.h"
 
 namespace {
 
@@ -27,10 +23,10 @@ const char kUnusable[] =
     "!context.IsAbandoned() && \"The context is unusable after a failed write: only CloseContext "
     "is allowed\"";
 
-class VelFailurePolicyTest : public VelStoredObjectsTest {
+class VelFailurePolicyTest : public VelRowDrawersTest {
 protected:
     void SetUp() override {
-        VelStoredObjectsTest::SetUp();
+        VelRowDrawersTest::SetUp();
         VelAssert::SetFailurePolicy(VelThrowOnFailure);
         ::testing::internal::CaptureStderr();
         ::testing::internal::CaptureStdout();
@@ -39,7 +35,7 @@ protected:
         m_stderr = ::testing::internal::GetCapturedStderr();
         ::testing::internal::GetCapturedStdout();
         VelAssert::SetFailurePolicy(VelStopOnFailure);
-        VelStoredObjectsTest::TearDown();
+        VelRowDrawersTest::TearDown();
     }
 
     // Runs `f`, which must throw a VelFailure, and gives its condition text.
@@ -54,37 +50,11 @@ protected:
         return std::string();
     }
 
-    VelDistributionID MakeDistribution() {
-        return Ref().CreateDistribution(VelGrid(TestArray({Collection(0), Collection(1)})),
-                                        VelRangeType(VelTypeKeyDouble));
-    }
-
     void WriteRow(const VelDistributionID& distribution, int row, double value) {
-        const VelCSetID cset = VelCollectionRef(Collection(0)).CreateCSet(&row, 1);
-        std::vector<double> values(20, value);
-        VelTransfer transfer{VelDistributionRef(distribution)};
-        transfer.SetMakeNewDrawer().SetBufferPadding(false).SetDims(
-            cset, VelCollectionRef(Collection(1)).BiggestCSetID());
-        transfer.CheckView();
-        transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
-        transfer.ExecWrite();
-        transfer.RelinquishBuffers();
-    }
-
-    std::vector<double> ReadRow(const VelDistributionID& distribution, int row) {
-        std::vector<double> values(20, -1);
-        VelTransfer transfer{VelDistributionRef(distribution)};
-        transfer.SetRead().SetBufferPadding(false).SetDimOrdinalRange(0, Collection(0), row, row);
-        transfer.SetDim(1, VelCollectionRef(Collection(1)).BiggestCSetID());
-        transfer.CheckView();
-        transfer.SetBuffer(VelbufMain, values.data(), transfer.RequiredBufferSize(VelbufMain));
-        transfer.ExecRead();
-        transfer.RelinquishBuffers();
-        return values;
+        VelRowDrawersTest::WriteRow(distribution, row, std::vector<double>(e_RowLength, value));
     }
 
     hid_t FileID() const { return Ref().File().GetFileID(); }
-    VelDistributionID First() const { return Ref().Distributions()[0]; }
 
     std::string m_stderr;
 };

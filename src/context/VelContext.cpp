@@ -6,6 +6,7 @@
 #include "context/VelIDAccess.h"
 #include "hdf/hdf_Journal.h"
 #include "vel/core/VelAssert.h"
+#include "vel/core/VelIdAsString.h"
 
 namespace {
 
@@ -171,6 +172,11 @@ void VelContext::LoadObject(const TypedMember& member) {
     }
     // Two groups claiming the same object.
     VelASSERT(inserted);
+    // Collections, distributions and DSets share one counter and are named by their serial, so
+    // a "type" naming another serial claims another object.
+    const bool namedBySerial =
+        member.kind > VelObjectKindDSet || member.name == VelIdAsString(minor);
+    VelASSERT(namedBySerial && "an object's group is not named by the serial of its \"type\"");
 }
 
 void VelContext::RemoveUncommitted() {

@@ -1,5 +1,6 @@
 #include "hdf/hdf_TypeMatch.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "hdf/hdf_Here.h"
@@ -37,11 +38,33 @@ bool SameName(hid_t stored, hid_t expected, unsigned member) {
     return same;
 }
 
+// Integers and floats of one size can still differ in the bits they use: a damaged datatype
+// message keeps its class and size and changes a field, and HDF5 then converts faithfully into
+// wrong numbers.  Byte order is left to HDF5.
+bool SameInteger(hid_t stored, hid_t expected) {
+    return H5Tget_precision(stored) == H5Tget_precision(expected) &&
+           H5Tget_offset(stored) == H5Tget_offset(expected) &&
+           H5Tget_sign(stored) == H5Tget_sign(expected);
+}
+
+bool SameFloat(hid_t stored, hid_t expected) {
+    size_t s[5] = {0, 0, 0, 0, 0};
+    size_t e[5] = {1, 1, 1, 1, 1};
+    Checked(H5Tget_fields(stored, &s[0], &s[1], &s[2], &s[3], &s[4]));
+    Checked(H5Tget_fields(expected, &e[0], &e[1], &e[2], &e[3], &e[4]));
+    return std::equal(s, s + 5, e) && H5Tget_ebias(stored) == H5Tget_ebias(expected) &&
+           H5Tget_norm(stored) == H5Tget_norm(expected) &&
+           H5Tget_precision(stored) == H5Tget_precision(expected) &&
+           H5Tget_offset(stored) == H5Tget_offset(expected);
+}
+
 bool Matches(hid_t stored, hid_t expected) {
     const H5T_class_t kind = Checked(H5Tget_class(expected));
     if (Checked(H5Tget_class(stored)) != kind) return false;
     const size_t size = H5Tget_size(stored);
     if (size == 0) throw hdf_Exception(HDF_HERE, true);
+    if (kind == H5T_INTEGER) return size == H5Tget_size(expected) && SameInteger(stored, expected);
+    if (kind == H5T_FLOAT) return size == H5Tget_size(expected) && SameFloat(stored, expected);
     if (kind != H5T_COMPOUND) return size == H5Tget_size(expected);
     const int members = Checked(H5Tget_nmembers(expected));
     if (Checked(H5Tget_nmembers(stored)) != members) return false;

@@ -6,6 +6,7 @@
 #include "context/VelCSetAccess.h"
 #include "context/VelIDAccess.h"
 #include "context/VelStoredInts.h"
+#include "hdf/hdf_TypeMatch.h"
 #include "transfer/VelDrawerGuard.h"
 #include "vel/context/VelCSet.h"
 #include "vel/context/VelCollectionRef.h"
@@ -32,14 +33,10 @@ hdf_Dataspace LineOf(int64_t length) {
     return SpaceOf(1, &length);
 }
 
-// Whether a stored type holds values of `key` as VelStoredTypeOf writes them: same class and
-// size (byte order is HDF5's to convert).
+// Whether a stored type holds values of `key` as VelStoredTypeOf writes them (byte order is
+// HDF5's to convert).
 bool HoldsKey(const hdf_Datatype& type, VelTypeKey key) {
-    const hdf_Datatype::TypeClassGetClass expected =
-        key == VelTypeKeyDouble || key == VelTypeKeyFloat ? hdf_Datatype::TypeClassGetClassFloat
-                                                          : hdf_Datatype::TypeClassGetClassInteger;
-    return type.GetClass() == expected &&
-           type.GetSize() == static_cast<size_t>(VelElementSizeOf(key));
+    return hdf_MatchesType(type, VelStoredTypeOf(key));
 }
 
 // A one-dimensional dataset's length, or -1.

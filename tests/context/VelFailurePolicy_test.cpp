@@ -172,6 +172,28 @@ TEST_F(VelFailurePolicyTest, StoredTypesThatAreNotTheLayoutsAreRefused) {
     std::remove(original.c_str());
 }
 
+// A datatype message damaged inside a field keeps its class and size: a double whose exponent
+// bias changed would convert faithfully into wrong numbers, and is refused instead.  A "type"
+// that names another object's serial is refused as well.
+TEST_F(VelFailurePolicyTest, ShiftedFloatsAndMisnamedObjectsAreRefused) {
+    const VelDistributionID d = MakeDistribution();
+    WriteRow(d, 2, 0.5);
+    Close();
+    const hid_t shifted = H5Tcopy(H5T_NATIVE_DOUBLE);
+    H5Tset_ebias(shifted, 1000);
+    Retype(m_file.str(), "00000003/00000001", "00000001", shifted, false, 0);
+    H5Tclose(shifted);
+    Reopen();
+    EXPECT_EQ(FailureOf([&] { ReadRow(First(), 2); }),
+              "stored drawer /00000003/00000001 refused: dataset \"00000001\" does not hold Double "
+              "values");
+    Close();
+    WriteIntAttribute("00000003", "type", {1, 2});
+    EXPECT_EQ(FailureOf([&] { Open(); }),
+              "namedBySerial && \"an object's group is not named by the serial of its "
+              "\\\"type\\\"\"");
+}
+
 // A write that fails at the disk gives the context up: every later use but CloseContext is
 // refused, and the file keeps the last checkpoint, which a reopen finds whole.
 TEST_F(VelFailurePolicyTest, AFailedWriteGivesTheContextUpAndKeepsTheLastCheckpoint) {

@@ -82,5 +82,6 @@ void VelContextLayout::ReadContextAttributes(const hdf_Group& root, int values[2
     VelASSERT(contextDims.Rank() == 1 && contextDims[0] == 2);
     VelASSERT(hdf_MatchesType(attributes.GetType(), hdf_Datatype::NATIVE_INT()) &&
               "\"Context attributes\" does not hold ints");
+    VelASSERT(hdf_HasStoredLayout(attributes) && "\"Context attributes\" stores no values");
     attributes.Read(hdf_Datatype::NATIVE_INT(), hdf_Dataspace(), values);
 }

@@ -9,6 +9,7 @@
 #include "context/VelContextLayout.h"
 #include "context/VelIDAccess.h"
 #include "context/VelStoredInts.h"
+#include "hdf/hdf_TypeMatch.h"
 #include "vel/context/VelOCompartment.h"
 #include "vel/core/VelAssert.h"
 #include "vel/core/VelIdAsString.h"
@@ -110,6 +111,8 @@ VelCtation VelDSet::ReadCtation(VelContext& context, const hdf_Group& group) {
     if (expected > INT_MAX) VelRefuseStored(kKind, group, "\"Ctation\" is too long");
     if (!VelStoredInts::HoldsInts(dataset.GetType()))
         VelRefuseStored(kKind, group, "\"Ctation\" does not hold ints");
+    if (!hdf_HasStoredLayout(dataset))
+        VelRefuseStored(kKind, group, "\"Ctation\" stores no values");
     VelArray<int> words(static_cast<int>(expected));
     dataset.Read(hdf_Datatype::NATIVE_INT(), hdf_Dataspace(), &words[0]);
 

@@ -81,6 +81,10 @@ bool Matches(hid_t stored, hid_t expected) {
 
 }  // namespace
 
+bool hdf_HasStoredLayout(const hdf_Dataset& dataset) {
+    return dataset.GetCreatePlist().GetLayout() != hdf_PropListDatasetCreation::LayoutCompact;
+}
+
 bool hdf_MatchesType(const hdf_Datatype& stored, const hdf_Datatype& expected) {
     return Matches(stored.ID(), expected.ID());
 }

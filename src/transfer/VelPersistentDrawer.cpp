@@ -234,6 +234,8 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
     const std::string quoted = std::string("dataset \"") + name.c_str() + "\"";
     if (!HasDataset(group, name)) VelRefuseStored(kKind, group, "it has no " + quoted);
     drawer.m_values = group.DatasetOpen(name.c_str());
+    if (!hdf_HasStoredLayout(drawer.m_values))
+        VelRefuseStored(kKind, group, quoted + " stores no values");
     if (!HoldsKey(drawer.m_values.GetType(), key))
         VelRefuseStored(kKind, group,
                         quoted + " does not hold " + VelstringNameOf(key) + " values");
@@ -267,6 +269,8 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
     const std::string indexQuoted = std::string("index dataset \"") + indexName.c_str() + "\"";
     if (!HasDataset(group, indexName)) VelRefuseStored(kKind, group, "it has no " + indexQuoted);
     drawer.m_index = group.DatasetOpen(indexName.c_str());
+    if (!hdf_HasStoredLayout(drawer.m_index))
+        VelRefuseStored(kKind, group, indexQuoted + " stores no values");
     if (!HoldsKey(drawer.m_index.GetType(), VelTypeKeyInt))
         VelRefuseStored(kKind, group, indexQuoted + " does not hold ints");
     drawer.m_indexSpace = drawer.m_index.GetSpace();

@@ -45,6 +45,7 @@ void VelStoreIO::ReadRows(const hdf_Dataset& table, const hdf_Datatype& type, in
                           int64_t count, void* buffer) {
     VelVALIDATE(hdf_MatchesType(table.GetType(), type) &&
                 "Damaged record store: a table does not hold the rows its catalogue says");
+    VelVALIDATE(hdf_HasStoredLayout(table) && "Damaged record store: a table stores no rows");
     const int64_t piece = 0x40000000;
     const size_t width = type.GetSize();
     for (int64_t done = 0; done < count; done += piece) {
@@ -111,6 +112,7 @@ bool VelStoreIO::ReadInt64Dataset(const hdf_Group& group, const char* name, int6
     VelVALIDATE(Rows(dataset) == count && "Damaged record store: a count has the wrong length");
     VelVALIDATE(hdf_MatchesType(dataset.GetType(), hdf_Datatype::NATIVE_INT64()) &&
                 "Damaged record store: a count does not hold 64-bit integers");
+    VelVALIDATE(hdf_HasStoredLayout(dataset) && "Damaged record store: a count stores no values");
     dataset.Read(hdf_Datatype::NATIVE_INT64(), hdf_Dataspace(), values);
     return true;
 }

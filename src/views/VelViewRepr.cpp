@@ -457,10 +457,14 @@ const VelRowLayout* VelViewRepr::Layout(int slot) {
         const VelRecType type = registry.GetType(index);
         VelVALIDATE(type.Category() == s.m_Category &&
                     "Damaged record store: a table's category differs from its type's");
-        s.m_Layout =
-            VelRecHandle<VelRowLayout>(type.Category() == VelCategoryDataRecord
-                                           ? new VelRowLayout(VelRecTypeDataRecord(type), registry)
-                                           : new VelRowLayout(VelRecTypeAssociation(type)));
+        // The row format is built from the stored type's members: HDF5 refuses one that a
+        // damaged registry describes (a member without a name, say).
+        s.m_Layout = VelGuardStorage([&] {
+            return VelRecHandle<VelRowLayout>(
+                type.Category() == VelCategoryDataRecord
+                    ? new VelRowLayout(VelRecTypeDataRecord(type), registry)
+                    : new VelRowLayout(VelRecTypeAssociation(type)));
+        });
         s.m_LayoutChecked = false;
     }
     if (!s.m_LayoutChecked && !s.m_Table.IsEmpty()) {

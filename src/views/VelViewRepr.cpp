@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <set>
 #include <string>
 
 #include "vel/core/VelAssert.h"
@@ -182,6 +183,8 @@ void VelViewRepr::LoadCatalogue() {
 
     int64_t records = 0;
     int64_t pairs = 0;
+    // Associations and the focus draw their serials from one counter: no two share one.
+    std::set<int64_t> serials = {m_focus};
     for (const VelSlotRow& row : rows) {
         VelVALIDATE(std::memchr(row.form, 0, sizeof row.form) &&
                     "Damaged record store: a table's form name is not terminated");
@@ -198,6 +201,8 @@ void VelViewRepr::LoadCatalogue() {
         VelVALIDATE((row.category == VelCategoryDataRecord ||
                      (row.serial >= 0 && row.serial < m_store->SerialLimit())) &&
                     "Damaged record store: an association's serial is out of range");
+        VelVALIDATE((row.category == VelCategoryDataRecord || serials.insert(row.serial).second) &&
+                    "Damaged record store: an association's serial is taken twice");
         VelVALIDATE((row.rows == 0 || row.table != 0) &&
                     "Damaged record store: a table with rows is missing");
         slot.m_Category = row.category;

@@ -325,4 +325,27 @@ TEST_F(VelRecordStoreDeathTest, ACatalogueRowOfAnUnknownCategoryIsRefused) {
                           "unknown category\"");
 }
 
+// Associations draw their serials from the counter the records use: two association tables
+// claiming one serial would hand out one association identifier for both.
+TEST_F(VelRecordStoreDeathTest, TwoAssociationsOfOneSerialAreRefused) {
+    Write();
+    {
+        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
+        RawTable slots(file, kSlots);
+        std::vector<size_t> associations;
+        for (size_t row = 0; row < slots.Rows(); ++row)
+            if (slots.Native<int32_t>(row, "category") == VelCategoryAssociation)
+                associations.push_back(row);
+        ASSERT_GE(associations.size(), 2u);
+        slots.Native<int64_t>(associations[1], "serial") =
+            slots.Native<int64_t>(associations[0], "serial");
+        slots.Write();
+        H5Fclose(file);
+    }
+    ExpectValidateFailure(ReadEverything(),
+                          "(row.category == VelCategoryDataRecord || "
+                          "serials.insert(row.serial).second) && \"Damaged record store: an "
+                          "association's serial is taken twice\"");
+}
+
 }  // namespace

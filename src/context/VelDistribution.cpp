@@ -48,7 +48,7 @@ VelAutoPtr<VelDistribution> VelDistribution::Create(VelContext& context,
 
     return VelGuardStorage([&] {
         const hdf_Group group =
-            context.File().GroupCreate(VelIdAsString(id.Minor().Value()).c_str(), 0);
+            context.File().GroupCreateIndexed(VelIdAsString(id.Minor().Value()).c_str());
         VelContextLayout::WriteType(group, VelObjectKindDistribution, id.Minor().Value());
 
         int words[VelMAX_DIMENSIONS];

@@ -45,6 +45,19 @@ hdf_Group hdf_Group::GroupCreate(const char* name, int sizeHint) const {
     return Succeeded(id, HDF_HERE) ? hdf_Group(id) : hdf_Group();
 }
 
+// Tracking the links' creation order is what makes HDF5 1.10 store the group in the link-info
+// format under the default (earliest) format bounds; past eight members the links move to
+// dense storage.  No creation-order index is kept: members are found and listed by name.
+hdf_Group hdf_Group::GroupCreateIndexed(const char* name) const {
+    const hid_t creation = H5Pcreate(H5P_GROUP_CREATE);
+    if (!Succeeded(creation, HDF_HERE)) return hdf_Group();
+    hid_t id = -1;
+    if (Succeeded(H5Pset_link_creation_order(creation, H5P_CRT_ORDER_TRACKED), HDF_HERE))
+        id = H5Gcreate2(ID(), name, H5P_DEFAULT, creation, H5P_DEFAULT);
+    H5Pclose(creation);
+    return Succeeded(id, HDF_HERE) ? hdf_Group(id) : hdf_Group();
+}
+
 hdf_Group hdf_Group::GroupOpen(const char* name) const {
     const hid_t id = H5Gopen(ID(), name);
     return Succeeded(id, HDF_HERE) ? hdf_Group(id) : hdf_Group();

@@ -33,6 +33,11 @@ public:
 
     // `sizeHint` is the bytes HDF5 reserves for member names (0 for its default).
     hdf_Group GroupCreate(const char* name, int sizeHint) const;
+    // A group for many members: its links are kept in a heap and a B-tree that HDF5 changes
+    // piecewise (not one name heap written out whole at every flush), so adding, finding or
+    // flushing a member costs the same however many the group holds.  Readers of HDF5 1.8 and
+    // later read it like any group.
+    hdf_Group GroupCreateIndexed(const char* name) const;
     hdf_Group GroupOpen(const char* name) const;
 
     hdf_Dataset DatasetCreate(const char* name, const hdf_Datatype& type,

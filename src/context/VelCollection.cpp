@@ -563,7 +563,8 @@ void VelCollection::FlushTable() {
             m_tableRecords = Layout::TableRecordsFor(m_numCSets, m_tableChunk);
             Layout::Extend(m_table, m_tableRecords);
         }
-        Layout::WriteEntries(m_table, m_numWritten, m_numCSets - m_numWritten,
+        if (m_entryType.IsEmpty()) m_entryType = Layout::EntryType();
+        Layout::WriteEntries(m_table, m_entryType, m_numWritten, m_numCSets - m_numWritten,
                              m_entries + m_numWritten);
         Layout::WriteAttributes(m_group, attributes);
     }

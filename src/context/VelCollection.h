@@ -147,6 +147,7 @@ private:
     hdf_Group m_group;
     hdf_Dataset m_indexSets;
     hdf_Dataset m_table;
+    hdf_Datatype m_entryType;  // made at the first write-back of a loaded or created table
     mem_CachePool* m_pool;
     int m_size = 0;
 

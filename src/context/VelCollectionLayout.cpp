@@ -21,15 +21,6 @@ hdf_PropListDatasetCreation ChunkedBy(int chunk) {
     return creation;
 }
 
-// The six native ints of an entry, packed in file order.
-hdf_Datatype EntryType() {
-    hdf_CompoundBuilder builder(static_cast<int>(sizeof(int)));
-    for (const char* name :
-         {"dataset", "start", "length", "nameIndex", "indexSetIndex", "linkedId"})
-        builder.Insert(name, hdf_Datatype::NATIVE_INT());
-    return hdf_Datatype(builder);
-}
-
 // `dataset`'s file space with [start, start + count) selected, and a memory space of `count`.
 struct Selection {
     hdf_Dataspace memory;
@@ -78,20 +69,29 @@ hdf_Dataset VelCollectionLayout::CreateIndexSets(const hdf_Group& group) {
                                GrowingSpace(e_IndexSetsChunk), ChunkedBy(e_IndexSetsChunk));
 }
 
+// The six native ints of an entry, packed in file order.
+hdf_Datatype VelCollectionLayout::EntryType() {
+    hdf_CompoundBuilder builder(static_cast<int>(sizeof(int)));
+    for (const char* name :
+         {"dataset", "start", "length", "nameIndex", "indexSetIndex", "linkedId"})
+        builder.Insert(name, hdf_Datatype::NATIVE_INT());
+    return hdf_Datatype(builder);
+}
+
 hdf_Dataset VelCollectionLayout::CreateIndexTable(const hdf_Group& group, int64_t records,
                                                   const VelIndexEntry* entries, int count) {
     hdf_Dataset table =
         group.DatasetCreate(e_IndexTable, EntryType(), GrowingSpace(static_cast<hsize_t>(records)),
                             ChunkedBy(e_TableChunk));
-    WriteEntries(table, 0, count, entries);
+    WriteEntries(table, EntryType(), 0, count, entries);
     return table;
 }
 
-void VelCollectionLayout::WriteEntries(const hdf_Dataset& table, int first, int count,
-                                       const VelIndexEntry* entries) {
+void VelCollectionLayout::WriteEntries(const hdf_Dataset& table, const hdf_Datatype& entryType,
+                                       int first, int count, const VelIndexEntry* entries) {
     if (count == 0) return;
     const Selection s = Select(table, first, count);
-    table.Write(EntryType(), s.memory, s.file, entries);
+    table.Write(entryType, s.memory, s.file, entries);
 }
 
 void VelCollectionLayout::ReadEntries(const hdf_Dataset& table, int count, VelIndexEntry* entries) {

@@ -64,9 +64,12 @@ struct VelCollectionLayout {
     // Creates the table with `records` records and writes the first `count` entries.
     static hdf_Dataset CreateIndexTable(const hdf_Group& group, int64_t records,
                                         const VelIndexEntry* entries, int count);
-    // Writes entries [first, first + count) of an existing table.
-    static void WriteEntries(const hdf_Dataset& table, int first, int count,
-                             const VelIndexEntry* entries);
+    // Writes entries [first, first + count) of an existing table; `entryType` is EntryType(),
+    // which a collection that writes at every checkpoint makes once.
+    static void WriteEntries(const hdf_Dataset& table, const hdf_Datatype& entryType, int first,
+                             int count, const VelIndexEntry* entries);
+    // The memory type of an index-table record: six native ints in file order.
+    static hdf_Datatype EntryType();
     // Reads the first `count` records into `entries`; the caller has checked the extent.
     static void ReadEntries(const hdf_Dataset& table, int count, VelIndexEntry* entries);
 

@@ -156,48 +156,53 @@ int VelDistribution::ReadNextDrawer(const hdf_Group& group) {
     return next;
 }
 
-// Drawers are found by their groups' "type"; a member without one is nobody's drawer and is left
-// alone, unless it is named like a drawer the catalogue holds.  The groups are not kept open (see
-// the class comment).
+// The catalogue is read from the members' names alone: a numbered member below the stored
+// counter is a drawer, the rest is nobody's drawer and is left alone.  A drawer's group is
+// checked (a group, with a "type" of kind drawer naming its number) when it is first opened,
+// so that finding the drawers costs one pass over the names however many there are.  The
+// groups are not kept open (see the class comment).
 void VelDistribution::LoadDrawers() {
-    const hsize_t n = m_group.GetNumObjs();
     std::vector<cow_String> uncommitted;
-    for (hsize_t i = 0; i < n; ++i) {
-        const cow_String name = m_group.GetObjnameByIdx(i);
-        int named = -1;
-        const bool numbered = VelContextLayout::NumberOfName(name, named);
-        if (numbered && (named < 0 || named >= m_nextDrawer)) {
+    for (const cow_String& name : m_group.MemberNames()) {
+        int number = -1;
+        if (!VelContextLayout::NumberOfName(name, number)) continue;
+        if (number < 0 || number >= m_nextDrawer) {
             uncommitted.push_back(name);
             continue;
         }
-        const std::string where = std::string("member \"") + name.c_str() + "\"";
-        int kind = -1;
-        int number = -1;
-        if (m_group.GetObjtypeByIdx(i) != hdf_Group::ObjectTypeGroup ||
-            !VelContextLayout::ReadTypeIfAny(m_group.GroupOpen(name.c_str()), kind, number)) {
-            if (numbered)
-                VelRefuseStored(kKind, m_group,
-                                where + " is named like a drawer but is no group with a \"type\"");
-            continue;
-        }
-        if (kind != VelObjectKindDrawer)
+        if (number < e_FirstDrawerNumber)
             VelRefuseStored(kKind, m_group,
-                            where + " has \"type\" kind " + std::to_string(kind) +
-                                ", only drawers (3) live in a distribution");
-        if (number < e_FirstDrawerNumber || number >= m_nextDrawer)
-            VelRefuseStored(kKind, m_group,
-                            where + " is drawer " + std::to_string(number) +
-                                ", outside the numbers handed out (" +
+                            std::string("member \"") + name.c_str() + "\" is drawer " +
+                                std::to_string(number) + ", outside the numbers handed out (" +
                                 std::to_string(e_FirstDrawerNumber) + " to " +
                                 std::to_string(m_nextDrawer - 1) + ")");
-        if (name != VelIdAsString(number))
-            VelRefuseStored(kKind, m_group,
-                            where + " is not named by its drawer number " + std::to_string(number));
         m_drawers.Insert(VelIDAccess::MakeDrawerID(m_id, number), hdf_Group(), false);
     }
     CheckCatalogue();
     if (!m_readOnly)
         for (const cow_String& name : uncommitted) m_group.Unlink(name.c_str());
+}
+
+// The checks of a drawer's group, made when it is first opened.
+hdf_Group VelDistribution::OpenDrawerGroup(int number) const {
+    const cow_String name = VelIdAsString(number);
+    const std::string where = std::string("member \"") + name.c_str() + "\"";
+    int kind = -1;
+    int stored = -1;
+    hdf_Group group;
+    if (m_group.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeGroup)
+        group = m_group.GroupOpen(name.c_str());
+    if (group.IsEmpty() || !VelContextLayout::ReadTypeIfAny(group, kind, stored))
+        VelRefuseStored(kKind, m_group,
+                        where + " is named like a drawer but is no group with a \"type\"");
+    if (kind != VelObjectKindDrawer)
+        VelRefuseStored(kKind, m_group,
+                        where + " has \"type\" kind " + std::to_string(kind) +
+                            ", only drawers (3) live in a distribution");
+    if (stored != number)
+        VelRefuseStored(kKind, m_group,
+                        where + " is not named by its drawer number " + std::to_string(stored));
+    return group;
 }
 
 // Every number handed out names a drawer, except the one after a sparse drawer, which names that
@@ -258,8 +263,7 @@ hdf_Group VelDistribution::DrawerGroup(const VelDrawerID& drawer) {
     NoteUse(drawer);
     hdf_Group& group = m_drawers.Get(drawer);
     if (group.IsEmpty()) {
-        group = VelGuardStorage(
-            [&] { return m_group.GroupOpen(VelIdAsString(drawer.Minor().Value()).c_str()); });
+        group = VelGuardStorage([&] { return OpenDrawerGroup(drawer.Minor().Value()); });
         m_open.insert(drawer.Minor().Value());
     }
     return group;

@@ -113,6 +113,7 @@ private:
     static VelRangeType ReadRangeType(const VelContext& context, const hdf_Group& group);
     static int ReadNextDrawer(const hdf_Group& group);
     void LoadDrawers();
+    hdf_Group OpenDrawerGroup(int number) const;
     void CheckCatalogue() const;
     void WriteNextDrawer();
     void RequireDrawer(const VelDrawerID& drawer) const;

@@ -47,12 +47,16 @@ hdf_Group hdf_Group::GroupCreate(const char* name, int sizeHint) const {
 
 // Tracking the links' creation order is what makes HDF5 1.10 store the group in the link-info
 // format under the default (earliest) format bounds; past eight members the links move to
-// dense storage.  No creation-order index is kept: members are found and listed by name.
+// dense storage.  The creation-order index lets MemberNames walk the link heap in the order it
+// was filled, block after block: the name index is hashed, and a walk in its order visits the
+// heap's blocks at random, reading each again and again once they outgrow the metadata cache.
 hdf_Group hdf_Group::GroupCreateIndexed(const char* name) const {
     const hid_t creation = H5Pcreate(H5P_GROUP_CREATE);
     if (!Succeeded(creation, HDF_HERE)) return hdf_Group();
     hid_t id = -1;
-    if (Succeeded(H5Pset_link_creation_order(creation, H5P_CRT_ORDER_TRACKED), HDF_HERE))
+    if (Succeeded(
+            H5Pset_link_creation_order(creation, H5P_CRT_ORDER_TRACKED | H5P_CRT_ORDER_INDEXED),
+            HDF_HERE))
         id = H5Gcreate2(ID(), name, H5P_DEFAULT, creation, H5P_DEFAULT);
     H5Pclose(creation);
     return Succeeded(id, HDF_HERE) ? hdf_Group(id) : hdf_Group();
@@ -144,6 +148,31 @@ void hdf_Group::Unlink(const char* name) const {
 hsize_t hdf_Group::GetNumObjs() const {
     hsize_t count = 0;
     return Succeeded(H5Gget_num_objs(ID(), &count), HDF_HERE) ? count : 0;
+}
+
+namespace {
+
+herr_t CollectName(hid_t, const char* name, const H5L_info_t*, void* names) {
+    static_cast<std::vector<cow_String>*>(names)->push_back(cow_String(name));
+    return 0;
+}
+
+}  // namespace
+
+std::vector<cow_String> hdf_Group::MemberNames() const {
+    std::vector<cow_String> names;
+    H5_index_t index = H5_INDEX_NAME;
+    const hid_t creation = H5Gget_create_plist(ID());
+    if (!Succeeded(creation, HDF_HERE)) return names;
+    unsigned order = 0;
+    const herr_t got = H5Pget_link_creation_order(creation, &order);
+    H5Pclose(creation);
+    if (!Succeeded(got, HDF_HERE)) return names;
+    if (order & H5P_CRT_ORDER_INDEXED) index = H5_INDEX_CRT_ORDER;
+    hsize_t at = 0;
+    if (!Succeeded(H5Literate(ID(), index, H5_ITER_NATIVE, &at, CollectName, &names), HDF_HERE))
+        return std::vector<cow_String>();
+    return names;
 }
 
 cow_String hdf_Group::GetObjnameByIdx(hsize_t index) const {

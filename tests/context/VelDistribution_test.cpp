@@ -4,6 +4,7 @@
 
 #include "VelStoredObjectsTest.h"
 #include "context/VelDistributionAccess.h"
+#include "context/VelIDAccess.h"
 #include "vel/context/VelDistributionRef.h"
 #include "vel/core/VelIdAsString.h"
 #include "vel/hdf/hdf_DimSpace.h"
@@ -193,20 +194,28 @@ TEST_F(VelDistributionDeathTest, DamagedRangeTypesAndCataloguesAreRefused) {
         RawFile raw(m_file.str(), H5F_ACC_RDONLY);
         EXPECT_EQ(H5Lexists(raw.id(), "00000003/00000001", H5P_DEFAULT), 0);
     }
-    WriteIntAttribute("00000003", "Distribution attributes", {3});
+    // A member named like a drawer is checked when the drawer is first used: the open that finds
+    // it by its name succeeds, the first use refuses it, and so does every later open's.
+    WriteIntAttribute("00000003", "Distribution attributes", {2});
     {
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000003/00000002", {0, 2});
+        raw.MakeTypedGroup("00000003/00000001", {0, 1});
     }
-    ExpectAssertFailure(Open(), m_refused +
-                                    "member \"00000002\" has \"type\" kind 0, only drawers (3) "
-                                    "live in a distribution");
+    const auto firstUse = [&] {
+        m_context = Open(hdf_File::OpenFlagsReadOnly);
+        EXPECT_EQ(DrawerNumbers(), (Ints{1}));
+        Distribution().DrawerGroup(VelIDAccess::MakeDrawerID(First(), 1));
+    };
+    ExpectAssertFailure(firstUse(), m_refused +
+                                        "member \"00000001\" has \"type\" kind 0, only drawers (3) "
+                                        "live in a distribution");
     {
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000003/00000002", {3, 1});
+        H5Ldelete(raw.id(), "00000003/00000001", H5P_DEFAULT);
+        raw.MakeTypedGroup("00000003/00000001", {3, 0});
     }
-    ExpectAssertFailure(Open(),
-                        m_refused + "member \"00000002\" is not named by its drawer number 1");
+    ExpectAssertFailure(firstUse(),
+                        m_refused + "member \"00000001\" is not named by its drawer number 0");
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -52,6 +54,39 @@ TEST_F(HdfGroupTest, MembersAreFoundByIndexAndByName) {
     EXPECT_EQ(file.GroupOpen("/a/b").Path(), "/a/b");
     EXPECT_THROW(file.GroupCreate("a", 0), hdf_Exception);
     EXPECT_NO_THROW(b.Flush());
+}
+
+// Past eight members an indexed group keeps its links in a heap; listing must still give every
+// member once, a plain group's members too, and the indexed group must read as any group.
+TEST_F(HdfGroupTest, MemberNamesListEveryMemberOfPlainAndIndexedGroups) {
+    VelTempFile name("indexed.h5");
+    const hdf_File file = hdf_File::Create(name.c_str(), hdf_File::CreateFlagsTruncate);
+    const hdf_Group plain = file.GroupCreate("plain", 0);
+    const hdf_Group indexed = file.GroupCreateIndexed("indexed");
+    std::vector<std::string> expected;
+    for (int i = 0; i < 300; ++i) {
+        char member[16];
+        std::snprintf(member, sizeof member, "%08X", (i * 7919) % 1000);
+        expected.push_back(member);
+        plain.GroupCreate(member, 0);
+        if (i % 2)
+            indexed.GroupCreate(member, 0);
+        else
+            indexed.DatasetCreate(member, hdf_Datatype::NATIVE_INT(), Vector(1));
+    }
+    std::sort(expected.begin(), expected.end());
+    for (const hdf_Group& group : {plain, indexed}) {
+        std::vector<std::string> names;
+        for (const cow_String& member : group.MemberNames()) names.push_back(member.str());
+        std::sort(names.begin(), names.end());
+        EXPECT_EQ(names, expected);
+    }
+    EXPECT_EQ(indexed.GetNumObjs(), 300u);
+    EXPECT_EQ(indexed.GetObjinfoType(expected[1].c_str()), hdf_Group::ObjectTypeGroup);
+    EXPECT_TRUE(indexed.GetObjinfoExists(expected.back().c_str()));
+    indexed.Unlink(expected.front().c_str());
+    EXPECT_EQ(indexed.MemberNames().size(), 299u);
+    EXPECT_THROW(file.GroupCreateIndexed("indexed"), hdf_Exception);
 }
 
 TEST_F(HdfGroupTest, LinksHardAndSoftReachTheirTargets) {

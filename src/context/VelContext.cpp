@@ -4,6 +4,7 @@
 
 #include "context/VelContextLayout.h"
 #include "context/VelIDAccess.h"
+#include "context/VelStorageGuard.h"
 #include "hdf/hdf_Journal.h"
 #include "vel/core/VelAssert.h"
 #include "vel/core/VelIdAsString.h"
@@ -76,9 +77,8 @@ int VelContext::Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheMana
     return result;
 }
 
-// One walk over the root group's members reads every "type"; the objects are then loaded in two
-// passes, collections first, because distributions and DSets are built over collections.  Every
-// count and kind read from the file is checked before it is trusted.
+// One walk over the root group's members reads every "type"; every count, kind and serial read
+// there is checked before it is trusted.  The objects themselves are read on first use.
 void VelContext::Load() {
     int attributes[2] = {0, 0};
     VelContextLayout::ReadContextAttributes(m_file, attributes);
@@ -93,11 +93,7 @@ void VelContext::Load() {
         // clang-format off
         VelASSERT(numObjects >= sz-2*VelNUM_CONTEXT_TYPES);
         // clang-format on
-        const std::vector<TypedMember> members = TypedMembers(numObjects);
-        for (const TypedMember& member : members)
-            if (member.kind == VelObjectKindCollection) LoadObject(member);
-        for (const TypedMember& member : members)
-            if (member.kind != VelObjectKindCollection) LoadObject(member);
+        for (const TypedMember& member : TypedMembers(numObjects)) LoadObject(member);
         const long long numLoaded = ObjectCount();
         // clang-format off
         VelASSERT(numLoaded == sz-2*VelNUM_CONTEXT_TYPES);
@@ -143,8 +139,7 @@ void VelContext::LoadObject(const TypedMember& member) {
             VelASSERT(VelCollectionID::ColorOf(minor) == 0 && minor < m_nextID);
             {
                 const VelCollectionID id = VelIDAccess::MakeCollectionID(m_myID, minor);
-                inserted = m_collectionMap.Insert(
-                    id, VelCollection::Open(member.group, id, m_readOnly, Pool()), false);
+                inserted = m_collectionMap.Insert(id, VelAutoPtr<VelCollection>(), false);
             }
             break;
         case VelObjectKindDistribution:
@@ -152,15 +147,14 @@ void VelContext::LoadObject(const TypedMember& member) {
             VelASSERT(minor >= 0 && minor < m_nextID);
             {
                 const VelDistributionID id = VelIDAccess::MakeDistributionID(m_myID, minor);
-                inserted = m_distributionMap.Insert(
-                    id, VelDistribution::Open(*this, member.group, id), false);
+                inserted = m_distributionMap.Insert(id, VelAutoPtr<VelDistribution>(), false);
             }
             break;
         case VelObjectKindDSet:
             VelASSERT(minor >= 0 && minor < m_nextID);
             {
                 const VelDSetID id = VelIDAccess::MakeDSetID(m_myID, minor);
-                inserted = m_dsetMap.Insert(id, VelDSet::Open(*this, member.group, id), false);
+                inserted = m_dsetMap.Insert(id, VelAutoPtr<VelDSet>(), false);
             }
             break;
         case VelObjectKindStringTable:
@@ -177,6 +171,38 @@ void VelContext::LoadObject(const TypedMember& member) {
     const bool namedBySerial =
         member.kind > VelObjectKindDSet || member.name == VelIdAsString(minor);
     VelASSERT(namedBySerial && "an object's group is not named by the serial of its \"type\"");
+    if (member.kind <= VelObjectKindDSet) m_unread[minor] = member;
+}
+
+const VelContext::TypedMember& VelContext::Unread(int minor) const {
+    const auto found = m_unread.find(minor);
+    VelASSERT(found != m_unread.end());
+    return found->second;
+}
+
+// A failed read leaves the object unread: the next use reads it again and is refused again.
+VelCollection& VelContext::Read(const VelCollectionID& id, VelAutoPtr<VelCollection>& slot) {
+    const int minor = id.Minor().Value();
+    slot = VelGuardStorage(
+        [&] { return VelCollection::Open(Unread(minor).group, id, m_readOnly, Pool()); });
+    m_unread.erase(minor);
+    return *slot;
+}
+
+// A distribution's grid and range type name collections, which need only be known to the
+// context, not read.
+VelDistribution& VelContext::Read(const VelDistributionID& id, VelAutoPtr<VelDistribution>& slot) {
+    const int minor = id.Minor().Value();
+    slot = VelGuardStorage([&] { return VelDistribution::Open(*this, Unread(minor).group, id); });
+    m_unread.erase(minor);
+    return *slot;
+}
+
+VelDSet& VelContext::Read(const VelDSetID& id, VelAutoPtr<VelDSet>& slot) {
+    const int minor = id.Minor().Value();
+    slot = VelGuardStorage([&] { return VelDSet::Open(*this, Unread(minor).group, id); });
+    m_unread.erase(minor);
+    return *slot;
 }
 
 void VelContext::RemoveUncommitted() {
@@ -213,12 +239,14 @@ int VelContext::ObjectCount() const {
     return m_collectionMap.Count() + m_distributionMap.Count() + m_dsetMap.Count();
 }
 
+// Objects never read have nothing to write back.
 void VelContext::WriteBack() {
     CollectionIterator it(m_collectionMap);
-    for (it.First(); !it.IsDone(); it.Next()) it.CurrentValue()->Flush(false);
+    for (it.First(); !it.IsDone(); it.Next())
+        if (it.CurrentValue()) it.CurrentValue()->Flush(false);
     DistributionIterator distributions(m_distributionMap);
     for (distributions.First(); !distributions.IsDone(); distributions.Next())
-        distributions.CurrentValue()->Flush();
+        if (distributions.CurrentValue()) distributions.CurrentValue()->Flush();
     WriteContextAttributes();
 }
 
@@ -257,10 +285,12 @@ void VelContext::Close() {
     }
     if (writeBack) WriteBack();
     CollectionIterator it(m_collectionMap);
-    for (it.First(); !it.IsDone(); it.Next()) it.CurrentValue()->Close();
+    for (it.First(); !it.IsDone(); it.Next())
+        if (it.CurrentValue()) it.CurrentValue()->Close();
     m_collectionMap.Clear();
     m_distributionMap.Clear();
     m_dsetMap.Clear();
+    m_unread.clear();
     m_stringTable.Nullify();
     m_record.Nullify();
     m_file.Nullify();
@@ -280,7 +310,8 @@ VelCollectionID VelContext::CreateCollection(int size) {
 VelCollection& VelContext::Collection(const VelCollectionID& id) {
     const VelCollectionID cid = id.AltColor(0);
     VelVALIDATE(m_collectionMap.IsMember(cid));
-    return *m_collectionMap.Get(cid);
+    VelAutoPtr<VelCollection>& slot = m_collectionMap.Get(cid);
+    return slot ? *slot : Read(cid, slot);
 }
 
 bool VelContext::HasCollection(const VelCollectionID& id) const {
@@ -305,12 +336,16 @@ VelDSetID VelContext::CreateDSet(const VelCtation& ctation) {
 
 VelDistribution& VelContext::Distribution(const VelDistributionID& id) {
     VelVALIDATE(m_distributionMap.IsMember(id));
-    return *m_distributionMap.Get(id);
+    VelAutoPtr<VelDistribution>& slot = m_distributionMap.Get(id);
+    return slot ? *slot : Read(id, slot);
 }
 
+// Reading a DSet on first use changes nothing the context holds, only when it is read.
 const VelCtation& VelContext::DSetRep(const VelDSetID& id) const {
     VelVALIDATE(m_dsetMap.IsMember(id));
-    return m_dsetMap.Get(id)->Ctation();
+    VelContext& self = const_cast<VelContext&>(*this);
+    VelAutoPtr<VelDSet>& slot = self.m_dsetMap.Get(id);
+    return (slot ? *slot : self.Read(id, slot)).Ctation();
 }
 
 VelCollectionID VelContext::CollectionID(int minorWord) const {

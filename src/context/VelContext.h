@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELCONTEXT_H
 #define VEL_CONTEXT_VELCONTEXT_H
 
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -37,10 +38,12 @@ public:
 // One open database file, owned by the manager.
 //
 // The context keeps the file, its cache pool, the serial counter (m_nextID) and a map per kind
-// of object from the object's ID to the object it owns.  The maps are filled when a file is
-// loaded (collections in a first pass, then distributions and DSets, which refer to
-// collections) and their sizes are what "Context attributes" counts at write-back, where every
-// collection and distribution is flushed.
+// of object from the object's ID to the object it owns.  Opening a file finds the objects (one
+// pass over the root's members and their "type"s, with every check that needs no more) and
+// keys the maps with them; an object is read, with every check of what it stores, when it is
+// first used, so that an open costs the same however much the objects hold.  The maps' sizes
+// are what "Context attributes" counts at write-back, where every collection and distribution
+// that was read is flushed.
 //
 // The file is opened through the journaled driver (hdf/hdf_Journal.h): it changes on disk only
 // when it is committed, at a checkpoint, at the record store's commits and when it closes, so a
@@ -139,6 +142,12 @@ private:
     std::vector<TypedMember> TypedMembers(long long numObjects);
     void RemoveUncommitted();
     void LoadObject(const TypedMember& member);
+    // The object of an open file, read on its first use; a damaged one is refused there, and
+    // again at every later use.
+    VelCollection& Read(const VelCollectionID& id, VelAutoPtr<VelCollection>& slot);
+    VelDistribution& Read(const VelDistributionID& id, VelAutoPtr<VelDistribution>& slot);
+    VelDSet& Read(const VelDSetID& id, VelAutoPtr<VelDSet>& slot);
+    const TypedMember& Unread(int minor) const;
     void CreateRecordStore();
     void OpenRecordStore();
     hdf_Group OpenStoreGroup(const char* name, int kind) const;
@@ -159,10 +168,12 @@ private:
     int m_storedAttributes[2] = {-1, -1};
     // Root members made after the state the file records; a writable open removes them.
     std::vector<cow_String> m_uncommitted;
-    // Keyed by color 0 IDs.
+    // Keyed by color 0 IDs.  An object found by the open and not read yet is held as null, its
+    // group in m_unread under its serial.
     VelAutoBtree<VelCollectionID, VelAutoPtr<VelCollection>> m_collectionMap;
     VelAutoBtree<VelDistributionID, VelAutoPtr<VelDistribution>> m_distributionMap;
     VelAutoBtree<VelDSetID, VelAutoPtr<VelDSet>> m_dsetMap;
+    std::map<int, TypedMember> m_unread;
     hdf_Group m_stringTable;
     hdf_Group m_record;
     VelAutoPtr<VelContextAttachment> m_recordStore;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "VelContextFileHelpers.h"
+#include "VelStoredObjectsTest.h"
 #include "VelTestSupport.h"
 #include "vel/UTI_VelDynamicAPI.h"
 #include "vel/context/VelCSet.h"
@@ -219,7 +220,7 @@ TEST_F(VelCollectionLayoutTest, HundredMillionMembersWithAStrideThreeSetCostLess
               99999999);
 }
 
-TEST_F(VelCollectionLayoutDeathTest, DamagedTablesAndAttributesAreRefusedAtOpen) {
+TEST_F(VelCollectionLayoutDeathTest, DamagedTablesAndAttributesAreRefusedAtFirstUse) {
     struct Damage {
         const char* what;
         void (*apply)(const RawFile&, std::vector<Record>&);
@@ -265,7 +266,8 @@ TEST_F(VelCollectionLayoutDeathTest, DamagedTablesAndAttributesAreRefusedAtOpen)
             d.apply(raw, records);
             table.Write(records);
         }
-        ExpectAssertFailure(Open(), d.message);
+        ExpectAssertFailure(OpenAndReadEveryObject(m_file.str(), hdf_File::OpenFlagsReadWrite, 1),
+                            d.message);
     }
 }
 

@@ -106,9 +106,10 @@ TEST_F(VelDSetDeathTest, DamagedCtationsAreRefused) {
     Close();
     WriteIntAttribute("00000003", "Attributes", {4, 2});
     ExpectAssertFailure(
-        Open(), m_refused + "\"Ctation\" holds 12 ints, not 2 x 4 compartments x 2 dimensions");
+        OpenAndRead(),
+        m_refused + "\"Ctation\" holds 12 ints, not 2 x 4 compartments x 2 dimensions");
     WriteIntAttribute("00000003", "Attributes", {0, 2});
-    ExpectAssertFailure(Open(),
+    ExpectAssertFailure(OpenAndRead(),
                         m_refused + "\"Attributes\" counts 0 compartments, at least 1 is needed");
     WriteIntAttribute("00000003", "Attributes", {3, 2});
 
@@ -120,17 +121,21 @@ TEST_F(VelDSetDeathTest, DamagedCtationsAreRefused) {
     };
     damage(2, 7);
     ExpectAssertFailure(
-        Open(), m_refused + "\"Ctation\" names collection word 7, which the context does not have");
+        OpenAndRead(),
+        m_refused + "\"Ctation\" names collection word 7, which the context does not have");
     damage(6, 1);
-    ExpectAssertFailure(Open(), m_refused +
-                                    "compartment 1, dimension 1: collection word 1 is not the "
-                                    "first compartment's 2");
+    ExpectAssertFailure(OpenAndRead(),
+                        m_refused +
+                            "compartment 1, dimension 1: collection word 1 is not the "
+                            "first compartment's 2");
     damage(5, 1);
     ExpectAssertFailure(
-        Open(), m_refused + "compartment 1, dimension 0: index word 1 is not an ascending CSet");
+        OpenAndRead(),
+        m_refused + "compartment 1, dimension 0: index word 1 is not an ascending CSet");
     damage(11, kAsc | 3);
     ExpectAssertFailure(
-        Open(), m_refused + "compartment 2, dimension 1: CSet 3 is not stored in its collection");
+        OpenAndRead(),
+        m_refused + "compartment 2, dimension 1: CSet 3 is not stored in its collection");
 }
 
 }  // namespace

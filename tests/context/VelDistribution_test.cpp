@@ -139,12 +139,14 @@ TEST_F(VelDistributionDeathTest, DamagedGridsAreRefusedAndSevenCollectionsAccept
     MakeThreeWay();
     Close();
     WriteIntAttribute("00000003", "Grid", {0, 1, 2, 0, 1, 2, 0, 1});
-    ExpectAssertFailure(Open(), m_refused + "\"Grid\" holds 8 collections, at most 7 are allowed");
+    ExpectAssertFailure(OpenAndRead(),
+                        m_refused + "\"Grid\" holds 8 collections, at most 7 are allowed");
     WriteIntAttribute("00000003", "Grid", {0, 5});
     ExpectAssertFailure(
-        Open(), m_refused + "\"Grid\" names collection word 5, which the context does not have");
+        OpenAndRead(),
+        m_refused + "\"Grid\" names collection word 5, which the context does not have");
     WriteIntAttribute("00000003", "Grid", {2, 0, 2});
-    ExpectAssertFailure(Open(), m_refused + "\"Grid\" names collection word 2 twice");
+    ExpectAssertFailure(OpenAndRead(), m_refused + "\"Grid\" names collection word 2 twice");
 
     WriteIntAttribute("00000003", "Grid", {0, 1, 2});
     Reopen();
@@ -159,12 +161,12 @@ TEST_F(VelDistributionDeathTest, DamagedRangeTypesAndCataloguesAreRefused) {
     MakeSparseDrawer(VelDistributionAccess::Get(MakeThreeWay()));
     Close();
     WriteIntAttribute("00000003", "RangeType", {8, 0, -1});
-    ExpectAssertFailure(Open(), m_refused + "\"RangeType\" has the unknown type key 8");
+    ExpectAssertFailure(OpenAndRead(), m_refused + "\"RangeType\" has the unknown type key 8");
     WriteIntAttribute("00000003", "RangeType", {VelTypeKeyDouble, 1, 0});
-    ExpectAssertFailure(Open(),
+    ExpectAssertFailure(OpenAndRead(),
                         m_refused + "\"RangeType\" flag 1 does not agree with type key Double");
     WriteIntAttribute("00000003", "RangeType", {VelTypeKeyDouble, 0});
-    ExpectAssertFailure(Open(), m_refused + "\"RangeType\" is not one dimension of 3 ints");
+    ExpectAssertFailure(OpenAndRead(), m_refused + "\"RangeType\" is not one dimension of 3 ints");
     WriteIntAttribute("00000003", "RangeType", {VelTypeKeyDouble, 0, -1});
 
     // Every number handed out is a drawer, or the index dataset of the sparse drawer before it.
@@ -172,9 +174,10 @@ TEST_F(VelDistributionDeathTest, DamagedRangeTypesAndCataloguesAreRefused) {
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
         H5Ldelete(raw.id(), "00000003/00000001/00000002", H5P_DEFAULT);
     }
-    ExpectAssertFailure(Open(), m_refused +
-                                    "drawer 2 of the catalogue is missing (numbers up to 2 were "
-                                    "handed out)");
+    ExpectAssertFailure(OpenAndRead(),
+                        m_refused +
+                            "drawer 2 of the catalogue is missing (numbers up to 2 were "
+                            "handed out)");
 
     // The sparse drawer 1 spent numbers 1 and 2, so the stored next number is 3.  A drawer at or
     // beyond the stored number was made after the state the file records: a read-only open

@@ -100,7 +100,7 @@ TEST_F(VelFailurePolicyTest, ADamagedFileIsRefusedAndNothingLeaks) {
         raw.WriteInts("Context attributes", {3, 11, 0});
     }
     const ssize_t objects = OpenHdf5Objects();
-    EXPECT_EQ(FailureOf([&] { Open(); }), "contextDims.Rank() == 1 && contextDims[0] == 2");
+    EXPECT_EQ(FailureOf([&] { OpenAndRead(); }), "contextDims.Rank() == 1 && contextDims[0] == 2");
     EXPECT_EQ(OpenHdf5Objects(), objects);
     EXPECT_EQ(VelContextRef(second).CreateCollection(4).Minor().Value(), 0);
     VelManager::CloseContext(second);
@@ -149,7 +149,7 @@ TEST_F(VelFailurePolicyTest, StoredTypesThatAreNotTheLayoutsAreRefused) {
                              hsize_t count) {
         std::system(("cp " + original + " " + m_file.str()).c_str());
         Retype(m_file.str(), path, name, type, attribute, count);
-        return FailureOf([&] { Open(); });
+        return FailureOf([&] { OpenAndRead(); });
     };
     EXPECT_EQ(refusal("/", "Context attributes", H5T_NATIVE_LLONG, false, 2),
               "hdf_MatchesType(attributes.GetType(), hdf_Datatype::NATIVE_INT()) && "
@@ -170,6 +170,28 @@ TEST_F(VelFailurePolicyTest, StoredTypesThatAreNotTheLayoutsAreRefused) {
     H5Tclose(renamed);
     EXPECT_EQ(OpenHdf5Objects(), objects);
     std::remove(original.c_str());
+}
+
+// An open finds the objects and reads each at its first use: a damaged collection does not
+// stop the open nor the use of the others, and it is refused at every use, as the open refused
+// it when it read everything.
+TEST_F(VelFailurePolicyTest, DamagedObjectsAreRefusedAtTheirFirstUseAndTheOthersWork) {
+    const VelDistributionID d = MakeDistribution();
+    WriteRow(d, 2, 0.5);
+    Close();
+    Retype(m_file.str(), "00000002", "IndexSets", H5T_NATIVE_FLOAT, false, 5000);
+    const ssize_t objects = OpenHdf5Objects();
+    Reopen();
+    const VelArray<VelCollectionID> collections = Ref().Collections();
+    ASSERT_EQ(collections.Size(), 3);
+    const std::string refusal =
+        "Layout::HoldsInts(m_indexSets) && \"\\\"IndexSets\\\" does not hold ints\"";
+    for (int attempt = 0; attempt < 2; ++attempt)
+        EXPECT_EQ(FailureOf([&] { VelCollectionRef(collections[2]).Space(); }), refusal);
+    EXPECT_EQ(VelCollectionRef(collections[0]).Space(), 10);
+    EXPECT_EQ(ReadRow(First(), 2), std::vector<double>(e_RowLength, 0.5));
+    Close();
+    EXPECT_EQ(OpenHdf5Objects(), objects);
 }
 
 // A datatype message damaged inside a field keeps its class and size: a double whose exponent
@@ -205,14 +227,14 @@ TEST_F(VelFailurePolicyTest, ShiftedFloatsAndMisnamedObjectsAreRefused) {
         H5Pclose(compact);
         H5Sclose(space);
     }
-    EXPECT_EQ(FailureOf([&] { Open(); }),
+    EXPECT_EQ(FailureOf([&] { OpenAndRead(); }),
               "hdf_HasStoredLayout(attributes) && \"\\\"Context attributes\\\" stores no values\"");
     {
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
         raw.WriteInts("Context attributes", {4, 12});
     }
     WriteIntAttribute("00000003", "type", {1, 2});
-    EXPECT_EQ(FailureOf([&] { Open(); }),
+    EXPECT_EQ(FailureOf([&] { OpenAndRead(); }),
               "namedBySerial && \"an object's group is not named by the serial of its "
               "\\\"type\\\"\"");
 }

@@ -15,7 +15,34 @@
 #include "vel/UTI_VelDynamicAPI.h"
 #include "vel/context/VelCollectionRef.h"
 #include "vel/context/VelContextRef.h"
+#include "vel/context/VelDistributionRef.h"
 #include "vel/context/VelManager.h"
+
+// Reads every collection, distribution and DSet of an open context: an open finds the objects
+// and each is read, and checked, at its first use.
+inline void ReadEveryObject(const VelContextID& id) {
+    const VelContextRef context(id);
+    const VelArray<VelCollectionID> collections = context.Collections();
+    for (int i = 0; i < collections.Size(); ++i) VelCollectionRef(collections[i]).Space();
+    const VelArray<VelDistributionID> distributions = context.Distributions();
+    for (int i = 0; i < distributions.Size(); ++i) VelDistributionRef(distributions[i]).Grid();
+    const VelArray<VelDSetID> dsets = context.DSets();
+    for (int i = 0; i < dsets.Size(); ++i) context.DSetRep(dsets[i]);
+}
+
+// Opens `file` and reads every object; a refusal of an object closes the context again.
+inline VelContextID OpenAndReadEveryObject(const std::string& file, hdf_File::OpenFlags flags,
+                                           int schemaVersion) {
+    const VelContextID id = VelManager::OpenContext(file.c_str(), flags, schemaVersion);
+    if (id.IsNull()) return id;
+    try {
+        ReadEveryObject(id);
+    } catch (...) {
+        VelManager::CloseContext(id);
+        throw;
+    }
+    return id;
+}
 
 class VelStoredObjectsTest : public ::testing::Test {
 protected:
@@ -36,6 +63,9 @@ protected:
     }
     VelContextID Open(hdf_File::OpenFlags flags = hdf_File::OpenFlagsReadWrite) {
         return VelManager::OpenContext(m_file.c_str(), flags, 3);
+    }
+    VelContextID OpenAndRead(hdf_File::OpenFlags flags = hdf_File::OpenFlagsReadWrite) {
+        return OpenAndReadEveryObject(m_file.str(), flags, 3);
     }
     // Closes and reopens the context; the collections are found again by their serials.
     void Reopen(hdf_File::OpenFlags flags = hdf_File::OpenFlagsReadWrite) {

@@ -69,6 +69,11 @@ hdf_Dataset VelCollectionLayout::CreateIndexSets(const hdf_Group& group) {
                                GrowingSpace(e_IndexSetsChunk), ChunkedBy(e_IndexSetsChunk));
 }
 
+hdf_Dataset VelCollectionLayout::CreateGrowingInts(const hdf_Group& group, const char* name,
+                                                   int chunk) {
+    return group.DatasetCreate(name, hdf_Datatype::NATIVE_INT(), GrowingSpace(0), ChunkedBy(chunk));
+}
+
 // The six native ints of an entry, packed in file order.
 hdf_Datatype VelCollectionLayout::EntryType() {
     hdf_CompoundBuilder builder(static_cast<int>(sizeof(int)));

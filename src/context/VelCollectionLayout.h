@@ -61,6 +61,8 @@ struct VelCollectionLayout {
     static void ReadAttributes(const hdf_Group& group, int values[3]);
 
     static hdf_Dataset CreateIndexSets(const hdf_Group& group);
+    // An empty one-dimensional dataset of native ints that grows in chunks of `chunk`.
+    static hdf_Dataset CreateGrowingInts(const hdf_Group& group, const char* name, int chunk);
     // Creates the table with `records` records and writes the first `count` entries.
     static hdf_Dataset CreateIndexTable(const hdf_Group& group, int64_t records,
                                         const VelIndexEntry* entries, int count);

@@ -4,10 +4,12 @@
 #include <climits>
 #include <string>
 
+#include "context/VelCollectionLayout.h"
 #include "context/VelContext.h"
 #include "context/VelContextLayout.h"
 #include "context/VelIDAccess.h"
 #include "context/VelStoredInts.h"
+#include "hdf/hdf_TypeMatch.h"
 #include "vel/context/VelOCompartment.h"
 #include "vel/core/VelAssert.h"
 #include "vel/core/VelIdAsString.h"
@@ -63,6 +65,9 @@ VelAutoPtr<VelDistribution> VelDistribution::Create(VelContext& context,
             new VelDistribution(id, group, grid, rangeType, false));
         const int next = distribution->m_nextDrawer;
         VelStoredInts::CreateAttribute(group, e_Attributes, &next, 1);
+        distribution->m_catalogue =
+            VelCollectionLayout::CreateGrowingInts(group, e_Catalogue, e_CatalogueChunk);
+        distribution->m_knowsPlaces = true;
         return distribution;
     });
 }
@@ -76,7 +81,11 @@ VelAutoPtr<VelDistribution> VelDistribution::Open(const VelContext& context, con
     VelAutoPtr<VelDistribution> distribution(
         new VelDistribution(id, group, grid, rangeType, context.IsReadOnly()));
     distribution->m_nextDrawer = distribution->m_storedNextDrawer = ReadNextDrawer(group);
-    distribution->LoadDrawers();
+    if (group.GetObjinfoExists(e_Catalogue)) {
+        distribution->LoadPlaces();
+    } else {
+        distribution->LoadDrawers();
+    }
     return distribution;
 }
 
@@ -176,11 +185,115 @@ void VelDistribution::LoadDrawers() {
                                 std::to_string(number) + ", outside the numbers handed out (" +
                                 std::to_string(e_FirstDrawerNumber) + " to " +
                                 std::to_string(m_nextDrawer - 1) + ")");
-        m_drawers.Insert(VelIDAccess::MakeDrawerID(m_id, number), hdf_Group(), false);
+        m_numbers.push_back(number);
     }
+    std::sort(m_numbers.begin(), m_numbers.end());
     CheckCatalogue();
     if (!m_readOnly)
         for (const cow_String& name : uncommitted) m_group.Unlink(name.c_str());
+}
+
+// The catalogue's rows are checked against each other and the stored next number before any is
+// trusted: ascending numbers from the first, each taking the numbers its kind uses up, ending
+// at the next number, and places that could be a drawer's.  Whether a place is the drawer's own
+// is checked when the drawer is first opened (CheckPlace).
+void VelDistribution::LoadPlaces() {
+    m_catalogue = m_group.DatasetOpen(e_Catalogue);
+    if (!hdf_HasStoredLayout(m_catalogue))
+        VelRefuseStored(kKind, m_group, "\"Drawer catalogue\" stores no values");
+    if (!VelStoredInts::HoldsInts(m_catalogue.GetType()))
+        VelRefuseStored(kKind, m_group, "\"Drawer catalogue\" does not hold ints");
+    const int64_t length = VelStoredInts::Length(m_catalogue.GetSpace());
+    const int rank = NumDimensions();
+    const int64_t width = 2 + 3 * int64_t(rank);
+    if (length < 0 || length % width != 0)
+        VelRefuseStored(kKind, m_group,
+                        "\"Drawer catalogue\" is not one dimension of rows of " +
+                            std::to_string(width) + " ints");
+    // No more rows than numbers handed out: the length is checked before it sizes the read.
+    const int64_t rows = length / width;
+    if (rows > int64_t(m_nextDrawer) - e_FirstDrawerNumber)
+        VelRefuseStored(kKind, m_group,
+                        "\"Drawer catalogue\" holds " + std::to_string(rows) +
+                            " drawers, more than the numbers handed out");
+    m_placeInts.resize(static_cast<size_t>(length));
+    VelCollectionLayout::ReadInts(m_catalogue, 0, length, m_placeInts.data());
+    int expected = e_FirstDrawerNumber;
+    m_numbers.reserve(static_cast<size_t>(rows));
+    std::vector<bool> seen;
+    for (int r = 0; r < static_cast<int>(rows); ++r) {
+        const DrawerPlace place = Place(r);
+        const std::string where = "row " + std::to_string(r) + " of \"Drawer catalogue\" ";
+        if (place.Number() > expected) RefuseMissing(expected);
+        if (place.Number() < expected)
+            VelRefuseStored(
+                kKind, m_group,
+                where + "names drawer " + std::to_string(place.Number()) + ", out of order");
+        if (place.Kind() != e_StandardDrawer && place.Kind() != e_SparseDrawer)
+            VelRefuseStored(kKind, m_group,
+                            where + "has the unknown drawer kind " + std::to_string(place.Kind()));
+        seen.assign(static_cast<size_t>(rank), false);
+        for (int d = 0; d < rank; ++d) {
+            const int position = place.Position(d);
+            const bool known = position >= 0 && position < rank && !seen[size_t(position)];
+            const bool empty = place.First(d) == 0 && place.Last(d) == -1;
+            if (!known || (!empty && (place.First(d) < 0 || place.Last(d) < place.First(d))))
+                VelRefuseStored(kKind, m_group,
+                                where + "places dimension " + std::to_string(d) +
+                                    " at grid position " + std::to_string(position) + ", members " +
+                                    std::to_string(place.First(d)) + " to " +
+                                    std::to_string(place.Last(d)));
+            seen[size_t(position)] = true;
+        }
+        expected = place.Number() + place.Kind();
+        m_numbers.push_back(place.Number());
+    }
+    if (expected != m_nextDrawer) RefuseMissing(expected);
+    m_storedPlaceInts = m_placeInts.size();
+    m_knowsPlaces = true;
+    if (!m_readOnly) RemoveUncommittedDrawers();
+}
+
+// Drawers made after the stored state take the numbers from the stored next one on, each one or
+// two: two missing numbers in a row end them.
+void VelDistribution::RemoveUncommittedDrawers() {
+    int missing = 0;
+    for (int number = m_nextDrawer; missing < 2 && number < INT_MAX; ++number) {
+        const cow_String name = VelIdAsString(number);
+        if (m_group.GetObjinfoExists(name.c_str())) {
+            m_group.Unlink(name.c_str());
+            missing = 0;
+        } else {
+            ++missing;
+        }
+    }
+}
+
+void VelDistribution::RefuseMissing(int number) const {
+    VelRefuseStored(kKind, m_group,
+                    "drawer " + std::to_string(number) +
+                        " of the catalogue is missing (numbers up to " +
+                        std::to_string(m_nextDrawer - 1) + " were handed out)");
+}
+
+void VelDistribution::CheckPlace(int number, int kind, const std::vector<int>& place) const {
+    if (!m_knowsPlaces) return;
+    const auto at = std::lower_bound(m_numbers.begin(), m_numbers.end(), number);
+    bool same = at != m_numbers.end() && *at == number && place.size() + 2 == PlaceWidth();
+    if (same) {
+        const int* row = m_placeInts.data() + (at - m_numbers.begin()) * PlaceWidth();
+        same = row[1] == kind && std::equal(place.begin(), place.end(), row + 2);
+    }
+    if (!same)
+        VelRefuseStored(kKind, m_group,
+                        "drawer " + std::to_string(number) +
+                            " lies elsewhere in the grid than \"Drawer catalogue\" says");
+}
+
+bool VelDistribution::HasDrawer(const VelDrawerID& drawer) const {
+    const int number = drawer.Minor().Value();
+    return std::binary_search(m_numbers.begin(), m_numbers.end(), number) &&
+           drawer.Compare(VelIDAccess::MakeDrawerID(m_id, number)) == 0;
 }
 
 // The checks of a drawer's group, made when it is first opened.
@@ -190,6 +303,7 @@ hdf_Group VelDistribution::OpenDrawerGroup(int number) const {
     int kind = -1;
     int stored = -1;
     hdf_Group group;
+    if (!m_group.GetObjinfoExists(name.c_str())) RefuseMissing(number);
     if (m_group.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeGroup)
         group = m_group.GroupOpen(name.c_str());
     if (group.IsEmpty() || !VelContextLayout::ReadTypeIfAny(group, kind, stored))
@@ -209,12 +323,12 @@ hdf_Group VelDistribution::OpenDrawerGroup(int number) const {
 // drawer's index dataset: a number with neither was lost from the file.
 void VelDistribution::CheckCatalogue() const {
     for (int number = e_FirstDrawerNumber; number < m_nextDrawer; ++number) {
-        if (m_drawers.IsMember(VelIDAccess::MakeDrawerID(m_id, number))) continue;
+        if (std::binary_search(m_numbers.begin(), m_numbers.end(), number)) continue;
         const int sparse = number - 1;
         const std::string index =
             std::string(VelIdAsString(sparse).c_str()) + "/" + VelIdAsString(number).c_str();
         if (sparse >= e_FirstDrawerNumber &&
-            m_drawers.IsMember(VelIDAccess::MakeDrawerID(m_id, sparse)) &&
+            std::binary_search(m_numbers.begin(), m_numbers.end(), sparse) &&
             m_group.GetObjinfoExists(index.c_str()))
             continue;
         VelRefuseStored(kKind, m_group,
@@ -227,16 +341,16 @@ void VelDistribution::CheckCatalogue() const {
 // ---- the drawer catalogue -----------------------------------------------------------------
 
 VelArray<VelDrawerID> VelDistribution::Drawers() const {
-    VelArray<VelDrawerID> drawers(m_drawers.Count());
-    int i = 0;
-    VelBtreeIterator<VelDrawerID, hdf_Group> it(m_drawers);
-    for (it.First(); !it.IsDone(); it.Next()) drawers[i++] = it.CurrentKey();
+    VelArray<VelDrawerID> drawers(NumDrawers());
+    for (int i = 0; i < NumDrawers(); ++i)
+        drawers[i] = VelIDAccess::MakeDrawerID(m_id, m_numbers[static_cast<size_t>(i)]);
     return drawers;
 }
 
-VelDrawerID VelDistribution::CreateDrawer(DrawerKind kind) {
+VelDrawerID VelDistribution::CreateDrawer(DrawerKind kind, const std::vector<int>& place) {
     VelVALIDATE(!m_readOnly);
     VelVALIDATE(kind == e_StandardDrawer || kind == e_SparseDrawer);
+    VelASSERT(place.size() == 3 * static_cast<size_t>(NumDimensions()));
     // Sparse drawers name a dataset by their number plus one, which must stay a valid number.
     VelASSERT(m_nextDrawer <= INT_MAX - 2 && "drawer numbers are exhausted");
     const int number = m_nextDrawer;
@@ -248,32 +362,39 @@ VelDrawerID VelDistribution::CreateDrawer(DrawerKind kind) {
         WriteNextDrawer();
         const hdf_Group group = m_group.GroupCreate(VelIdAsString(number).c_str(), 0);
         VelContextLayout::WriteType(group, VelObjectKindDrawer, number);
-        m_drawers.Insert(drawer, group, false);
-        m_open.insert(drawer.Minor().Value());
+        m_numbers.push_back(number);
+        m_groups[number] = group;
     });
+    if (m_knowsPlaces) {
+        m_placeInts.push_back(number);
+        m_placeInts.push_back(kind);
+        m_placeInts.insert(m_placeInts.end(), place.begin(), place.end());
+    }
     return drawer;
 }
 
 void VelDistribution::RequireDrawer(const VelDrawerID& drawer) const {
-    VelVALIDATE(m_drawers.IsMember(drawer));
+    VelVALIDATE(HasDrawer(drawer));
 }
 
 hdf_Group VelDistribution::DrawerGroup(const VelDrawerID& drawer) {
     RequireDrawer(drawer);
     NoteUse(drawer);
-    hdf_Group& group = m_drawers.Get(drawer);
-    if (group.IsEmpty()) {
-        group = VelGuardStorage([&] { return OpenDrawerGroup(drawer.Minor().Value()); });
-        m_open.insert(drawer.Minor().Value());
-    }
+    const int number = drawer.Minor().Value();
+    const auto open = m_groups.find(number);
+    if (open != m_groups.end()) return open->second;
+    const hdf_Group group = VelGuardStorage([&] { return OpenDrawerGroup(number); });
+    m_groups[number] = group;
     return group;
 }
 
 void VelDistribution::CloseDrawer(const VelDrawerID& drawer) {
     RequireDrawer(drawer);
     m_attachments.Remove(drawer);
-    VelGuardStorage([&] { m_drawers.Get(drawer).Nullify(); });
-    m_open.erase(drawer.Minor().Value());
+    const auto open = m_groups.find(drawer.Minor().Value());
+    if (open == m_groups.end()) return;
+    VelGuardStorage([&] { open->second.Nullify(); });
+    m_groups.erase(open);
 }
 
 VelDrawerAttachment* VelDistribution::DrawerAttachment(const VelDrawerID& drawer) {
@@ -299,9 +420,10 @@ void VelDistribution::NoteUse(const VelDrawerID& drawer) {
 
 // Runs between calls, never inside a transfer, so no drawer it closes is in use.
 void VelDistribution::CloseUnusedDrawers() {
-    if (m_open.size() <= m_recent.size()) return;
+    if (m_groups.size() <= m_recent.size()) return;
     std::vector<VelDrawerID> unused;
-    for (int number : m_open) {
+    for (const auto& open : m_groups) {
+        const int number = open.first;
         const VelDrawerID drawer = VelIDAccess::MakeDrawerID(m_id, number);
         if (FindRecent(drawer) == m_recent.end()) unused.push_back(drawer);
     }
@@ -319,8 +441,21 @@ void VelDistribution::WriteNextDrawer() {
     m_storedNextDrawer = m_nextDrawer;
 }
 
+// The rows of the drawers made since the last write-back are appended.
+void VelDistribution::WritePlaces() {
+    if (!m_knowsPlaces || m_storedPlaceInts == m_placeInts.size()) return;
+    const int64_t start = static_cast<int64_t>(m_storedPlaceInts);
+    const int64_t count = static_cast<int64_t>(m_placeInts.size()) - start;
+    VelCollectionLayout::Extend(m_catalogue, start + count);
+    VelCollectionLayout::WriteInts(m_catalogue, start, count, m_placeInts.data() + start);
+    m_storedPlaceInts = m_placeInts.size();
+}
+
 void VelDistribution::Flush() {
     CloseUnusedDrawers();
-    if (m_readOnly || m_nextDrawer == m_storedNextDrawer) return;
-    VelGuardStorage([&] { WriteNextDrawer(); });
+    if (m_readOnly) return;
+    VelGuardStorage([&] {
+        WritePlaces();
+        if (m_nextDrawer != m_storedNextDrawer) WriteNextDrawer();
+    });
 }

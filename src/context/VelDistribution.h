@@ -1,7 +1,7 @@
 #ifndef VEL_CONTEXT_VELDISTRIBUTION_H
 #define VEL_CONTEXT_VELDISTRIBUTION_H
 
-#include <set>
+#include <map>
 #include <vector>
 
 #include "vel/context/VelDistributionID.h"
@@ -44,6 +44,16 @@ public:
 // the file records: loading passes it over by its name, without opening it, and a writable open
 // removes it so that its number can be handed out again.
 //
+// "Drawer catalogue", a dataset of native ints beside the drawers, keeps where each drawer lies
+// in the grid, one row of 2 + 3n ints per drawer in number order: the number, the kind (1
+// standard, 2 sparse) and, for each of the drawer's dimensions, the grid position of its
+// collection and the first and last member its CSet holds (0 and -1 for an empty CSet).  Rows
+// are appended at write-back, in the commit that stores the next drawer number, so the rows
+// name exactly the drawers below it.  With it an open finds the drawers without listing the
+// group, and a search for the drawers that hold a view opens only those whose rows meet the
+// view.  A distribution stored without it (made before it was kept) is catalogued from its
+// members' names, and its drawers are searched by opening them.
+//
 // The catalogue lists every drawer; a drawer's group stays open from the first time the drawer
 // layer asks for it until CloseDrawer, so that reopening a distribution with many drawers holds
 // no HDF5 identifiers for drawers nobody uses.  A flush lets go of all but the most recently
@@ -57,6 +67,9 @@ public:
     static constexpr const char* e_Grid = "Grid";
     static constexpr const char* e_RangeType = "RangeType";
     static constexpr const char* e_Attributes = "Distribution attributes";
+    static constexpr const char* e_Catalogue = "Drawer catalogue";
+    // The ints "Drawer catalogue" grows by.
+    static constexpr int e_CatalogueChunk = 1024;
     static constexpr int e_FirstDrawerNumber = 1;
 
     // How many drawer numbers a new drawer uses up.
@@ -81,14 +94,43 @@ public:
     const hdf_Group& Group() const { return m_group; }
     bool IsReadOnly() const { return m_readOnly; }
 
+    // Where a drawer lies in the grid, a row of the catalogue: its number, its kind and, for each
+    // of its dimensions, the grid position of the dimension's collection and the first and last
+    // member held (0 and -1 when none).
+    class DrawerPlace {
+    public:
+        DrawerPlace(const int* row, int rank) : m_row(row), m_rank(rank) {}
+        int Number() const { return m_row[0]; }
+        int Kind() const { return m_row[1]; }
+        int NumDimensions() const { return m_rank; }
+        int Position(int d) const { return m_row[2 + 3 * d]; }
+        int First(int d) const { return m_row[3 + 3 * d]; }
+        int Last(int d) const { return m_row[4 + 3 * d]; }
+
+    private:
+        const int* m_row;
+        int m_rank;
+    };
+    // Whether the file keeps the drawers' places; then there is one per drawer, in number order.
+    bool KnowsPlaces() const { return m_knowsPlaces; }
+    int NumPlaces() const { return static_cast<int>(m_placeInts.size() / PlaceWidth()); }
+    DrawerPlace Place(int i) const {
+        return DrawerPlace(m_placeInts.data() + static_cast<size_t>(i) * PlaceWidth(),
+                           NumDimensions());
+    }
+    // Refuses a drawer, when it is first opened, whose place (as CreateDrawer takes it) differs
+    // from the stored one.
+    void CheckPlace(int number, int kind, const std::vector<int>& place) const;
+
     // The drawers in number order.
     VelArray<VelDrawerID> Drawers() const;
-    int NumDrawers() const { return m_drawers.Count(); }
-    bool HasDrawer(const VelDrawerID& drawer) const { return m_drawers.IsMember(drawer); }
+    int NumDrawers() const { return static_cast<int>(m_numbers.size()); }
+    bool HasDrawer(const VelDrawerID& drawer) const;
 
-    // A new drawer: its number, its group and the group's "type".  The distribution must be
-    // writable (validation).
-    VelDrawerID CreateDrawer(DrawerKind kind);
+    // A new drawer: its number, its group and the group's "type", and its place in the
+    // catalogue (`place` as DrawerPlace::dims).  The distribution must be writable
+    // (validation).
+    VelDrawerID CreateDrawer(DrawerKind kind, const std::vector<int>& place);
     // The group of one of this distribution's drawers (validation), opened if it is not open.
     hdf_Group DrawerGroup(const VelDrawerID& drawer);
     // Lets go of the drawer's group and attachment; the drawer stays in the catalogue.
@@ -113,8 +155,13 @@ private:
     static VelRangeType ReadRangeType(const VelContext& context, const hdf_Group& group);
     static int ReadNextDrawer(const hdf_Group& group);
     void LoadDrawers();
+    void LoadPlaces();
+    void RemoveUncommittedDrawers();
+    [[noreturn]] void RefuseMissing(int number) const;
     hdf_Group OpenDrawerGroup(int number) const;
     void CheckCatalogue() const;
+    void WritePlaces();
+    size_t PlaceWidth() const { return 2 + 3 * static_cast<size_t>(NumDimensions()); }
     void WriteNextDrawer();
     void RequireDrawer(const VelDrawerID& drawer) const;
     std::vector<VelDrawerID>::iterator FindRecent(const VelDrawerID& drawer);
@@ -128,12 +175,17 @@ private:
     int m_nextDrawer = e_FirstDrawerNumber;
     int m_storedNextDrawer = e_FirstDrawerNumber;
     bool m_readOnly;
-    // The most recently used drawers, newest first, at most e_OpenDrawersKept, and the numbers
-    // of the drawers whose groups are open.
+    // The most recently used drawers, newest first, at most e_OpenDrawersKept.
     std::vector<VelDrawerID> m_recent;
-    std::set<int> m_open;
-    // Every drawer, with its group while it is open (an empty group otherwise).
-    VelBtree<VelDrawerID, hdf_Group> m_drawers;
+    // Every drawer's number, ascending, and the groups of the drawers that are open.
+    std::vector<int> m_numbers;
+    std::map<int, hdf_Group> m_groups;
+    // The places of every drawer when the file keeps them, how many rows the file holds, and
+    // "Drawer catalogue" while it is open.
+    bool m_knowsPlaces = false;
+    std::vector<int> m_placeInts;
+    size_t m_storedPlaceInts = 0;
+    hdf_Dataset m_catalogue;
     // Declared after the groups, so that attachments go first.
     VelAutoBtree<VelDrawerID, VelAutoPtr<VelDrawerAttachment>> m_attachments;
 };

@@ -25,6 +25,7 @@
 #include <cstring>
 #include <string>
 
+#include "context/VelIDAccess.h"
 #include "transfer/VelDrawerGuard.h"
 #include "transfer/VelDrawerOps.h"
 #include "transfer/VelDrawerView.h"
@@ -48,8 +49,7 @@ void RequireStandard(const VelPersistentDrawer& drawer) {
         VelVALIDATE(!"A standard transfer cannot use a sparse drawer");
 }
 
-void RequireOrder(const VelDrawerView& view, const VelPersistentDrawer& drawer, bool write) {
-    const bool reordered = !VelSameDimensionOrder(view, drawer.Desc());
+void RequireOrder(bool reordered, bool write) {
     // The condition is the report: its text must stay on one line.
     // clang-format off
     if (write) {
@@ -58,6 +58,36 @@ void RequireOrder(const VelDrawerView& view, const VelPersistentDrawer& drawer, 
         VelASSERT(!reordered && "Reading by dimension order differing from that of the drawer is not yet implemented");
     }
     // clang-format on
+}
+
+void RequireOrder(const VelDrawerView& view, const VelPersistentDrawer& drawer, bool write) {
+    RequireOrder(!VelSameDimensionOrder(view, drawer.Desc()), write);
+}
+
+// The view's place in the grid: for each of its dimensions the grid position of the collection
+// and the first and last member selected.  False when a collection is not the grid's as given.
+bool PlaceOfView(const VelDistribution& distribution, const VelDrawerView& view,
+                 std::vector<int>& place) {
+    for (int d = 0; d < view.NumDimensions(); ++d) {
+        const size_t k = static_cast<size_t>(d);
+        const int position = distribution.Grid().Position(view.collections[k]);
+        if (position < 0) return false;
+        const VelMemberRuns& runs = view.members[k];
+        place.push_back(position);
+        place.push_back(runs.empty() ? 0 : runs.front().first);
+        place.push_back(runs.empty() ? -1 : runs.back().first + runs.back().length - 1);
+    }
+    return true;
+}
+
+// Whether a drawer at `place` may hold values of a view at `view` (same dimension order): the
+// member bounds overlap in every dimension.
+bool MayMeet(const VelDistribution::DrawerPlace& place, const std::vector<int>& view) {
+    for (int d = 0; d < place.NumDimensions(); ++d) {
+        const size_t k = 3 * static_cast<size_t>(d);
+        if (place.First(d) > view[k + 2] || view[k + 1] > place.Last(d)) return false;
+    }
+    return true;
 }
 
 // The indicated drawer, whose bounds must hold the whole view.
@@ -79,21 +109,42 @@ Holder OnlyDrawer(VelDistribution& distribution, const VelDrawerRequest& request
 // The drawers that hold part of the view, in number order: for a write every one of them; for
 // a read only those from the newest drawer that holds the whole view on, as older drawers are
 // not read (so a read costs the same however many older drawers the distribution keeps).
+// When the distribution keeps its drawers' places, a drawer is opened only if its place meets
+// the view's; the kind and dimension order every searched drawer must have are checked from the
+// places of the others, so the search refuses exactly what it refused when it opened them all.
 std::vector<Holder> SearchDrawers(VelDistribution& distribution, const VelDrawerView& view,
                                   bool write) {
     const int numDrw = distribution.NumDrawers();
     VelASSERT(numDrw > 0);
     std::vector<Holder> holders;
-    const VelArray<VelDrawerID> drawers = distribution.Drawers();
-    for (int i = drawers.Size() - 1; i >= 0; --i) {
-        VelPersistentDrawer& drawer = VelPersistentDrawer::Get(distribution, drawers[i]);
+    // Adds the drawer as a holder if it holds part of the view; true when the search is over.
+    const auto consider = [&](const VelDrawerID& id) {
+        VelPersistentDrawer& drawer = VelPersistentDrawer::Get(distribution, id);
         RequireStandard(drawer);
         RequireOrder(view, drawer, write);
         Holder holder{&drawer, VelMapView(view, drawer.Desc().Members())};
-        if (!VelMeetsView(holder.mapping)) continue;
+        if (!VelMeetsView(holder.mapping)) return false;
         const bool whole = !write && VelHoldsView(holder.mapping, view);
         holders.push_back(std::move(holder));
-        if (whole) break;
+        return whole;
+    };
+    std::vector<int> viewPlace;
+    if (distribution.KnowsPlaces() && PlaceOfView(distribution, view, viewPlace)) {
+        for (int i = distribution.NumPlaces() - 1; i >= 0; --i) {
+            const VelDistribution::DrawerPlace place = distribution.Place(i);
+            if (place.Kind() != VelDistribution::e_StandardDrawer)
+                VelVALIDATE(!"A standard transfer cannot use a sparse drawer");
+            bool reordered = place.NumDimensions() != view.NumDimensions();
+            for (int d = 0; !reordered && d < view.NumDimensions(); ++d)
+                reordered = place.Position(d) != viewPlace[3 * static_cast<size_t>(d)];
+            RequireOrder(reordered, write);
+            if (!MayMeet(place, viewPlace)) continue;
+            if (consider(VelIDAccess::MakeDrawerID(distribution.ID(), place.Number()))) break;
+        }
+    } else {
+        const VelArray<VelDrawerID> drawers = distribution.Drawers();
+        for (int i = drawers.Size() - 1; i >= 0; --i)
+            if (consider(drawers[i])) break;
     }
     std::reverse(holders.begin(), holders.end());
     return holders;

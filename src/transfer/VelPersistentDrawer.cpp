@@ -196,12 +196,42 @@ VelPersistentDrawerDesc VelPersistentDrawerDesc::Read(const VelDistribution& dis
     return VelPersistentDrawerDesc(drawer, serialization, compartment, sizes, numNonzeros, key);
 }
 
-void VelPersistentDrawerDesc::FindMembers() {
-    m_members.assign(static_cast<size_t>(m_sizes.Size()), VelMemberRuns());
-    for (int d = 0; d < m_sizes.Size(); ++d) {
-        for (const VelIndexSet::Run& run : VelCSetAccess::Runs(VelCSet(m_compartment[d])))
-            m_members[static_cast<size_t>(d)].push_back({run.first, run.length});
+namespace {
+
+template <class Compartment>
+VelMemberBox MembersOf(const Compartment& compartment) {
+    VelMemberBox members(static_cast<size_t>(compartment.Size()));
+    for (int d = 0; d < compartment.Size(); ++d) {
+        for (const VelIndexSet::Run& run : VelCSetAccess::Runs(VelCSet(compartment[d])))
+            members[static_cast<size_t>(d)].push_back({run.first, run.length});
     }
+    return members;
+}
+
+// Where a drawer over `compartment` (one CSet per dimension, in the drawer's order) lies in the
+// grid, as the distribution's catalogue keeps it.
+template <class Compartment>
+std::vector<int> PlaceOf(const VelDistribution& distribution, const Compartment& compartment,
+                         const VelMemberBox& members) {
+    std::vector<int> place;
+    for (int d = 0; d < compartment.Size(); ++d) {
+        const VelMemberRuns& runs = members[static_cast<size_t>(d)];
+        place.push_back(distribution.Grid().Position(compartment[d].CollectionID()));
+        place.push_back(runs.empty() ? 0 : runs.front().first);
+        place.push_back(runs.empty() ? -1 : runs.back().first + runs.back().length - 1);
+    }
+    return place;
+}
+
+VelDistribution::DrawerKind KindOf(VelSerializationKey serialization) {
+    return serialization == VelStandardSerialization ? VelDistribution::e_StandardDrawer
+                                                     : VelDistribution::e_SparseDrawer;
+}
+
+}  // namespace
+
+void VelPersistentDrawerDesc::FindMembers() {
+    m_members = MembersOf(m_compartment);
 }
 
 // ---- the drawer ---------------------------------------------------------------------------
@@ -215,6 +245,9 @@ VelPersistentDrawer& VelPersistentDrawer::Get(VelDistribution& distribution,
         group, VelGuardStorage(
                    [&] { return VelPersistentDrawerDesc::Read(distribution, drawer, group); })));
     opened->m_desc.FindMembers();
+    const VelPersistentDrawerDesc& desc = opened->m_desc;
+    distribution.CheckPlace(drawer.Minor().Value(), KindOf(desc.Serialization()),
+                            PlaceOf(distribution, desc.Compartment(), desc.Members()));
     VelGuardStorage([&] {
         CheckDatasets(distribution, *opened);
         opened->m_storedType = VelStoredTypeOf(distribution.RangeType().TypeKey());
@@ -283,8 +316,8 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
 VelPersistentDrawer& VelPersistentDrawer::Create(VelDistribution& distribution,
                                                  const NewDrawer& request) {
     const VelDrawerID id = distribution.CreateDrawer(
-        request.serialization == VelStandardSerialization ? VelDistribution::e_StandardDrawer
-                                                          : VelDistribution::e_SparseDrawer);
+        KindOf(request.serialization),
+        PlaceOf(distribution, request.compartment, MembersOf(request.compartment)));
     const VelTypeKey key = distribution.RangeType().TypeKey();
     VelAutoPtr<VelPersistentDrawer> made(new VelPersistentDrawer(
         distribution.DrawerGroup(id),

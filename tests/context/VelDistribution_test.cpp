@@ -32,10 +32,19 @@ protected:
     const std::string m_refused = "stored distribution /00000003 refused: ";
 };
 
+// A place in the grid for drawers the drawer layer did not make: every dimension in grid order,
+// holding nothing.
+std::vector<int> Nowhere(const VelDistribution& distribution) {
+    std::vector<int> place;
+    for (int d = 0; d < distribution.NumDimensions(); ++d) place.insert(place.end(), {d, 0, -1});
+    return place;
+}
+
 // A sparse drawer as the drawer layer leaves it, as far as the catalogue is concerned: its group
 // and, inside it, the index dataset that takes the number after its own.
 VelDrawerID MakeSparseDrawer(VelDistribution& distribution) {
-    const VelDrawerID drawer = distribution.CreateDrawer(VelDistribution::e_SparseDrawer);
+    const VelDrawerID drawer =
+        distribution.CreateDrawer(VelDistribution::e_SparseDrawer, Nowhere(distribution));
     const int64_t one = 1;
     distribution.DrawerGroup(drawer).DatasetCreate(
         VelIdAsString(drawer.Minor().Value() + 1).c_str(), hdf_Datatype::NATIVE_INT(),
@@ -69,10 +78,10 @@ TEST_F(VelDistributionTest, ThreeCollectionGridAndRangeTypeSurviveReopenAsStored
 TEST_F(VelDistributionTest, DrawerNumbersAreSpentByKindPersistedAndNeverReused) {
     MakeThreeWay();
     VelDistribution& d = Distribution();
-    EXPECT_EQ(d.CreateDrawer(VelDistribution::e_StandardDrawer).Minor().Value(), 1);
+    EXPECT_EQ(d.CreateDrawer(VelDistribution::e_StandardDrawer, Nowhere(d)).Minor().Value(), 1);
     // A sparse drawer's index dataset takes the name of number 3.
     EXPECT_EQ(MakeSparseDrawer(d).Minor().Value(), 2);
-    EXPECT_EQ(d.CreateDrawer(VelDistribution::e_StandardDrawer).Minor().Value(), 4);
+    EXPECT_EQ(d.CreateDrawer(VelDistribution::e_StandardDrawer, Nowhere(d)).Minor().Value(), 4);
     {
         // In the file at the next checkpoint, not only when the context closes.
         VelManager::FlushContext(m_context);
@@ -89,13 +98,17 @@ TEST_F(VelDistributionTest, DrawerNumbersAreSpentByKindPersistedAndNeverReused) 
     }
     Reopen();
     EXPECT_EQ(DrawerNumbers(), (Ints{1, 2, 4}));
-    EXPECT_EQ(Distribution().CreateDrawer(VelDistribution::e_StandardDrawer).Minor().Value(), 5);
+    EXPECT_EQ(Distribution()
+                  .CreateDrawer(VelDistribution::e_StandardDrawer, Nowhere(Distribution()))
+                  .Minor()
+                  .Value(),
+              5);
     EXPECT_EQ(DrawerNumbers(), (Ints{1, 2, 4, 5}));
 }
 
 TEST_F(VelDistributionTest, DrawerGroupsOpenOnDemandAndCloseDrawerLetsThemGo) {
     MakeThreeWay();
-    Distribution().CreateDrawer(VelDistribution::e_StandardDrawer);
+    Distribution().CreateDrawer(VelDistribution::e_StandardDrawer, Nowhere(Distribution()));
     Reopen();
     const VelDistributionRef ref(First());
     const VelDrawerID drawer = ref.Drawers()[0];
@@ -126,8 +139,9 @@ TEST_F(VelDistributionDeathTest, CallersMustNameTheContextsOwnThings) {
                           "drawer.DistributionID().Compare(m_id) == 0");
 
     Reopen(hdf_File::OpenFlagsReadOnly);
-    ExpectValidateFailure(Distribution().CreateDrawer(VelDistribution::e_StandardDrawer),
-                          "!m_readOnly");
+    ExpectValidateFailure(
+        Distribution().CreateDrawer(VelDistribution::e_StandardDrawer, Nowhere(Distribution())),
+        "!m_readOnly");
     const VelDistributionRef stale(First());
     Close();
     ExpectValidateFailure(stale.Grid(), "context && \"no open context has this value\"");
@@ -169,9 +183,11 @@ TEST_F(VelDistributionDeathTest, DamagedRangeTypesAndCataloguesAreRefused) {
     ExpectAssertFailure(OpenAndRead(), m_refused + "\"RangeType\" is not one dimension of 3 ints");
     WriteIntAttribute("00000003", "RangeType", {VelTypeKeyDouble, 0, -1});
 
+    // A distribution stored without "Drawer catalogue" is catalogued from its members' names.
     // Every number handed out is a drawer, or the index dataset of the sparse drawer before it.
     {
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        H5Ldelete(raw.id(), "00000003/Drawer catalogue", H5P_DEFAULT);
         H5Ldelete(raw.id(), "00000003/00000001/00000002", H5P_DEFAULT);
     }
     ExpectAssertFailure(OpenAndRead(),
@@ -219,6 +235,62 @@ TEST_F(VelDistributionDeathTest, DamagedRangeTypesAndCataloguesAreRefused) {
     }
     ExpectAssertFailure(firstUse(),
                         m_refused + "member \"00000001\" is not named by its drawer number 0");
+}
+
+// "Drawer catalogue" names every drawer below the stored next number, in number order, with its
+// kind and place; an open trusts none of it before checking it against the counter.
+TEST_F(VelDistributionDeathTest, DrawerCataloguesAreCheckedBeforeTheyAreTrusted) {
+    VelDistribution& made = VelDistributionAccess::Get(MakeThreeWay());
+    MakeSparseDrawer(made);
+    made.CreateDrawer(VelDistribution::e_StandardDrawer, {2, 0, 9, 0, 0, 19, 1, 3, 3});
+    Close();
+    const char* catalogue = "00000003/Drawer catalogue";
+    const Ints rows = {1, 2, 0, 0, -1, 1, 0, -1, 2, 0, -1, 3, 1, 2, 0, 9, 0, 0, 19, 1, 3, 3};
+    EXPECT_EQ(RawFile(m_file.str(), H5F_ACC_RDONLY).ReadInts(catalogue), rows);
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    EXPECT_EQ(DrawerNumbers(), (Ints{1, 3}));
+    EXPECT_EQ(Distribution().Place(1).Last(2), 3);
+    Close();
+
+    const auto damaged = [&](const Ints& ints, const std::string& reason) {
+        RawFile(m_file.str(), H5F_ACC_RDWR).WriteInts(catalogue, ints);
+        ExpectAssertFailure(OpenAndRead(), m_refused + reason);
+    };
+    const auto with = [&](size_t at, int value) {
+        Ints ints = rows;
+        ints[at] = value;
+        return ints;
+    };
+    damaged(with(11, 4), "drawer 3 of the catalogue is missing (numbers up to 3 were handed out)");
+    damaged(with(0, 2), "drawer 1 of the catalogue is missing (numbers up to 3 were handed out)");
+    damaged(Ints(rows.begin(), rows.begin() + 11),
+            "drawer 3 of the catalogue is missing (numbers up to 3 were handed out)");
+    damaged(with(12, 0), "row 1 of \"Drawer catalogue\" has the unknown drawer kind 0");
+    damaged(with(2, 7),
+            "row 0 of \"Drawer catalogue\" places dimension 0 at grid position 7, members 0 to -1");
+    damaged(with(13, 0),
+            "row 1 of \"Drawer catalogue\" places dimension 1 at grid position 0, members 0 to 19");
+    damaged(with(17, -1),
+            "row 1 of \"Drawer catalogue\" places dimension 1 at grid position 0, members -1 "
+            "to 19");
+    damaged(Ints(rows.begin(), rows.end() - 1),
+            "\"Drawer catalogue\" is not one dimension of rows of 11 ints");
+    Ints three = rows;
+    three.insert(three.end(), rows.begin() + 11, rows.end());
+    damaged(three, "row 2 of \"Drawer catalogue\" names drawer 3, out of order");
+    three.insert(three.end(), rows.begin() + 11, rows.end());
+    damaged(three, "\"Drawer catalogue\" holds 4 drawers, more than the numbers handed out");
+
+    // A drawer beyond the stored counter has no row: a writable open removes its group by
+    // looking for the numbers after the counter, without listing the distribution.
+    RawFile(m_file.str(), H5F_ACC_RDWR).WriteInts(catalogue, Ints(rows.begin(), rows.begin() + 11));
+    WriteIntAttribute("00000003", "Distribution attributes", {3});
+    Reopen();
+    EXPECT_EQ(DrawerNumbers(), (Ints{1}));
+    Close();
+    RawFile raw(m_file.str(), H5F_ACC_RDONLY);
+    EXPECT_EQ(H5Lexists(raw.id(), "00000003/00000003", H5P_DEFAULT), 0);
+    EXPECT_GT(H5Lexists(raw.id(), "00000003/00000001", H5P_DEFAULT), 0);
 }
 
 }  // namespace

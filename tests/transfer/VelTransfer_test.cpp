@@ -205,8 +205,8 @@ TEST_F(VelTransferTest, ExistingSparseDrawerTakesItsLayoutFromTheDrawerLayer) {
     none.SetRead().SetDims(All(m_rows), All(m_cols)).SetSerialization(sparse);
     ExpectAssertFailure(none.CheckView(), "descArray.Size() == 1");
 
-    const VelDrawerID drawer =
-        VelDistributionAccess::Get(m_floats).CreateDrawer(VelDistribution::e_SparseDrawer);
+    const VelDrawerID drawer = VelDistributionAccess::Get(m_floats).CreateDrawer(
+        VelDistribution::e_SparseDrawer, {0, 0, -1, 1, 0, -1});
     RecordingDrawerIO io;
     io.layout.sizes[VelbufMain] = 28;
     io.layout.sizes[VelbufSparseMap] = 24;

@@ -69,7 +69,7 @@ public:
     static constexpr const char* e_Attributes = "Distribution attributes";
     static constexpr const char* e_Catalogue = "Drawer catalogue";
     // The ints "Drawer catalogue" grows by.
-    static constexpr int e_CatalogueChunk = 1024;
+    static constexpr int e_CatalogueChunk = 4096;
     static constexpr int e_FirstDrawerNumber = 1;
 
     // How many drawer numbers a new drawer uses up.

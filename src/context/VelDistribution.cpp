@@ -210,12 +210,17 @@ void VelDistribution::LoadPlaces() {
         VelRefuseStored(kKind, m_group,
                         "\"Drawer catalogue\" is not one dimension of rows of " +
                             std::to_string(width) + " ints");
-    // No more rows than numbers handed out: the length is checked before it sizes the read.
+    // No more rows than numbers handed out, and no more ints than the file stores for it: the
+    // length is checked before it sizes the read.
     const int64_t rows = length / width;
     if (rows > int64_t(m_nextDrawer) - e_FirstDrawerNumber)
         VelRefuseStored(kKind, m_group,
                         "\"Drawer catalogue\" holds " + std::to_string(rows) +
                             " drawers, more than the numbers handed out");
+    if (m_catalogue.GetStorageSize() < static_cast<hsize_t>(length) * sizeof(int))
+        VelRefuseStored(
+            kKind, m_group,
+            "\"Drawer catalogue\" stores fewer than its " + std::to_string(length) + " ints");
     m_placeInts.resize(static_cast<size_t>(length));
     VelCollectionLayout::ReadInts(m_catalogue, 0, length, m_placeInts.data());
     int expected = e_FirstDrawerNumber;

@@ -280,6 +280,21 @@ TEST_F(VelDistributionDeathTest, DrawerCataloguesAreCheckedBeforeTheyAreTrusted)
     damaged(three, "row 2 of \"Drawer catalogue\" names drawer 3, out of order");
     three.insert(three.end(), rows.begin() + 11, rows.end());
     damaged(three, "\"Drawer catalogue\" holds 4 drawers, more than the numbers handed out");
+    {
+        // An extent the file holds no values for (a chunked dataset with nothing written).
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        H5Ldelete(raw.id(), catalogue, H5P_DEFAULT);
+        hsize_t length = rows.size();
+        const hid_t space = H5Screate_simple(1, &length, nullptr);
+        const hid_t creation = H5Pcreate(H5P_DATASET_CREATE);
+        H5Pset_chunk(creation, 1, &length);
+        H5Dclose(H5Dcreate2(raw.id(), catalogue, H5T_NATIVE_INT, space, H5P_DEFAULT, creation,
+                            H5P_DEFAULT));
+        H5Pclose(creation);
+        H5Sclose(space);
+    }
+    ExpectAssertFailure(OpenAndRead(),
+                        m_refused + "\"Drawer catalogue\" stores fewer than its 22 ints");
 
     // A drawer beyond the stored counter has no row: a writable open removes its group by
     // looking for the numbers after the counter, without listing the distribution.

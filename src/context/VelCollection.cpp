@@ -89,18 +89,21 @@ void VelCollection::Load(const hdf_Group& group, bool readOnly) {
     m_size = size;
 
     m_table = m_group.DatasetOpen(Layout::e_IndexTable);
-    VelASSERT(Layout::HoldsEntries(m_table) && "the index table does not hold six-int entries");
+    m_entryType = Layout::EntryType();
+    VelASSERT(Layout::HoldsEntries(m_table, m_entryType) &&
+              "the index table does not hold six-int entries");
     m_tableRecords = Layout::Extent(m_table);
     VelASSERT(numCSets <= m_tableRecords && "more CSets than index table records");
-    m_tableChunk = Layout::ChunkLength(m_table);
+    // The chunk lengths are what a writer extends the datasets by; a reader never needs them.
+    if (!m_readOnly) m_tableChunk = Layout::ChunkLength(m_table);
     ReserveEntries(numCSets);
-    Layout::ReadEntries(m_table, numCSets, m_entries);
+    Layout::ReadEntries(m_table, m_entryType, numCSets, m_entries);
     m_numCSets = m_numWritten = numCSets;
 
     m_indexSets = m_group.DatasetOpen(Layout::e_IndexSets);
     VelASSERT(Layout::HoldsInts(m_indexSets) && "\"IndexSets\" does not hold ints");
     m_extentInts = Layout::Extent(m_indexSets);
-    m_indexSetsChunk = Layout::ChunkLength(m_indexSets);
+    if (!m_readOnly) m_indexSetsChunk = Layout::ChunkLength(m_indexSets);
     for (int i = 0; i < m_numCSets; ++i) {
         CheckEntry(i, m_extentInts);
         m_usedInts = std::max(m_usedInts, int64_t(m_entries[i].start) + m_entries[i].length);

@@ -99,14 +99,15 @@ void VelCollectionLayout::WriteEntries(const hdf_Dataset& table, const hdf_Datat
     table.Write(entryType, s.memory, s.file, entries);
 }
 
-void VelCollectionLayout::ReadEntries(const hdf_Dataset& table, int count, VelIndexEntry* entries) {
+void VelCollectionLayout::ReadEntries(const hdf_Dataset& table, const hdf_Datatype& entryType,
+                                      int count, VelIndexEntry* entries) {
     if (count == 0) return;
     const Selection s = Select(table, 0, count);
-    table.Read(EntryType(), s.memory, s.file, entries);
+    table.Read(entryType, s.memory, s.file, entries);
 }
 
-bool VelCollectionLayout::HoldsEntries(const hdf_Dataset& table) {
-    return hdf_MatchesType(table.GetType(), EntryType());
+bool VelCollectionLayout::HoldsEntries(const hdf_Dataset& table, const hdf_Datatype& entryType) {
+    return hdf_MatchesType(table.GetType(), entryType);
 }
 
 bool VelCollectionLayout::HoldsInts(const hdf_Dataset& indexSets) {

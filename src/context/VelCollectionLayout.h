@@ -73,11 +73,12 @@ struct VelCollectionLayout {
     // The memory type of an index-table record: six native ints in file order.
     static hdf_Datatype EntryType();
     // Reads the first `count` records into `entries`; the caller has checked the extent.
-    static void ReadEntries(const hdf_Dataset& table, int count, VelIndexEntry* entries);
+    static void ReadEntries(const hdf_Dataset& table, const hdf_Datatype& entryType, int count,
+                            VelIndexEntry* entries);
 
     // Whether the stored types are the layout's: the six-int compound of the index table, the
     // ints of "IndexSets".
-    static bool HoldsEntries(const hdf_Dataset& table);
+    static bool HoldsEntries(const hdf_Dataset& table, const hdf_Datatype& entryType);
     static bool HoldsInts(const hdf_Dataset& indexSets);
 
     // One-dimensional extent of a dataset; refuses (assertion) any other rank.

@@ -166,7 +166,8 @@ TEST_F(VelFailurePolicyTest, StoredTypesThatAreNotTheLayoutsAreRefused) {
     const char* names[6] = {"dataset", "start", "length", "nameIndex", "setIndex", "linkedId"};
     for (size_t m = 0; m < 6; ++m) H5Tinsert(renamed, names[m], 4 * m, H5T_NATIVE_INT);
     EXPECT_EQ(refusal("00000000", "IndexSet index table", renamed, false, 256),
-              "Layout::HoldsEntries(m_table) && \"the index table does not hold six-int entries\"");
+              "Layout::HoldsEntries(m_table, m_entryType) && \"the index table does not hold "
+              "six-int entries\"");
     H5Tclose(renamed);
     EXPECT_EQ(OpenHdf5Objects(), objects);
     std::remove(original.c_str());

@@ -143,6 +143,9 @@ public:
     // Rewrites "Distribution attributes" when the file is writable and the number is not the
     // stored one, and closes the drawers not among the most recently used.
     void Flush();
+    // Closes the drawers not among the most recently used.  Runs between calls, never inside a
+    // transfer, so that no drawer it closes is in use.
+    void CloseUnusedDrawers();
 
     // How many drawers a flush keeps open.
     static constexpr size_t e_OpenDrawersKept = 8;
@@ -166,7 +169,6 @@ private:
     void RequireDrawer(const VelDrawerID& drawer) const;
     std::vector<VelDrawerID>::iterator FindRecent(const VelDrawerID& drawer);
     void NoteUse(const VelDrawerID& drawer);
-    void CloseUnusedDrawers();
 
     VelDistributionID m_id;
     hdf_Group m_group;

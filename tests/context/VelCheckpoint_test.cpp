@@ -120,6 +120,20 @@ TEST_F(VelCheckpointTest, CheckpointsLetGoOfDrawersNotInUse) {
     EXPECT_EQ(ReadStep(d, 9)[5], 9.05);
 }
 
+// A writer that never checkpoints holds no more drawers open than one that does: every transfer
+// lets go of the drawers not recently used before it starts.
+TEST_F(VelCheckpointTest, TransfersLetGoOfDrawersNotInUse) {
+    const VelDistributionID d = MakeDistribution();
+    std::vector<ssize_t> openDatasets;
+    for (int s = 0; s < 10; ++s) {
+        WriteStep(d, s, s);
+        openDatasets.push_back(H5Fget_obj_count(H5F_OBJ_ALL, H5F_OBJ_DATASET));
+    }
+    EXPECT_LE(openDatasets.back(), openDatasets[VelDistribution::e_OpenDrawersKept]);
+    EXPECT_EQ(ReadStep(d, 0)[5], 0.05);
+    EXPECT_EQ(ReadStep(d, 9)[5], 9.05);
+}
+
 // The database a checkpointed writer leaves at its close is the one it would have left without
 // checkpoints, object for object and value for value, and the signature block is untouched.
 // Only where an index set lies inside "IndexSets" may differ: a collection's full set is stored

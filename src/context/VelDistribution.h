@@ -146,9 +146,14 @@ public:
     // Closes the drawers not among the most recently used.  Runs between calls, never inside a
     // transfer, so that no drawer it closes is in use.
     void CloseUnusedDrawers();
+    // The same once more than e_OpenDrawersBound drawers are open, the file's buffers written
+    // first: the drawer layer calls it before every transfer, so that a writer that never
+    // checkpoints holds a bounded number of drawers open.
+    void BoundOpenDrawers();
 
-    // How many drawers a flush keeps open.
+    // How many drawers a flush keeps open, and how many may be open between flushes.
     static constexpr size_t e_OpenDrawersKept = 8;
+    static constexpr size_t e_OpenDrawersBound = 64;
 
 private:
     VelDistribution(const VelDistributionID& id, const hdf_Group& group, const VelGrid& grid,

@@ -141,6 +141,10 @@ void hdf_Group::Flush() const {
     }
 }
 
+void hdf_Group::WriteBuffers() const {
+    Succeeded(H5Fflush(ID(), H5F_SCOPE_LOCAL), HDF_HERE);
+}
+
 void hdf_Group::Unlink(const char* name) const {
     Succeeded(H5Gunlink(ID(), name), HDF_HERE);
 }

@@ -5,9 +5,9 @@
 namespace {
 
 // The drawers of the library's own file layout (VelPersistentDrawer.h).  Every transfer starts by
-// letting go of the drawers not among the most recently used, as a checkpoint does: a writer
-// that makes a drawer per step without checkpointing would otherwise keep every step's group and
-// dataset open, and HDF5 keeps the headers of open objects in its metadata cache.
+// bounding the drawers held open (VelDistribution::BoundOpenDrawers): a writer that makes a
+// drawer per step without checkpointing would otherwise keep every step's group and dataset
+// open.
 class VelFileDrawerLayer : public VelDrawerIO {
 public:
     VelDrawerBufferLayout SparseLayout(const VelDistributionRef& distribution,
@@ -46,7 +46,7 @@ public:
 
 private:
     static void LetGo(const VelDrawerRequest& request) {
-        VelDistributionOf(request).CloseUnusedDrawers();
+        VelDistributionOf(request).BoundOpenDrawers();
     }
 };
 

@@ -64,6 +64,9 @@ public:
     // Writes the file's buffers out.  A database file opened by a context is then committed: a
     // kill of the process after Flush returns leaves the file as HDF5 held it here.
     void Flush() const;
+    // Writes HDF5's buffers to the file driver without committing: a database file's journal
+    // keeps what they change until the next commit.
+    void WriteBuffers() const;
     // Removes the member `name` (the object goes when nothing else links to it).
     void Unlink(const char* name) const;
     hsize_t GetNumObjs() const;

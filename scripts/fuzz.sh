@@ -45,5 +45,8 @@ for target in VelOpenContext VelQARNReader; do
     (cd "$run" && "../tools/fuzz/vel_fuzz_$target" -max_total_time="$seconds" -close_fd_mask=3 \
         -malloc_limit_mb=8192 -rss_limit_mb=4096 -fork=1 -ignore_crashes=1 -ignore_ooms=1 \
         -artifact_prefix="findings/$target/" -print_final_stats=1 \
-        "corpus/$target" "seeds/$target") 2>&1 | grep -E "^(stat::|#[0-9]+ +DONE|==[0-9]+==|SUMMARY|artifact)" || true
+        "corpus/$target" "seeds/$target") 2>&1 | tee "$run/$target.log" |
+        grep -E "^(stat::|#[0-9]+ +DONE|==[0-9]+==|SUMMARY|artifact)" || true
+    # The last progress line of a forking run carries its totals: executions, findings, time.
+    grep -E "^#[0-9]+" "$run/$target.log" | tail -n 1 || true
 done

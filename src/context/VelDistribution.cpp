@@ -205,7 +205,7 @@ void VelDistribution::LoadPlaces() {
         VelRefuseStored(kKind, m_group, "\"Drawer catalogue\" does not hold ints");
     const int64_t length = VelStoredInts::Length(m_catalogue.GetSpace());
     const int rank = NumDimensions();
-    const int64_t width = 2 + 3 * int64_t(rank);
+    const int64_t width = static_cast<int64_t>(PlaceWidth());
     if (length < 0 || length % width != 0)
         VelRefuseStored(kKind, m_group,
                         "\"Drawer catalogue\" is not one dimension of rows of " +
@@ -336,10 +336,7 @@ void VelDistribution::CheckCatalogue() const {
             std::binary_search(m_numbers.begin(), m_numbers.end(), sparse) &&
             m_group.GetObjinfoExists(index.c_str()))
             continue;
-        VelRefuseStored(kKind, m_group,
-                        "drawer " + std::to_string(number) +
-                            " of the catalogue is missing (numbers up to " +
-                            std::to_string(m_nextDrawer - 1) + " were handed out)");
+        RefuseMissing(number);
     }
 }
 

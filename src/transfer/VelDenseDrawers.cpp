@@ -74,8 +74,7 @@ bool PlaceOfView(const VelDistribution& distribution, const VelDrawerView& view,
         if (position < 0) return false;
         const VelMemberRuns& runs = view.members[k];
         place.push_back(position);
-        place.push_back(runs.empty() ? 0 : runs.front().first);
-        place.push_back(runs.empty() ? -1 : runs.back().first + runs.back().length - 1);
+        VelAppendRunBounds(runs, place);
     }
     return true;
 }

@@ -183,3 +183,8 @@ VelDimMapping VelMapDimension(const VelMemberRuns& view, const VelMemberRuns& dr
     mapping.pieces = Fold(blocks);
     return mapping;
 }
+
+void VelAppendRunBounds(const VelMemberRuns& runs, std::vector<int>& place) {
+    place.push_back(runs.empty() ? 0 : runs.front().first);
+    place.push_back(runs.empty() ? -1 : runs.back().first + runs.back().length - 1);
+}

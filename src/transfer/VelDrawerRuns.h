@@ -21,6 +21,8 @@ using VelMemberRuns = std::vector<VelMemberRun>;
 using VelMemberBox = std::vector<VelMemberRuns>;
 
 int64_t VelCountMembers(const VelMemberRuns& runs);
+// The first and last member of the runs appended to `place`; 0 and -1 when there is none.
+void VelAppendRunBounds(const VelMemberRuns& runs, std::vector<int>& place);
 int64_t VelCountMembers(const VelMemberBox& box);
 VelMemberRuns VelIntersectRuns(const VelMemberRuns& a, const VelMemberRuns& b);
 // The members of `a` that are not in `b`.

@@ -217,8 +217,7 @@ std::vector<int> PlaceOf(const VelDistribution& distribution, const Compartment&
     for (int d = 0; d < compartment.Size(); ++d) {
         const VelMemberRuns& runs = members[static_cast<size_t>(d)];
         place.push_back(distribution.Grid().Position(compartment[d].CollectionID()));
-        place.push_back(runs.empty() ? 0 : runs.front().first);
-        place.push_back(runs.empty() ? -1 : runs.back().first + runs.back().length - 1);
+        VelAppendRunBounds(runs, place);
     }
     return place;
 }

@@ -121,4 +121,10 @@
 #include "vel/views/VelTransaction.h"
 #include "vel/views/VelView.h"
 
+// results
+#include "vel/results/VelCellType.h"
+#include "vel/results/VelResultsField.h"
+#include "vel/results/VelResultsReader.h"
+#include "vel/results/VelResultsWriter.h"
+
 #endif

@@ -25,6 +25,10 @@ VelViewRead VelContextRef::View(const cow_String& formName, int level) const {
     return VelViewsAccess::MakeView<VelViewRead>(VelViewRepr::Open(store, formName, level));
 }
 
+bool VelContextRef::HasView(const cow_String& formName, int level) const {
+    return VelRecordStore::Of(m_id).LatestPublishedEdition(formName, level) != -1;
+}
+
 VelViewRead VelContextRef::View(const VelTypeSchemaSnapshot& snapshot) const {
     VelRecordStore& store = VelRecordStore::Of(m_id);
     const VelTypeFormSchema schema = snapshot.FormSchema(0);

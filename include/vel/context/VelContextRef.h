@@ -56,6 +56,8 @@ public:
     // do the same and require the level to go up or down.  New views start with a copy of
     // their ancestor's records.
     VelViewRead View(const cow_String& formName, int level) const;
+    // Whether a published view of the form and level exists: View finds one exactly then.
+    bool HasView(const cow_String& formName, int level) const;
     VelViewRead View(const VelTypeSchemaSnapshot& snapshot) const;
     VelViewUpdateForm NewForm(const VelTypeSchemaSnapshot& snapshot) const;
     VelViewUpdateForm NewForm(const VelTypeSchemaSnapshot& snapshot, const VelView& ancestor) const;

@@ -2,6 +2,7 @@
 #define VEL_TRANSFER_VELDRAWERREF_H
 
 #include "vel/context/VelDistributionID.h"
+#include "vel/platform/cow_String.h"
 #include "vel/transfer/VelDrawerDescription.h"
 
 // A light handle on one drawer of a distribution (VelDistributionRef::Drawers lists them).  It
@@ -19,6 +20,10 @@ public:
     // The drawer's description; a drawer the file does not describe soundly stops the process
     // with the reason it was refused.
     VelDrawerDescription Description() const;
+    // The HDF5 path, in the database file, of the dataset holding the drawer's values (for a
+    // sparse drawer, its values dataset): what a tool reading the file without the library
+    // points at.
+    cow_String ValuesPath() const;
     void Close() const;
 
 private:

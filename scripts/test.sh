@@ -9,3 +9,4 @@ cmake -S . -B build/sanitize -DCMAKE_BUILD_TYPE=Debug -DVEL_SANITIZE=ON -DVEL_WE
       -DVEL_BUILD_TESTS=ON >/dev/null
 cmake --build build/sanitize -j "$(nproc)"
 ctest --test-dir build/sanitize --output-on-failure -j "$(nproc)"
+bash scripts/check-xdmf.sh build/sanitize

@@ -13,6 +13,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -315,8 +316,13 @@ void VelResultsReader::WriteXdmf(const std::string& xmfPath) const {
     } else {
         out << "    <Grid Name=\"steps\" GridType=\"Collection\" CollectionType=\"Temporal\">\n";
         for (int s = 0; s < steps; ++s) {
+            // The shortest text that reads back as the same double.
             char time[32];
-            std::snprintf(time, sizeof time, "%.17g", times[static_cast<size_t>(s)]);
+            const double value = times[static_cast<size_t>(s)];
+            for (int digits = 15; digits <= 17; ++digits) {
+                std::snprintf(time, sizeof time, "%.*g", digits, value);
+                if (std::strtod(time, nullptr) == value) break;
+            }
             out << "    <Grid Name=\"step " << s << "\" GridType=\"Uniform\">\n"
                 << "      <Time Value=\"" << time << "\"/>\n      " << topology.str() << "\n      "
                 << geometry.str() << "\n";

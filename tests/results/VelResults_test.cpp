@@ -12,11 +12,11 @@
 namespace {
 
 const VelCellType kAllCellTypes[] = {
-    VelCellType::Vertex,   VelCellType::Line2,     VelCellType::Line3,   VelCellType::Tri3,
-    VelCellType::Tri6,     VelCellType::Quad4,     VelCellType::Quad8,   VelCellType::Quad9,
-    VelCellType::Tet4,     VelCellType::Tet10,     VelCellType::Pyramid5, VelCellType::Pyramid13,
-    VelCellType::Wedge6,   VelCellType::Wedge15,   VelCellType::Wedge18, VelCellType::Hex8,
-    VelCellType::Hex20,    VelCellType::Hex27};
+    VelCellType::Vertex, VelCellType::Line2,   VelCellType::Line3,    VelCellType::Tri3,
+    VelCellType::Tri6,   VelCellType::Quad4,   VelCellType::Quad8,    VelCellType::Quad9,
+    VelCellType::Tet4,   VelCellType::Tet10,   VelCellType::Pyramid5, VelCellType::Pyramid13,
+    VelCellType::Wedge6, VelCellType::Wedge15, VelCellType::Wedge18,  VelCellType::Hex8,
+    VelCellType::Hex20,  VelCellType::Hex27};
 
 constexpr int kNodes = 60;
 
@@ -103,8 +103,7 @@ TEST_F(VelResultsTest, EveryKindOfObjectReadsBackByName) {
         EXPECT_EQ(blocks[b].cellType, type);
         EXPECT_EQ(blocks[b].count, 2 + static_cast<int>(b) % 3);
         EXPECT_EQ(blocks[b].nodesPerElement, VelCellTypeNodeCount(type));
-        EXPECT_EQ(blocks[b].connectivity,
-                  Connectivity(type, blocks[b].count, static_cast<int>(b)));
+        EXPECT_EQ(blocks[b].connectivity, Connectivity(type, blocks[b].count, static_cast<int>(b)));
     }
 
     EXPECT_EQ(in.NodeSetNames(), (std::vector<std::string>{"clamped", "empty"}));
@@ -219,16 +218,16 @@ TEST_F(VelResultsDeathTest, MistakesByNameAreRefusedWithTheirName) {
     WriteEveryKind(file.str(), 2);
     VelResultsReader in = VelResultsReader::Open(file.str());
     std::vector<double> values;
-    ExpectValidateFailure(in.Field("velocity"),
-                          "VelResultsReader::Field: \"" + file.str() +
-                              "\" has no field named \"velocity\"");
+    ExpectValidateFailure(in.Field("velocity"), "VelResultsReader::Field: \"" + file.str() +
+                                                    "\" has no field named \"velocity\"");
     ExpectValidateFailure(in.NodeSet("bricks"), "VelResultsReader::NodeSet: \"" + file.str() +
                                                     "\" has no node set named \"bricks\"");
     ExpectValidateFailure(in.Field("displacement").Read(2, values),
                           "VelResultsField::Read: field \"displacement\": step 2 does not exist; "
                           "the file has 2 steps");
-    ExpectValidateFailure(in.Time(-1), "VelResultsReader::Time: step -1 does not exist; the "
-                                       "file has 2 steps");
+    ExpectValidateFailure(in.Time(-1),
+                          "VelResultsReader::Time: step -1 does not exist; the "
+                          "file has 2 steps");
     values.resize(5);
     ExpectValidateFailure(in.Field("stress").Read(0, values.data(), values.size()),
                           "VelResultsField::Read: field \"stress\" has 4 values there, not 5");
@@ -238,9 +237,9 @@ TEST_F(VelResultsDeathTest, MistakesByNameAreRefusedWithTheirName) {
     ExpectValidateFailure(in.Field("displacement").History(kNodes, values),
                           "VelResultsField::History: field \"displacement\" has no row 60; it "
                           "has 60");
-    ExpectValidateFailure(in.Field("displacement").Write(0, values),
-                          "VelResultsField::Write: \"" + file.str() +
-                              "\" is open for reading only");
+    ExpectValidateFailure(
+        in.Field("displacement").Write(0, values),
+        "VelResultsField::Write: \"" + file.str() + "\" is open for reading only");
 }
 
 TEST_F(VelResultsDeathTest, AWriterRefusesWhatCannotBeStored) {

@@ -1,0 +1,180 @@
+// What a results file holds beside its records: the XDMF description's virtual datasets read the
+// database's own values, and records that contradict the data are refused when the file opens.
+#include <gtest/gtest.h>
+#include <hdf5.h>
+
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "VelTestSupport.h"
+#include "results/VelResultsSchema.h"
+#include "vel/vel.h"
+
+namespace {
+
+constexpr int kNodes = 8;
+
+// Two blocks (two quads and a triangle) over eight nodes, a node set, a nodal field of two
+// components and an element field of the triangle, over two steps.
+void WriteSmall(const std::string& path) {
+    VelResultsWriter out = VelResultsWriter::Create(path);
+    std::vector<double> xyz;
+    for (int n = 0; n < kNodes; ++n)
+        for (double c : {n % 4 * 1.0, n / 4 * 1.0, 0.0}) xyz.push_back(c);
+    out.AddNodes(xyz);
+    out.AddElementBlock("quads", VelCellType::Quad4, {0, 1, 5, 4, 1, 2, 6, 5});
+    out.AddElementBlock("corner", VelCellType::Tri3, {2, 3, 7});
+    out.AddNodeSet("edge", {3, 7});
+    VelResultsField u = out.AddNodalField("u", {"x", "y"});
+    VelResultsField t = out.AddElementField("t", "corner", {"value"});
+    for (int step = 0; step < 2; ++step) {
+        out.AddStep(step);
+        std::vector<double> values;
+        for (int k = 0; k < 2 * kNodes; ++k) values.push_back(100 * step + k);
+        u.Write(step, values);
+        t.Write(step, {-1.0 - step});
+    }
+}
+
+std::vector<double> ReadDoubles(hid_t file, const char* path, size_t count) {
+    std::vector<double> values(count, 0.0);
+    const hid_t dataset = H5Dopen2(file, path, H5P_DEFAULT);
+    EXPECT_GE(dataset, 0) << path;
+    if (dataset < 0) return {};
+    const hid_t space = H5Dget_space(dataset);
+    const size_t stored = static_cast<size_t>(H5Sget_simple_extent_npoints(space));
+    H5Sclose(space);
+    EXPECT_EQ(stored, count) << path;
+    if (stored == count)
+        H5Dread(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data());
+    H5Dclose(dataset);
+    return values;
+}
+
+class VelResultsFilesTest : public ::testing::Test {
+protected:
+    void SetUp() override { UTI_VelDynamicAPI_initialize(m_modules); }
+    void TearDown() override { UTI_VelDynamicAPI_finalize(m_modules); }
+    int m_modules = 0;
+};
+using VelResultsFilesDeathTest = VelResultsFilesTest;
+
+TEST_F(VelResultsFilesTest, TheXdmfCompanionMapsTheDatabaseValuesWithoutCopies) {
+    VelTempFile database("xdmf.vel");
+    VelTempFile xmf("xdmf.xmf");
+    VelTempFile companion("xdmf.xmf.h5");
+    WriteSmall(database.str());
+    VelResultsReader::Open(database.str()).WriteXdmf(xmf.str());
+
+    std::ifstream text(xmf.str());
+    std::stringstream content;
+    content << text.rdbuf();
+    EXPECT_NE(content.str().find("<Topology TopologyType=\"Mixed\" NumberOfElements=\"3\">"),
+              std::string::npos);
+    EXPECT_NE(content.str().find("<Time Value=\"1\"/>"), std::string::npos);
+
+    const hid_t file = H5Fopen((xmf.str() + ".h5").c_str(), H5F_ACC_RDONLY, H5P_DEFAULT);
+    ASSERT_GE(file, 0);
+    // Two quads (code 5, four nodes) and a triangle (code 4, three nodes).
+    std::vector<int> cells(14);
+    const hid_t mixed = H5Dopen2(file, "/cells/mixed", H5P_DEFAULT);
+    H5Dread(mixed, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, cells.data());
+    H5Dclose(mixed);
+    EXPECT_EQ(cells, (std::vector<int>{5, 0, 1, 5, 4, 5, 1, 2, 6, 5, 4, 2, 3, 7}));
+    std::vector<double> u1;
+    for (int k = 0; k < 2 * kNodes; ++k) u1.push_back(100 + k);
+    // Fields are numbered in name order: "t", then "u".
+    EXPECT_EQ(ReadDoubles(file, "/fields/1/1", 2 * kNodes), u1);
+    // The triangle's field covers the quads too, as no value.
+    const std::vector<double> t1 = ReadDoubles(file, "/fields/0/1", 3);
+    ASSERT_EQ(t1.size(), 3u);
+    EXPECT_TRUE(std::isnan(t1[0]) && std::isnan(t1[1]));
+    EXPECT_EQ(t1[2], -2.0);
+    // The companion holds mappings only: far smaller than the values it maps.
+    hsize_t size = 0;
+    H5Fget_filesize(file, &size);
+    H5Fclose(file);
+    EXPECT_LT(size, 64u * 1024u);
+}
+
+// Rewrites the records of a results file through a new view: `change` gets the open transaction,
+// the view and the schema.
+void ChangeRecords(const std::string& path,
+                   const std::function<void(VelTransactionExtend&, const VelView&,
+                                            const VelResultsSchema&)>& change) {
+    const VelResultsSchema schema;
+    const VelContextID id = VelManager::OpenContext(path.c_str(), hdf_File::OpenFlagsReadWrite, 1);
+    ASSERT_FALSE(id.IsNull());
+    const VelContextRef context(id);
+    const VelViewRead last = context.View(schema.snapshot);
+    const VelViewUpdateForm view = context.NewForm(schema.snapshot, last);
+    {
+        VelTransactionExtend t(view);
+        t.CreateTypes(schema.snapshot);
+        change(t, view, schema);
+        t.Commit();
+    }
+    view.Publish();
+    VelManager::CloseContext(id);
+}
+
+// The record of the named field or node set.
+VelDynamicID Named(const VelView& view, const VelTypeID& association, const char* name) {
+    return VelSelectionMap(view.Association(view.AssociationID(association)), 0, view.FocusID())
+        .Get(name);
+}
+
+TEST_F(VelResultsFilesDeathTest, RecordsThatContradictTheirDataAreRefused) {
+    VelTempFile path("contradicted.vel");
+    const std::string refused = "VelResults: \"" + path.str() + "\" is refused: ";
+
+    WriteSmall(path.str());
+    ChangeRecords(path.str(), [](VelTransactionExtend& t, const VelView& view,
+                                 const VelResultsSchema& s) {
+        t.ModifyDataRecord(Named(view, s.nodeSets, "edge")).SetInt(VelResultsSchema::kSetSize, 9);
+    });
+    ExpectValidateFailure(VelResultsReader::Open(path.str()),
+                          refused + "node set \"edge\" says it has 9 members, its collection 8");
+
+    WriteSmall(path.str());
+    ChangeRecords(path.str(), [](VelTransactionExtend& t, const VelView& view,
+                                 const VelResultsSchema& s) {
+        t.ModifyDataRecord(Named(view, s.nodeSets, "edge")).SetInt(VelResultsSchema::kSetSize, 3);
+    });
+    ExpectValidateFailure(VelResultsReader::Open(path.str()),
+                          refused + "node set \"edge\" says it has 3 members, its CSet 2");
+
+    WriteSmall(path.str());
+    ChangeRecords(path.str(),
+                  [](VelTransactionExtend& t, const VelView& view, const VelResultsSchema& s) {
+                      t.ModifyDataRecord(Named(view, s.fields, "u"))
+                          .SetInt(VelResultsSchema::kFieldComponentCount, 3);
+                  });
+    ExpectValidateFailure(VelResultsReader::Open(path.str()),
+                          refused +
+                              "field \"u\" says it has 3 components; it names 2 and its "
+                              "values have 2");
+
+    // The field's values moved to a distribution the file does not hold.
+    WriteSmall(path.str());
+    ChangeRecords(
+        path.str(), [](VelTransactionExtend& t, const VelView& view, const VelResultsSchema& s) {
+            const VelDynamicID field = Named(view, s.fields, "u");
+            const VelAssociationUpdate storage =
+                t.UpdateAssociation(view.AssociationID(s.distributions));
+            const VelDynamicID values =
+                VelSelectionMap(view.Association(view.AssociationID(s.distributions)), 0, field)
+                    .Get("values");
+            storage.Remove(0, field, cow_String("values"));
+            storage.Insert(field, VelDynamicID(values.Category(), values.Context(), 999, 0),
+                           cow_String("values"));
+        });
+    ExpectValidateFailure(VelResultsReader::Open(path.str()),
+                          refused + "field \"u\" names a distribution the file does not hold");
+}
+
+}  // namespace

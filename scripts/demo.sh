@@ -9,3 +9,8 @@ cmake --build build/release -j "$(nproc)"
 mkdir -p build/demo
 cd build/demo
 ../release/examples/vel_demo
+# The results layer: a beam's displacement by name, read back by name, described for ParaView.
+../release/examples/vel_results_writer beam.vel
+../release/examples/vel_results_reader beam.vel
+../release/vel-xdmf beam.vel
+echo "open $(pwd)/beam.vel.xmf in ParaView (File > Open, XDMF reader) to see the beam move"

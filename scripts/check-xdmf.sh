@@ -9,17 +9,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${1:-build/sanitize}"
 
-missing=()
-for p in python3-meshio python3-paraview; do
-    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if ((${#missing[@]})); then
-    echo "installing: ${missing[*]}"
-    sudo=""
-    [ "$(id -u)" -eq 0 ] || sudo="sudo"
-    $sudo apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
-fi
+bash scripts/setup.sh python3-paraview
 
 folder="$(mktemp -d)"
 trap 'rm -rf "$folder"' EXIT

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build, the tests and the benchmarks need, when missing.
+# Installs the Debian packages the build, the tests and the benchmarks need, when missing, and
+# any further packages named as arguments.
 set -euo pipefail
 
 packages=(build-essential cmake pkg-config libhdf5-dev libexpat1-dev googletest libgtest-dev
-          libgmock-dev libbenchmark-dev hdf5-tools python3-h5py python3-meshio)
+          libgmock-dev libbenchmark-dev hdf5-tools python3-h5py python3-meshio "$@")
 
 missing=()
 for p in "${packages[@]}"; do

@@ -17,9 +17,9 @@ enum class VelResultsLocation { Node, Element };
 // closed.
 //
 // Each step of a field is one drawer of the field's distribution, a contiguous dataset of
-// EntityCount() x ComponentCount() doubles.  A step is written once.  Mistakes (a step that
-// does not exist, a value count that is not the step's, an unknown set) are validation
-// failures that name the field.
+// EntityCount() x ComponentCount() doubles.  A step written again gets a new drawer, and reads
+// see the newest.  Mistakes (a step that does not exist, a value count that is not the step's,
+// an unknown set) are validation failures that name the field.
 class VelResultsField {
 public:
     VelResultsField() = default;

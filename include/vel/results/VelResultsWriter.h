@@ -25,8 +25,8 @@ class VelResultsFile;
 // The writer starts the library for as long as it lives (nested in any start of the caller's).
 // New names reach the file at Checkpoint() and Close(): a checkpoint publishes them in a new
 // view of the results form holding every record of the one before, then commits the file
-// (VelManager::FlushContext), so that a
-// writer killed at any later moment leaves a file that opens with every step written so far.
+// (VelManager::FlushContext), so that a writer killed at any later moment leaves a file that
+// opens with every step written so far.
 // Mistakes (a name used twice, ids out of range, a count that does not fit) are validation
 // failures with a message naming the object.
 class VelResultsWriter {

@@ -428,37 +428,19 @@ void VelResultsFile::Publish() {
 // ----------------------------------------------------------------------------------------------
 // Loading
 
-void VelResultsFile::Load() {
-    const VelContextRef context(m_id);
-    const VelResultsSchema& schema = *m_schema;
-    if (!context.HasView(VelResultsSchema::e_FormName, VelResultsSchema::e_Level))
-        Fail(m_writable ? "VelResultsWriter::Open" : "VelResultsReader::Open",
-             Quoted(m_path) + " holds no results: it is a database without a published view " +
-                 "of the results form \"" + VelResultsSchema::e_FormName + "\"");
-    // Opening with the schema checks the stored types against it.
-    const VelViewRead view = context.View(schema.snapshot);
-    m_view = view;
-    const VelDynamicID focus = view.FocusID();
-    LoadSteps(view, focus);
-    LoadMesh(view, focus);
-    LoadBlocks(view, focus);
-    LoadSets(view, focus, false);
-    LoadSets(view, focus, true);
-    LoadFields(view, focus);
-}
-
-namespace {
-
-// The records of the view reached from `from` through `type`, after checking each is a record
-// of `recordType`.
-struct Loader {
+// What loading reads the records with: the view, its focus, the lists of objects the file
+// holds, and the refusal of a record that contradicts them.
+struct VelResultsLoader {
     const VelView& view;
-    const VelResultsFile& file;
+    VelDynamicID focus;
+    VelArray<VelCollectionID> collections;
+    VelArray<VelDistributionID> distributions;
     std::function<void(const std::string&)> refuse;
 
     VelAssociation Association(const VelTypeID& type) const {
         return view.Association(view.AssociationID(type));
     }
+    // The record `id`, which must be of `type`.
     VelDataRecord Record(const VelDynamicID& id, const VelTypeID& type,
                          const std::string& what) const {
         const VelDataRecord record = view.DataRecord(id);
@@ -480,29 +462,53 @@ struct Loader {
         if (!map.Contains(key)) refuse(what + " has no " + key);
         return map.Get(key);
     }
+    // The collection or distribution `owner` keeps under `key` in `type`, which the file must
+    // hold.
+    VelCollectionID Collection(const VelTypeID& type, const VelDynamicID& owner, const char* key,
+                               const std::string& what) const {
+        const VelDynamicID id = Keyed(type, owner, key, what);
+        if (!VelCollectionID::CanBeConverted(id) || !Holds(collections, VelCollectionID(id)))
+            refuse(what + " names a collection the file does not hold");
+        return VelCollectionID(id);
+    }
+    VelDistributionID Distribution(const VelTypeID& type, const VelDynamicID& owner,
+                                   const char* key, const std::string& what) const {
+        const VelDynamicID id = Keyed(type, owner, key, what);
+        if (!VelDistributionID::CanBeConverted(id) || !Holds(distributions, VelDistributionID(id)))
+            refuse(what + " names a distribution the file does not hold");
+        return VelDistributionID(id);
+    }
 };
 
-}  // namespace
-
-void VelResultsFile::LoadSteps(const VelView& view, const VelDynamicID& focus) {
+void VelResultsFile::Load() {
+    const VelContextRef context(m_id);
     const VelResultsSchema& schema = *m_schema;
-    const Loader load{view, *this, [this](const std::string& r) { Refuse(r); }};
-    const VelSelectionSet series(load.Association(schema.stepSeries), 0, focus);
+    if (!context.HasView(VelResultsSchema::e_FormName, VelResultsSchema::e_Level))
+        Fail(m_writable ? "VelResultsWriter::Open" : "VelResultsReader::Open",
+             Quoted(m_path) + " holds no results: it is a database without a published view " +
+                 "of the results form \"" + VelResultsSchema::e_FormName + "\"");
+    // Opening with the schema checks the stored types against it.
+    const VelViewRead view = context.View(schema.snapshot);
+    m_view = view;
+    const VelResultsLoader load{view, view.FocusID(), context.Collections(),
+                                context.Distributions(),
+                                [this](const std::string& r) { Refuse(r); }};
+    LoadSteps(load);
+    LoadMesh(load);
+    LoadBlocks(load);
+    LoadSets(load, false);
+    LoadSets(load, true);
+    LoadFields(load);
+}
+
+void VelResultsFile::LoadSteps(const VelResultsLoader& load) {
+    const VelResultsSchema& schema = *m_schema;
+    const VelSelectionSet series(load.Association(schema.stepSeries), 0, load.focus);
     if (series.Count() != 1) Refuse("the results do not have one series of steps");
     m_stepsRecord = series.Get(0);
     load.Record(m_stepsRecord, schema.steps, "the steps");
-    const VelDynamicID steps = load.Keyed(schema.collections, m_stepsRecord, "steps", "the steps");
-    const VelDynamicID times =
-        load.Keyed(schema.distributions, m_stepsRecord, "times", "the steps");
-    const VelContextRef context(m_id);
-    if (!VelCollectionID::CanBeConverted(steps) ||
-        !Holds(context.Collections(), VelCollectionID(steps)))
-        Refuse("the steps name a collection the file does not hold");
-    if (!VelDistributionID::CanBeConverted(times) ||
-        !Holds(context.Distributions(), VelDistributionID(times)))
-        Refuse("the times name a distribution the file does not hold");
-    m_steps = VelCollectionID(steps);
-    m_times = VelDistributionID(times);
+    m_steps = load.Collection(schema.collections, m_stepsRecord, "steps", "the steps");
+    m_times = load.Distribution(schema.distributions, m_stepsRecord, "times", "the steps");
     const VelDistributionRef distribution(m_times);
     if (!GridIs(distribution.Grid(), {m_steps}) ||
         distribution.RangeType().TypeKey() != VelTypeKeyDouble)
@@ -512,30 +518,17 @@ void VelResultsFile::LoadSteps(const VelView& view, const VelDynamicID& focus) {
                std::to_string(distribution.NumDrawers()) + " times");
 }
 
-void VelResultsFile::LoadMesh(const VelView& view, const VelDynamicID& focus) {
+void VelResultsFile::LoadMesh(const VelResultsLoader& load) {
     const VelResultsSchema& schema = *m_schema;
-    const Loader load{view, *this, [this](const std::string& r) { Refuse(r); }};
-    const VelSelectionSet meshes(load.Association(schema.meshes), 0, focus);
+    const VelSelectionSet meshes(load.Association(schema.meshes), 0, load.focus);
     if (meshes.Count() == 0) return;
     if (meshes.Count() != 1) Refuse("the results have more than one mesh");
     m_meshRecord = meshes.Get(0);
     const VelDataRecord mesh = load.Record(m_meshRecord, schema.mesh, "the mesh");
-    const VelDynamicID nodes = load.Keyed(schema.collections, m_meshRecord, "nodes", "the mesh");
-    const VelDynamicID axes =
-        load.Keyed(schema.collections, m_meshRecord, "coordinates", "the mesh");
-    const VelDynamicID coordinates =
-        load.Keyed(schema.distributions, m_meshRecord, "coordinates", "the mesh");
-    const VelContextRef context(m_id);
-    const VelArray<VelCollectionID> collections = context.Collections();
-    if (!VelCollectionID::CanBeConverted(nodes) || !VelCollectionID::CanBeConverted(axes) ||
-        !Holds(collections, VelCollectionID(nodes)) || !Holds(collections, VelCollectionID(axes)))
-        Refuse("the mesh names a collection the file does not hold");
-    if (!VelDistributionID::CanBeConverted(coordinates) ||
-        !Holds(context.Distributions(), VelDistributionID(coordinates)))
-        Refuse("the mesh's coordinates name a distribution the file does not hold");
-    m_nodes = VelCollectionID(nodes);
-    m_axes = VelCollectionID(axes);
-    m_coordinates = VelDistributionID(coordinates);
+    m_nodes = load.Collection(schema.collections, m_meshRecord, "nodes", "the mesh");
+    m_axes = load.Collection(schema.collections, m_meshRecord, "coordinates", "the mesh");
+    m_coordinates =
+        load.Distribution(schema.distributions, m_meshRecord, "coordinates", "the mesh");
     m_nodeCount = load.Int(mesh, S::kMeshNodeCount);
     if (m_nodeCount != VelCollectionRef(m_nodes).Space())
         Refuse("the mesh says it has " + std::to_string(m_nodeCount) + " nodes, its collection " +
@@ -547,13 +540,9 @@ void VelResultsFile::LoadMesh(const VelView& view, const VelDynamicID& focus) {
     m_hasMesh = true;
 }
 
-void VelResultsFile::LoadBlocks(const VelView& view, const VelDynamicID& focus) {
+void VelResultsFile::LoadBlocks(const VelResultsLoader& load) {
     const VelResultsSchema& schema = *m_schema;
-    const Loader load{view, *this, [this](const std::string& r) { Refuse(r); }};
-    const VelSelectionList blocks(load.Association(schema.blocks), 0, focus);
-    const VelContextRef context(m_id);
-    const VelArray<VelCollectionID> collections = context.Collections();
-    const VelArray<VelDistributionID> distributions = context.Distributions();
+    const VelSelectionList blocks(load.Association(schema.blocks), 0, load.focus);
     if (blocks.Count() > 0 && !m_hasMesh) Refuse("the file has element blocks but no mesh");
     for (int b = 0; b < blocks.Count(); ++b) {
         Block block;
@@ -571,22 +560,10 @@ void VelResultsFile::LoadBlocks(const VelView& view, const VelDynamicID& focus) 
         if (block.nodesPerElement != VelCellTypeNodeCount(block.cellType))
             Refuse(what + " says its " + cellType + " elements have " +
                    std::to_string(block.nodesPerElement) + " nodes");
-        const VelDynamicID elements =
-            load.Keyed(schema.collections, block.record, "elements", what);
-        const VelDynamicID corners = load.Keyed(schema.collections, block.record, "corners", what);
-        const VelDynamicID connectivity =
-            load.Keyed(schema.distributions, block.record, "connectivity", what);
-        if (!VelCollectionID::CanBeConverted(elements) ||
-            !VelCollectionID::CanBeConverted(corners) ||
-            !Holds(collections, VelCollectionID(elements)) ||
-            !Holds(collections, VelCollectionID(corners)))
-            Refuse(what + " names a collection the file does not hold");
-        if (!VelDistributionID::CanBeConverted(connectivity) ||
-            !Holds(distributions, VelDistributionID(connectivity)))
-            Refuse(what + " names a connectivity distribution the file does not hold");
-        block.elements = VelCollectionID(elements);
-        block.corners = VelCollectionID(corners);
-        block.connectivity = VelDistributionID(connectivity);
+        block.elements = load.Collection(schema.collections, block.record, "elements", what);
+        block.corners = load.Collection(schema.collections, block.record, "corners", what);
+        block.connectivity =
+            load.Distribution(schema.distributions, block.record, "connectivity", what);
         if (VelCollectionRef(block.elements).Space() != block.count ||
             VelCollectionRef(block.corners).Space() != block.nodesPerElement)
             Refuse(what + " says it has " + std::to_string(block.count) + " elements of " +
@@ -612,11 +589,10 @@ static int BlockOfRecord(const VelAssociation& blockOf, const VelDynamicID& reco
     return -1;
 }
 
-void VelResultsFile::LoadSets(const VelView& view, const VelDynamicID& focus, bool elementSets) {
+void VelResultsFile::LoadSets(const VelResultsLoader& load, bool elementSets) {
     const VelResultsSchema& schema = *m_schema;
-    const Loader load{view, *this, [this](const std::string& r) { Refuse(r); }};
     const VelSelectionMap sets(load.Association(elementSets ? schema.elementSets : schema.nodeSets),
-                               0, focus);
+                               0, load.focus);
     const VelAssociation blockOf = load.Association(schema.blockOf);
     VelSelectionMapIter it(sets);
     for (it.First(); !it.IsDone(); it.Next()) {
@@ -661,15 +637,11 @@ void VelResultsFile::LoadSets(const VelView& view, const VelDynamicID& focus, bo
     }
 }
 
-void VelResultsFile::LoadFields(const VelView& view, const VelDynamicID& focus) {
+void VelResultsFile::LoadFields(const VelResultsLoader& load) {
     const VelResultsSchema& schema = *m_schema;
-    const Loader load{view, *this, [this](const std::string& r) { Refuse(r); }};
-    const VelSelectionMap fields(load.Association(schema.fields), 0, focus);
+    const VelSelectionMap fields(load.Association(schema.fields), 0, load.focus);
     const VelAssociation blockOf = load.Association(schema.blockOf);
     const VelAssociation components = load.Association(schema.components);
-    const VelContextRef context(m_id);
-    const VelArray<VelCollectionID> collections = context.Collections();
-    const VelArray<VelDistributionID> distributions = context.Distributions();
     VelSelectionMapIter it(fields);
     for (it.First(); !it.IsDone(); it.Next()) {
         Field field;
@@ -693,17 +665,9 @@ void VelResultsFile::LoadFields(const VelView& view, const VelDynamicID& focus) 
             field.components.push_back(
                 load.String(load.Record(names.Get(c), schema.component, what + "'s component"),
                             S::kComponentName));
-        const VelDynamicID componentCollection =
-            load.Keyed(schema.collections, field.record, "components", what);
-        const VelDynamicID values = load.Keyed(schema.distributions, field.record, "values", what);
-        if (!VelCollectionID::CanBeConverted(componentCollection) ||
-            !Holds(collections, VelCollectionID(componentCollection)))
-            Refuse(what + " names a component collection the file does not hold");
-        if (!VelDistributionID::CanBeConverted(values) ||
-            !Holds(distributions, VelDistributionID(values)))
-            Refuse(what + " names a distribution the file does not hold");
-        field.componentCollection = VelCollectionID(componentCollection);
-        field.values = VelDistributionID(values);
+        field.componentCollection =
+            load.Collection(schema.collections, field.record, "components", what);
+        field.values = load.Distribution(schema.distributions, field.record, "values", what);
         const int stored = VelCollectionRef(field.componentCollection).Space();
         if (count < 1 || count != static_cast<int>(field.components.size()) || count != stored)
             Refuse(what + " says it has " + std::to_string(count) + " components; it names " +

@@ -16,6 +16,8 @@
 #include "vel/results/VelResultsField.h"
 #include "vel/views/VelView.h"
 
+struct VelResultsLoader;
+
 // One open results file, shared by its writer or reader and the field handles they gave out.
 // It keeps what the records say and the identifiers of the objects holding the data; the data
 // itself is read and written through transfers when asked for.
@@ -114,11 +116,11 @@ private:
     VelResultsFile(const std::string& path, bool writable);
     void MakeSteps();
     void Load();
-    void LoadSteps(const VelView& view, const VelDynamicID& focus);
-    void LoadMesh(const VelView& view, const VelDynamicID& focus);
-    void LoadBlocks(const VelView& view, const VelDynamicID& focus);
-    void LoadSets(const VelView& view, const VelDynamicID& focus, bool elementSets);
-    void LoadFields(const VelView& view, const VelDynamicID& focus);
+    void LoadSteps(const VelResultsLoader& load);
+    void LoadMesh(const VelResultsLoader& load);
+    void LoadBlocks(const VelResultsLoader& load);
+    void LoadSets(const VelResultsLoader& load, bool elementSets);
+    void LoadFields(const VelResultsLoader& load);
     void Publish();
     void CheckNewName(const char* who, const std::string& name, bool taken) const;
     VelCSetID StepCSet(int step);

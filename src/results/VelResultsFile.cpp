@@ -32,11 +32,16 @@ std::string Quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
 
-VelGrid GridOf(std::initializer_list<VelCollectionID> collections) {
-    VelArray<VelCollectionID> array(static_cast<int>(collections.size()));
+template <class T>
+VelArray<T> ArrayOf(std::initializer_list<T> items) {
+    VelArray<T> array(static_cast<int>(items.size()));
     int k = 0;
-    for (const VelCollectionID& c : collections) array[k++] = c;
-    return VelGrid(array);
+    for (const T& item : items) array[k++] = item;
+    return array;
+}
+
+VelGrid GridOf(std::initializer_list<VelCollectionID> collections) {
+    return VelGrid(ArrayOf(collections));
 }
 
 // Whether `grid` is made of exactly `collections`, in any order.
@@ -66,13 +71,6 @@ void WriteDrawer(const VelDistributionID& distribution, const VelArray<VelCSetID
                        transfer.RequiredBufferSize(VelbufMain));
     transfer.ExecWrite();
     transfer.RelinquishBuffers();
-}
-
-VelArray<VelCSetID> CSets(std::initializer_list<VelCSetID> csets) {
-    VelArray<VelCSetID> array(static_cast<int>(csets.size()));
-    int k = 0;
-    for (const VelCSetID& c : csets) array[k++] = c;
-    return array;
 }
 
 VelCSetID All(const VelCollectionID& collection) {
@@ -176,7 +174,7 @@ void VelResultsFile::AddNodes(int count, const double* coordinates) {
     m_axes = context.CreateCollection(3);
     m_coordinates =
         context.CreateDistribution(GridOf({m_nodes, m_axes}), VelRangeType(VelTypeKeyDouble));
-    WriteDrawer(m_coordinates, CSets({All(m_nodes), All(m_axes)}), coordinates);
+    WriteDrawer(m_coordinates, ArrayOf<VelCSetID>({All(m_nodes), All(m_axes)}), coordinates);
     m_nodeCount = count;
     m_hasMesh = true;
 }
@@ -208,7 +206,8 @@ void VelResultsFile::AddElementBlock(const std::string& name, VelCellType cellTy
     block.corners = context.CreateCollection(nodesPerElement);
     block.connectivity = context.CreateDistribution(GridOf({block.elements, block.corners}),
                                                     VelRangeType(VelTypeKeyInt));
-    WriteDrawer(block.connectivity, CSets({All(block.elements), All(block.corners)}), connectivity);
+    WriteDrawer(block.connectivity, ArrayOf<VelCSetID>({All(block.elements), All(block.corners)}),
+                connectivity);
     m_blockIndex[name] = static_cast<int>(m_blocks.size());
     m_blocks.push_back(block);
 }
@@ -273,7 +272,7 @@ int VelResultsFile::AddStep(double time) {
     steps.ExtendSpace(1);
     const VelCSetID cset = steps.CreateCSetStrided(step, 1, 1, 1);
     m_stepCSets.push_back(cset);
-    WriteDrawer(m_times, CSets({cset}), &time);
+    WriteDrawer(m_times, ArrayOf<VelCSetID>({cset}), &time);
     if (m_timesRead) m_timeValues.push_back(time);
     return step;
 }
@@ -316,7 +315,8 @@ void VelResultsFile::WriteField(int index, int step, const double* values, size_
                       " values per step, not " + std::to_string(count));
     const VelCollectionID entities = field.block < 0 ? m_nodes : m_blocks[field.block].elements;
     WriteDrawer(field.values,
-                CSets({StepCSet(step), All(entities), All(field.componentCollection)}), values);
+                ArrayOf<VelCSetID>({StepCSet(step), All(entities), All(field.componentCollection)}),
+                values);
 }
 
 // Names become records of a new view that inherits every record of the last one; the records

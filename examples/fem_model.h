@@ -1,6 +1,7 @@
 // The small finite-element model of the results examples: a plate of 5 x 4 nodes and 4 x 3
 // quadrilateral elements, loaded at its right edge in four steps.  fem_writer.cpp stores its
-// results, fem_reader.cpp reads them back; demo.cpp runs both.
+// results through the layers below the results layer, fem_reader.cpp reads them back, and
+// demo.cpp runs both; fem_results.cpp stores and reads the same results by name.
 //
 // What the database holds, in the order it is made (a reader finds each object by its place in
 // VelContextRef::Collections() and Distributions()):
@@ -20,6 +21,8 @@
 //                   the distributions holding its results, displacement and stress
 #ifndef VEL_EXAMPLES_FEM_MODEL_H
 #define VEL_EXAMPLES_FEM_MODEL_H
+
+#include <vector>
 
 namespace fem {
 
@@ -57,6 +60,41 @@ inline void ElementNodes(int i, int j, int nodes[4]) {
     nodes[1] = Node(i + 1, j);
     nodes[2] = Node(i + 1, j + 1);
     nodes[3] = Node(i, j + 1);
+}
+
+// The node's coordinates, x y z.
+inline void NodeCoordinates(int n, double xyz[3]) {
+    xyz[0] = n % kNodesX * 1.0;
+    xyz[1] = n / kNodesX * 0.5;
+    xyz[2] = 0.0;
+}
+
+// A cantilever bending under a growing tip load: x-stretch and a downward deflection that grows
+// with the square of the distance from the clamped edge; 3 components per node.
+inline std::vector<double> StepDisplacement(double load) {
+    std::vector<double> u;
+    for (int n = 0; n < kNodes; ++n) {
+        const double x = n % kNodesX;
+        u.push_back(load * 0.001 * x);
+        u.push_back(-load * 0.02 * x * x / 16.0);
+        u.push_back(0.0);
+    }
+    return u;
+}
+
+// The bending stress of a step, xx yy xy per element: largest at the clamped edge, zero at the
+// tip, in proportion to the load.
+inline std::vector<double> StepStress(double load) {
+    std::vector<double> sigma;
+    for (int e = 0; e < kElements; ++e) {
+        const double xc = e % kElementsX + 0.5;
+        const double yc = (e / kElementsX + 0.5) * 0.5 - 0.75;
+        const double arm = (kElementsX - xc) / kElementsX;
+        sigma.push_back(load * kYoungsModulus * (0.001 - 0.0025 * yc * arm));
+        sigma.push_back(0.0);
+        sigma.push_back(load * kYoungsModulus * 0.0001 * (kElementsX - xc));
+    }
+    return sigma;
 }
 
 // Writes the model's results into a new database `file`; 0 on success.

@@ -92,21 +92,6 @@ UpperCsr AssembleStiffness() {
     return csr;
 }
 
-// The bending stress of a step: largest at the clamped edge, zero at the tip, in proportion to
-// the load.
-std::vector<double> StepStress(double load) {
-    std::vector<double> sigma;
-    for (int e = 0; e < fem::kElements; ++e) {
-        const double xc = e % fem::kElementsX + 0.5;
-        const double yc = (e / fem::kElementsX + 0.5) * 0.5 - 0.75;
-        const double arm = (fem::kElementsX - xc) / fem::kElementsX;
-        sigma.push_back(load * fem::kYoungsModulus * (0.001 - 0.0025 * yc * arm));
-        sigma.push_back(0.0);
-        sigma.push_back(load * fem::kYoungsModulus * 0.0001 * (fem::kElementsX - xc));
-    }
-    return sigma;
-}
-
 // The records of the results: the analysis schema's types registered in a new view, a load
 // case per step in step order, the plate's material under its key, and each load case paired
 // with the two distributions its step wrote into.  The records reach the file at the commit;
@@ -207,32 +192,19 @@ int fem::WriteResults(const char* file) {
         context.CreateDistribution(GridOf({dofRows, dofColumns}), VelRangeType(VelTypeKeyDouble));
 
     {
-        std::vector<double> xyz;
-        for (int n = 0; n < kNodes; ++n) {
-            xyz.push_back(n % kNodesX * 1.0);
-            xyz.push_back(n / kNodesX * 0.5);
-            xyz.push_back(0.0);
-        }
+        std::vector<double> xyz(kNodes * kComponents);
+        for (int n = 0; n < kNodes; ++n) NodeCoordinates(n, &xyz[size_t(n) * kComponents]);
         VelTransfer transfer{VelDistributionRef(coordinates)};
         transfer.SetMakeNewDrawer().SetBufferPadding(false).SetDims(allNodes, allComponents);
         Write(transfer, xyz);
     }
 
-    // A cantilever bending under a growing tip load: x-stretch and a downward deflection that
-    // grows with the square of the distance from the clamped edge.
     const VelCSetID allElements = VelCollectionRef(elements).BiggestCSetID();
     const VelCSetID allStressComponents = VelCollectionRef(stressComponents).BiggestCSetID();
     for (int s = 0; s < kSteps; ++s) {
         const double load = LoadFactor(s);
-        std::vector<double> u;
-        for (int n = 0; n < kNodes; ++n) {
-            const double x = n % kNodesX;
-            u.push_back(load * 0.001 * x);
-            u.push_back(-load * 0.02 * x * x / 16.0);
-            u.push_back(0.0);
-        }
         const VelCSetID step = VelCollectionRef(steps).CreateCSetStrided(s, 1, 1, 1);
-        WriteDrawer(displacement, step, allNodes, allComponents, u);
+        WriteDrawer(displacement, step, allNodes, allComponents, StepDisplacement(load));
         WriteDrawer(stress, step, allElements, allStressComponents, StepStress(load));
         // A checkpoint per load step: killed from here on, the run keeps every step so far.
         VelManager::FlushContext(id);

@@ -13,4 +13,6 @@ cd build/demo
 ../release/examples/vel_results_writer beam.vel
 ../release/examples/vel_results_reader beam.vel
 ../release/vel-xdmf beam.vel
+# The plate model of the first part, stored and read back by name.
+../release/examples/vel_fem_results plate.vel
 echo "open $(pwd)/beam.vel.xmf in ParaView (File > Open, XDMF reader) to see the beam move"

@@ -20,9 +20,16 @@ struct VelStoreIO {
     // store.
     static int64_t Rows(const hdf_Dataset& table);
     // Rows [first, first + count) from or to `buffer`, `type` being the memory type of a row.
-    // Writing grows the dataset when the rows reach past its end.
+    // Writing grows the dataset when the rows reach past its end.  Reading validates first that
+    // the table stores rows of `type` (CheckTable).
     static void ReadRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
                          int64_t count, void* buffer);
+    // Validates that the table stores its rows in the file, as rows of `type`: a damaged store
+    // is refused before anything is read from it.
+    static void CheckTable(const hdf_Dataset& table, const hdf_Datatype& type);
+    // ReadRows of a table that has passed CheckTable, for callers that read one table often.
+    static void ReadCheckedRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
+                                int64_t count, void* buffer);
     static void WriteRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
                           int64_t count, const void* buffer);
 

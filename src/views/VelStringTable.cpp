@@ -9,6 +9,10 @@ constexpr const char* e_Text = "text";
 constexpr const char* e_Ends = "ends";
 constexpr const char* e_Counts = "counts";
 constexpr int64_t e_EndBlock = 4096;
+// "text" is read a chunk's worth of bytes at a time.
+constexpr int64_t e_TextBlock = 65536;
+// Each block cache is dropped whole when it holds this many blocks.
+constexpr size_t e_BlockLimit = 256;
 // The session caches are dropped whole when they grow past this many texts.
 constexpr size_t e_CacheLimit = size_t(1) << 20;
 // References are 32-bit and 0 is the empty string.
@@ -42,9 +46,9 @@ uint32_t VelStringTable::Intern(const cow_String& text) {
     return reference;
 }
 
-// A string's end offsets come from blocks of "ends" kept in memory, so reading the strings of
-// neighbouring records reads each block once.  Each offset is checked against its neighbour and
-// the committed byte count before any text is read.
+// A string's end offsets and its bytes come from blocks of "ends" and "text" kept in memory, so
+// reading the strings of neighbouring records reads each block once.  Each offset is checked
+// against its neighbour and the committed byte count before any text is read.
 cow_String VelStringTable::Lookup(uint32_t reference) {
     if (reference == 0) return cow_String();
     const int64_t index = static_cast<int64_t>(reference) - 1;
@@ -59,8 +63,7 @@ cow_String VelStringTable::Lookup(uint32_t reference) {
     VelVALIDATE(start >= 0 && start <= end && end <= m_bytes &&
                 "Damaged record store: a string lies outside the string table");
     std::string text(static_cast<size_t>(end - start), '\0');
-    if (end > start)
-        VelStoreIO::ReadRows(m_text, hdf_Datatype::NATIVE_UCHAR(), start, end - start, &text[0]);
+    if (end > start) CopyText(start, end, &text[0]);
     if (m_byReference.size() >= e_CacheLimit) {
         m_byReference.clear();
         m_byText.clear();
@@ -73,14 +76,46 @@ int64_t VelStringTable::EndOf(int64_t index) {
     const int64_t block = index / e_EndBlock;
     auto found = m_endBlocks.find(block);
     if (found == m_endBlocks.end()) {
+        CheckTables();
         const int64_t first = block * e_EndBlock;
         const int64_t count = m_count - first < e_EndBlock ? m_count - first : e_EndBlock;
         std::vector<int64_t> ends(static_cast<size_t>(count));
-        VelStoreIO::ReadRows(m_ends, hdf_Datatype::NATIVE_INT64(), first, count, ends.data());
-        if (m_endBlocks.size() >= 256) m_endBlocks.clear();
+        VelStoreIO::ReadCheckedRows(m_ends, hdf_Datatype::NATIVE_INT64(), first, count,
+                                    ends.data());
+        if (m_endBlocks.size() >= e_BlockLimit) m_endBlocks.clear();
         found = m_endBlocks.emplace(block, std::move(ends)).first;
     }
     return found->second[static_cast<size_t>(index % e_EndBlock)];
+}
+
+// Copies the committed bytes [start, end) of "text", block by block.
+void VelStringTable::CopyText(int64_t start, int64_t end, char* out) {
+    while (start < end) {
+        const int64_t block = start / e_TextBlock;
+        const int64_t first = block * e_TextBlock;
+        auto found = m_textBlocks.find(block);
+        if (found == m_textBlocks.end()) {
+            CheckTables();
+            const int64_t count = m_bytes - first < e_TextBlock ? m_bytes - first : e_TextBlock;
+            std::string bytes(static_cast<size_t>(count), '\0');
+            VelStoreIO::ReadCheckedRows(m_text, hdf_Datatype::NATIVE_UCHAR(), first, count,
+                                        &bytes[0]);
+            if (m_textBlocks.size() >= e_BlockLimit) m_textBlocks.clear();
+            found = m_textBlocks.emplace(block, std::move(bytes)).first;
+        }
+        const int64_t stop = end < first + e_TextBlock ? end : first + e_TextBlock;
+        found->second.copy(out, static_cast<size_t>(stop - start),
+                           static_cast<size_t>(start - first));
+        out += stop - start;
+        start = stop;
+    }
+}
+
+void VelStringTable::CheckTables() {
+    if (m_checked) return;
+    VelStoreIO::CheckTable(m_ends, hdf_Datatype::NATIVE_INT64());
+    VelStoreIO::CheckTable(m_text, hdf_Datatype::NATIVE_UCHAR());
+    m_checked = true;
 }
 
 void VelStringTable::CreateDatasets() {
@@ -107,8 +142,10 @@ void VelStringTable::Commit() {
                           static_cast<int64_t>(ends.size()), ends.data());
     const int64_t counts[2] = {m_count + static_cast<int64_t>(m_pending.size()), end};
     VelStoreIO::WriteInt64Dataset(m_group, e_Counts, counts, 2);
-    // The last block of offsets may have been read short; it is read again when needed.
+    // The last blocks of offsets and bytes may have been read short; they are read again when
+    // needed.
     m_endBlocks.erase(m_count / e_EndBlock);
+    m_textBlocks.erase(m_bytes / e_TextBlock);
     m_count = counts[0];
     m_bytes = counts[1];
     m_pending.clear();
@@ -119,4 +156,6 @@ void VelStringTable::Release() {
     m_ends.Nullify();
     m_group.Nullify();
     m_endBlocks.clear();
+    m_textBlocks.clear();
+    m_checked = false;
 }

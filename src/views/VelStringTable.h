@@ -42,6 +42,8 @@ public:
 
 private:
     int64_t EndOf(int64_t index);
+    void CopyText(int64_t start, int64_t end, char* out);
+    void CheckTables();
     void CreateDatasets();
 
     hdf_Group m_group;
@@ -54,8 +56,11 @@ private:
     // Texts interned or read in this session, and the reverse for reads.
     std::unordered_map<std::string, uint32_t> m_byText;
     std::unordered_map<uint32_t, std::string> m_byReference;
-    // Blocks of "ends" read so far, by block number.
+    // Whether "text" and "ends" have been checked to store bytes and int64 rows.
+    bool m_checked = false;
+    // Blocks of "ends" and of "text" read so far, by block number.
     std::unordered_map<int64_t, std::vector<int64_t>> m_endBlocks;
+    std::unordered_map<int64_t, std::string> m_textBlocks;
 };
 
 #endif

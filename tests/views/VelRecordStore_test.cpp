@@ -223,6 +223,35 @@ TEST_F(VelRecordStoreTest, TheLayoutReadsBackThroughTheCApi) {
     H5Fclose(file);
 }
 
+// The string table is read back in blocks of its bytes: texts that straddle a block, and texts
+// read in an order that leaves and returns to a block, come back whole after a reopen.
+TEST_F(VelRecordStoreTest, StringsAcrossTheTablesBlocksReadBackWhole) {
+    std::vector<std::string> texts;
+    const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
+    {
+        VelTransactionExtend t(view);
+        t.CreateTypes(Snapshot(1));
+        // 400 texts of 301 to 1,000 bytes: about 260 KB, four blocks and many straddling texts.
+        for (int i = 0; i < 400; ++i) {
+            texts.push_back(std::string(301 + (i * 37) % 700, static_cast<char>('a' + i % 26)) +
+                            std::to_string(i));
+            const VelDataRecordUpdate part = t.CreateDataRecord(TypeOf("Part"));
+            part.SetString(kT, texts.back().c_str());
+            m_parts.push_back(part.ID());
+        }
+        t.Commit();
+    }
+    view.Publish();
+    VelManager::CloseContext(m_context);
+    Open();
+    const VelViewRead read = Context().View(Snapshot(1));
+    for (size_t k = 0; k < texts.size(); ++k) {
+        // Alternately from the last text down and from the first up.
+        const size_t i = k % 2 == 0 ? texts.size() - 1 - k / 2 : k / 2;
+        ASSERT_EQ(read.DataRecord(Here(m_parts[i])).ReturnString(kT).str(), texts[i]) << i;
+    }
+}
+
 TEST_F(VelRecordStoreDeathTest, CountsThatDisagreeWithTheDataAreRefused) {
     Write();
     {

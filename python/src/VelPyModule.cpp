@@ -1,0 +1,86 @@
+// The extension module `vel._vel`: starts the library under VelThrowOnFailure for the life of
+// the interpreter and turns its failures into vel.VelError.
+#include <cstdint>
+
+#include "VelPy.h"
+
+namespace {
+
+int g_modules = 0;
+
+py::object& ErrorType() {
+    static py::object* type = nullptr;
+    if (!type) type = new py::object();
+    return *type;
+}
+
+void StopLibrary() {
+    VelPyLocked lock;
+    UTI_VelDynamicAPI_finalize(g_modules);
+}
+
+}  // namespace
+
+std::recursive_mutex& VelPyLibraryMutex() {
+    static std::recursive_mutex mutex;
+    return mutex;
+}
+
+void VelPyFail(const std::string& message) {
+    PyErr_SetString(ErrorType().ptr(), message.c_str());
+    throw py::error_already_set();
+}
+
+py::dtype VelPyDtypeOf(VelTypeKey key) {
+    switch (key) {
+        case VelTypeKeyDouble:
+            return py::dtype::of<double>();
+        case VelTypeKeyFloat:
+            return py::dtype::of<float>();
+        case VelTypeKeyBool:
+            return py::dtype::of<bool>();
+        case VelTypeKeyInt:
+        case VelTypeKeyCMember:
+        case VelTypeKeyCSet:
+        case VelTypeKeyOCSet:
+            return py::dtype::of<int32_t>();
+    }
+    VelPyFail("unknown element type key " + std::to_string(int(key)));
+}
+
+py::tuple VelPyIdTuple(const VelDynamicID& id) {
+    return py::make_tuple(id.Category(), id.First(), id.Second());
+}
+
+VelDynamicID VelPyIdFromTuple(const py::tuple& t, unsigned context) {
+    if (t.size() != 3) VelPyFail("an identifier is a tuple (category, first, second)");
+    const int category = t[0].cast<int>();
+    if (category < 0 || category >= VelCategoryLimit)
+        VelPyFail("identifier category " + std::to_string(category) + " out of range");
+    return VelDynamicID(category, context, t[1].cast<int64_t>(), t[2].cast<int64_t>());
+}
+
+PYBIND11_MODULE(_vel, m) {
+    m.doc() = "Vel database files: the C++ library's results layer and the objects below it";
+    ErrorType() = py::exception<VelFailure>(m, "VelError");
+    py::register_exception_translator([](std::exception_ptr failure) {
+        try {
+            if (failure) std::rethrow_exception(failure);
+        } catch (const VelFailure& e) {
+            PyErr_SetString(ErrorType().ptr(), e.what());
+        } catch (const nex_Exception& e) {
+            // A storage failure the bulk-data layers did not turn into an assertion: the hdf
+            // objects the record bindings list views with.
+            PyErr_SetString(ErrorType().ptr(), e.what());
+        }
+    });
+    {
+        VelPyLocked lock;
+        VelAssert::SetFailurePolicy(VelThrowOnFailure);
+        UTI_VelDynamicAPI_initialize(g_modules);
+    }
+    py::module_::import("atexit").attr("register")(py::cpp_function(&StopLibrary));
+    VelPyBindResults(m);
+    VelPyBindContext(m);
+    VelPyBindRecords(m);
+}

@@ -8,6 +8,8 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
+#include <functional>
 #include <sstream>
 
 namespace {
@@ -248,6 +250,19 @@ std::string TextOf(const ID& id) {
     return text.str();
 }
 
+// Handles are equal when they name the same object of the same open database.
+template <class Handle>
+bool HandleEquals(const Handle& a, const py::object& other) {
+    if (!py::isinstance<Handle>(other)) return false;
+    const Handle& b = other.cast<const Handle&>();
+    return a.context == b.context && a.id.Compare(b.id) == 0;
+}
+
+template <class Handle>
+size_t HandleHash(const Handle& h) {
+    return std::hash<std::string>()(TextOf(h.id));
+}
+
 void BindCollections(py::module_& m) {
     py::class_<VelPyCollection>(m, "Collection", "A collection: members 0 .. size-1")
         .def_property_readonly("id", [](const VelPyCollection& c) { return TextOf(c.id); })
@@ -280,9 +295,8 @@ void BindCollections(py::module_& m) {
                  return VelPyCSet{c.context, VelCollectionRef(c.id).CreateCSetStrided(
                                                  start, stride, count, block)};
              })
-        .def("__eq__", [](const VelPyCollection& a, const VelPyCollection& b) {
-            return a.context == b.context && a.id.Compare(b.id) == 0;
-        });
+        .def("__eq__", &HandleEquals<VelPyCollection>)
+        .def("__hash__", &HandleHash<VelPyCollection>);
 
     py::class_<VelPyCSet>(m, "CSet", "A stored set of members of a collection")
         .def_property_readonly("id", [](const VelPyCSet& c) { return TextOf(c.id); })
@@ -307,9 +321,8 @@ void BindCollections(py::module_& m) {
             "The members in the CSet's own order (int32).")
         .def_property_readonly(
             "ascending_members", [](const VelPyCSet& c) { return CSetMembers(c, false); })
-        .def("__eq__", [](const VelPyCSet& a, const VelPyCSet& b) {
-            return a.context == b.context && a.id.Compare(b.id) == 0;
-        });
+        .def("__eq__", &HandleEquals<VelPyCSet>)
+        .def("__hash__", &HandleHash<VelPyCSet>);
 }
 
 void BindDistributions(py::module_& m) {
@@ -352,9 +365,8 @@ void BindDistributions(py::module_& m) {
              py::arg("values"), py::arg("column_indices"), py::arg("row_starts"),
              py::arg("diagonal") = py::none(),
              "A new sparse drawer from compressed rows; with a diagonal, sparse-symmetric.")
-        .def("__eq__", [](const VelPyDistribution& a, const VelPyDistribution& b) {
-            return a.context == b.context && a.id.Compare(b.id) == 0;
-        });
+        .def("__eq__", &HandleEquals<VelPyDistribution>)
+        .def("__hash__", &HandleHash<VelPyDistribution>);
 
     py::class_<VelPyDrawer>(m, "Drawer", "One stored block of a distribution's values")
         .def_property_readonly("id", [](const VelPyDrawer& d) { return TextOf(d.id); })
@@ -408,8 +420,13 @@ void BindDSets(py::module_& m) {
 py::dict Signature(const std::string& path) {
     VelPyLocked lock;
     VelVersion version;
-    if (!version.Create(path.c_str())) VelPyFail("cannot read the first 512 bytes of " + path);
     py::dict out;
+    // A file shorter than the signature block is no database.
+    if (!version.Create(path.c_str())) {
+        if (!std::ifstream(path).good()) VelPyFail("cannot read \"" + path + "\"");
+        out["is_vel"] = false;
+        return out;
+    }
     out["is_vel"] = version.IsOrbFile();
     if (!version.IsOrbFile()) return out;
     out["author"] = std::string(version.Author().c_str());

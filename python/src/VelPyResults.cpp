@@ -225,7 +225,8 @@ void BindReader(FileClass& cls) {
         .def("field",
              [](const File& f, const std::string& name) {
                  VelPyLocked lock;
-                 return Field{f, f->Reader().Field(name)};
+                 return Field{f, f->IsWriter() ? f->Writer().Field(name)
+                                               : f->Reader().Field(name)};
              })
         .def("write_xdmf", [](ResultsFile& f, const std::string& path) {
             VelPyWithoutGil([&] { f.Reader().WriteXdmf(path); });
@@ -289,11 +290,6 @@ void BindWriter(FileClass& cls) {
                 return Field{f, f->Writer().AddElementField(name, block, components, units)};
             },
             py::arg("name"), py::arg("block"), py::arg("components"), py::arg("units") = "")
-        .def("field",
-             [](const File& f, const std::string& name) {
-                 VelPyLocked lock;
-                 return Field{f, f->Writer().Field(name)};
-             })
         .def("add_step", [](ResultsFile& f, double time) {
             VelPyLocked lock;
             return f.Writer().AddStep(time);

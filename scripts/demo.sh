@@ -4,7 +4,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/setup.sh
-cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DVEL_BUILD_TESTS=OFF >/dev/null
+cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DVEL_BUILD_TESTS=OFF \
+      -DPython3_EXECUTABLE=/usr/bin/python3 >/dev/null
 cmake --build build/release -j "$(nproc)"
 mkdir -p build/demo
 cd build/demo

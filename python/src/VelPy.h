@@ -48,8 +48,8 @@ py::dtype VelPyDtypeOf(VelTypeKey key);
 // vel.VelError naming `what` when it is not `ndim`-dimensional (ndim < 0: any).
 template <class T>
 py::array_t<T, py::array::c_style | py::array::forcecast> VelPyInputArray(const py::handle& obj,
-                                                                           const char* what,
-                                                                           int ndim = -1) {
+                                                                          const char* what,
+                                                                          int ndim = -1) {
     using Array = py::array_t<T, py::array::c_style | py::array::forcecast>;
     // ensure() converts as NumPy's own casting does and gives a null array (the Python error
     // cleared) for what does not convert.

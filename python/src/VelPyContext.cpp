@@ -61,7 +61,8 @@ const char* RangeKeyName(VelTypeKey key) {
 VelTypeKey RangeKeyNamed(const std::string& name) {
     for (int k = VelTypeKeyInt; k <= VelTypeKeyOCSet; ++k)
         if (name == RangeKeyName(VelTypeKey(k))) return VelTypeKey(k);
-    VelPyFail("unknown range type \"" + name + "\" (int, double, float, bool, cmember, cset, ocset)");
+    VelPyFail("unknown range type \"" + name +
+              "\" (int, double, float, bool, cmember, cset, ocset)");
 }
 
 // The array `values` as a C-contiguous array of `dtype`, converted as NumPy converts.
@@ -78,8 +79,7 @@ py::array ConvertedArray(const py::handle& values, const py::dtype& dtype, const
 template <class Work>
 void WithBuffers(VelTransfer& transfer, const std::vector<void*>& buffers, Work&& work) {
     for (size_t e = 0; e < buffers.size(); ++e)
-        if (buffers[e])
-            transfer.SetBuffer(int(e), buffers[e], transfer.RequiredBufferSize(int(e)));
+        if (buffers[e]) transfer.SetBuffer(int(e), buffers[e], transfer.RequiredBufferSize(int(e)));
     try {
         work();
     } catch (...) {
@@ -90,8 +90,8 @@ void WithBuffers(VelTransfer& transfer, const std::vector<void*>& buffers, Work&
 }
 
 // A new array for buffer `e` of a checked transfer, of the element type the drawer keeps there.
-py::array BufferArray(const VelTransfer& transfer, const VelDrawerDescription& description,
-                      int e, VelTypeKey mainKey) {
+py::array BufferArray(const VelTransfer& transfer, const VelDrawerDescription& description, int e,
+                      VelTypeKey mainKey) {
     const VelTypeKey key = e == VelbufMain ? mainKey : description.DataKeys()[e];
     const py::dtype dtype = VelPyDtypeOf(key);
     const int bytes = transfer.RequiredBufferSize(e);
@@ -212,8 +212,8 @@ void WriteSparse(const VelPyDistribution& d, const VelPyCSet& rows, const VelPyC
     std::vector<void*> buffers;
     for (size_t e = 0; e < arrays.size(); ++e) {
         if (arrays[e].nbytes() != transfer.RequiredBufferSize(int(e)))
-            VelPyFail(std::string("sparse buffer ") + VelstringNameOf(VelBufferType(e)) +
-                      " has " + std::to_string(arrays[e].nbytes()) + " bytes, the drawer needs " +
+            VelPyFail(std::string("sparse buffer ") + VelstringNameOf(VelBufferType(e)) + " has " +
+                      std::to_string(arrays[e].nbytes()) + " bytes, the drawer needs " +
                       std::to_string(transfer.RequiredBufferSize(int(e))));
         buffers.push_back(const_cast<void*>(arrays[e].data()));
     }
@@ -301,9 +301,10 @@ void BindCollections(py::module_& m) {
     py::class_<VelPyCSet>(m, "CSet", "A stored set of members of a collection")
         .def_property_readonly("id", [](const VelPyCSet& c) { return TextOf(c.id); })
         .def_property_readonly("index", [](const VelPyCSet& c) { return c.id.Index(); })
-        .def_property_readonly(
-            "collection",
-            [](const VelPyCSet& c) { return VelPyCollection{c.context, c.id.CollectionID()}; })
+        .def_property_readonly("collection",
+                               [](const VelPyCSet& c) {
+                                   return VelPyCollection{c.context, c.id.CollectionID()};
+                               })
         .def_property_readonly("size",
                                [](const VelPyCSet& c) {
                                    VelPyLocked lock;
@@ -319,8 +320,8 @@ void BindCollections(py::module_& m) {
         .def_property_readonly(
             "members", [](const VelPyCSet& c) { return CSetMembers(c, true); },
             "The members in the CSet's own order (int32).")
-        .def_property_readonly(
-            "ascending_members", [](const VelPyCSet& c) { return CSetMembers(c, false); })
+        .def_property_readonly("ascending_members",
+                               [](const VelPyCSet& c) { return CSetMembers(c, false); })
         .def("__eq__", &HandleEquals<VelPyCSet>)
         .def("__hash__", &HandleHash<VelPyCSet>);
 }
@@ -338,13 +339,13 @@ void BindDistributions(py::module_& m) {
                                        out.append(VelPyCollection{d.context, grid[k]});
                                    return out;
                                })
-        .def_property_readonly("range_type",
-                               [](const VelPyDistribution& d) {
-                                   VelPyLocked lock;
-                                   d.context->Ref();
-                                   return RangeKeyName(
-                                       VelDistributionRef(d.id).RangeType().TypeKey());
-                               })
+        .def_property_readonly(
+            "range_type",
+            [](const VelPyDistribution& d) {
+                VelPyLocked lock;
+                d.context->Ref();
+                return RangeKeyName(VelDistributionRef(d.id).RangeType().TypeKey());
+            })
         .def_property_readonly("range_collection",
                                [](const VelPyDistribution& d) -> py::object {
                                    VelPyLocked lock;
@@ -371,30 +372,28 @@ void BindDistributions(py::module_& m) {
     py::class_<VelPyDrawer>(m, "Drawer", "One stored block of a distribution's values")
         .def_property_readonly("id", [](const VelPyDrawer& d) { return TextOf(d.id); })
         .def_property_readonly("number", [](const VelPyDrawer& d) { return d.id.Minor().Value(); })
-        .def_property_readonly("description",
-                               [](const VelPyDrawer& d) {
-                                   VelPyLocked lock;
-                                   d.context->Ref();
-                                   const VelDrawerDescription desc =
-                                       VelDrawerRef(d.id).Description();
-                                   py::dict out;
-                                   out["serialization"] = SerializationName(desc.Serialization());
-                                   py::list csets, sizes, chunks;
-                                   for (int k = 0; k < desc.Compartment().Size(); ++k)
-                                       csets.append(VelPyCSet{d.context, desc.Compartment()[k]});
-                                   for (int k = 0; k < desc.Sizes().Size(); ++k)
-                                       sizes.append(desc.Sizes()[k]);
-                                   for (int k = 0; k < desc.ChunkSizes().Size(); ++k)
-                                       chunks.append(desc.ChunkSizes()[k]);
-                                   out["csets"] = csets;
-                                   out["shape"] = py::tuple(sizes);
-                                   out["chunks"] = py::tuple(chunks);
-                                   out["nonzeros"] = desc.NumNonzeros();
-                                   out["symmetric"] = desc.IsSymmetric();
-                                   out["values_path"] =
-                                       std::string(VelDrawerRef(d.id).ValuesPath().c_str());
-                                   return out;
-                               })
+        .def_property_readonly(
+            "description",
+            [](const VelPyDrawer& d) {
+                VelPyLocked lock;
+                d.context->Ref();
+                const VelDrawerDescription desc = VelDrawerRef(d.id).Description();
+                py::dict out;
+                out["serialization"] = SerializationName(desc.Serialization());
+                py::list csets, sizes, chunks;
+                for (int k = 0; k < desc.Compartment().Size(); ++k)
+                    csets.append(VelPyCSet{d.context, desc.Compartment()[k]});
+                for (int k = 0; k < desc.Sizes().Size(); ++k) sizes.append(desc.Sizes()[k]);
+                for (int k = 0; k < desc.ChunkSizes().Size(); ++k)
+                    chunks.append(desc.ChunkSizes()[k]);
+                out["csets"] = csets;
+                out["shape"] = py::tuple(sizes);
+                out["chunks"] = py::tuple(chunks);
+                out["nonzeros"] = desc.NumNonzeros();
+                out["symmetric"] = desc.IsSymmetric();
+                out["values_path"] = std::string(VelDrawerRef(d.id).ValuesPath().c_str());
+                return out;
+            })
         .def("read", &ReadDrawer,
              "Dense: an array shaped by the drawer's CSets.  Sparse: a dict of compressed rows "
              "(values, columns, row_starts and, when symmetric, diagonal).");
@@ -446,8 +445,8 @@ VelGrid GridOf(const std::vector<VelPyCollection>& collections) {
 void BindContext(py::module_& m) {
     using Ptr = VelPyContextPtr;
     py::class_<VelPyContext, Ptr>(m, "Context", "An open database file")
-        .def(py::init<const std::string&, bool, bool>(), py::arg("path"),
-             py::arg("create") = false, py::arg("writable") = false)
+        .def(py::init<const std::string&, bool, bool>(), py::arg("path"), py::arg("create") = false,
+             py::arg("writable") = false)
         .def("close", &VelPyContext::Close)
         .def_property_readonly("path", &VelPyContext::Path)
         .def_property_readonly("is_open", &VelPyContext::IsOpen)
@@ -473,8 +472,8 @@ void BindContext(py::module_& m) {
              })
         .def(
             "create_distribution",
-            [](const Ptr& c, const std::vector<VelPyCollection>& grid,
-               const std::string& rangeType, const py::object& rangeCollection) {
+            [](const Ptr& c, const std::vector<VelPyCollection>& grid, const std::string& rangeType,
+               const py::object& rangeCollection) {
                 VelPyLocked lock;
                 const VelTypeKey key = RangeKeyNamed(rangeType);
                 VelCollectionID of;

@@ -310,8 +310,10 @@ View OpenView(const VelPyContextPtr& context, const std::string& form, int level
 
 void VelPyBindRecords(py::module_& m) {
     py::class_<View>(m, "View", "A published view of typed records")
-        .def_property_readonly("name", [](const View& v) { return v.view.Name().c_str(); })
-        .def_property_readonly("form", [](const View& v) { return v.view.FormName().c_str(); })
+        .def_property_readonly("name",
+                               [](const View& v) { return std::string(v.view.Name().c_str()); })
+        .def_property_readonly("form",
+                               [](const View& v) { return std::string(v.view.FormName().c_str()); })
         .def_property_readonly("level", [](const View& v) { return v.view.Level(); })
         .def_property_readonly("edition", [](const View& v) { return v.view.Edition(); })
         .def_property_readonly("types",

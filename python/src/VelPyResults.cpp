@@ -115,8 +115,8 @@ struct Field {
     void Write(int step, const py::handle& values) {
         const auto array = VelPyInputArray<double>(values, "field values");
         const py::ssize_t rows = field.EntityCount(), width = field.ComponentCount();
-        const bool rowsShape = array.ndim() == 2 && array.shape(0) == rows &&
-                               array.shape(1) == width;
+        const bool rowsShape =
+            array.ndim() == 2 && array.shape(0) == rows && array.shape(1) == width;
         const bool flatShape = array.ndim() == 1 && width == 1 && array.shape(0) == rows;
         if (!rowsShape && !flatShape)
             VelPyFail("values of \"" + field.Name() + "\" must have the shape (" +
@@ -180,15 +180,15 @@ void BindReader(FileClass& cls) {
                                })
         .def_property_readonly("coordinates",
                                [](ResultsFile& f) {
-                                   std::vector<double> xyz = VelPyWithoutGil(
-                                       [&] { return f.Reader().Coordinates(); });
+                                   std::vector<double> xyz =
+                                       VelPyWithoutGil([&] { return f.Reader().Coordinates(); });
                                    const py::ssize_t n = py::ssize_t(xyz.size() / 3);
                                    return VelPyArrayOwning(std::move(xyz), {n, 3});
                                })
         .def_property_readonly("element_blocks",
                                [](ResultsFile& f) {
-                                   std::vector<VelResultsBlock> blocks = VelPyWithoutGil(
-                                       [&] { return f.Reader().ElementBlocks(); });
+                                   std::vector<VelResultsBlock> blocks =
+                                       VelPyWithoutGil([&] { return f.Reader().ElementBlocks(); });
                                    py::list out;
                                    for (VelResultsBlock& b : blocks)
                                        out.append(BlockDict(std::move(b)));
@@ -225,8 +225,7 @@ void BindReader(FileClass& cls) {
         .def("field",
              [](const File& f, const std::string& name) {
                  VelPyLocked lock;
-                 return Field{f, f->IsWriter() ? f->Writer().Field(name)
-                                               : f->Reader().Field(name)};
+                 return Field{f, f->IsWriter() ? f->Writer().Field(name) : f->Reader().Field(name)};
              })
         .def("write_xdmf", [](ResultsFile& f, const std::string& path) {
             VelPyWithoutGil([&] { f.Reader().WriteXdmf(path); });
@@ -259,9 +258,8 @@ void BindWriter(FileClass& cls) {
                                std::to_string(VelCellTypeNodeCount(type)) + " columns");
                  const int count = int(c.shape(0)), perElement = int(c.shape(1));
                  const int* data = c.data();
-                 VelPyWithoutGil([&] {
-                     f.Writer().AddElementBlock(name, type, count, perElement, data);
-                 });
+                 VelPyWithoutGil(
+                     [&] { f.Writer().AddElementBlock(name, type, count, perElement, data); });
              })
         .def("add_node_set",
              [](ResultsFile& f, const std::string& name, const py::handle& ids) {

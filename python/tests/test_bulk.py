@@ -83,9 +83,6 @@ def test_cpp_bulk_read_in_python(peer, tmp_path):
         assert symmetric.values.dtype == np.float32
         assert_array_equal(symmetric.diagonal, np.arange(1.0, 7.0))
         assert_array_equal(symmetric.to_dense(), symmetric_expected())
-        scipy = pytest.importorskip("scipy")
-        if scipy:
-            assert_array_equal(symmetric.to_scipy().toarray(), symmetric_expected())
 
         ordered = [s for s in c.csets if not s.is_ascending]
         assert len(ordered) == 1
@@ -94,6 +91,15 @@ def test_cpp_bulk_read_in_python(peer, tmp_path):
         (dset,) = f.dsets
         compartments = [[cset.members.tolist() for cset in comp] for comp in dset.compartments]
         assert sorted(compartments) == sorted([[[1, 3, 5], [0, 2, 3]], [list(range(6)), [0, 1]]])
+
+
+def test_sparse_values_as_scipy_matrices(peer, tmp_path):
+    pytest.importorskip("scipy")
+    peer("write-bulk", tmp_path / "b.vel")
+    with vel.open(tmp_path / "b.vel") as f:
+        sparse, symmetric = (vel.File.read_drawer(d.drawers[0]) for d in f.distributions[9:])
+        assert_array_equal(sparse.to_scipy().toarray(), sparse_expected())
+        assert_array_equal(symmetric.to_scipy().toarray(), symmetric_expected())
 
 
 def test_python_bulk_read_by_cpp(peer, tmp_path):

@@ -35,7 +35,8 @@ void PrintArray(const std::vector<T>& values) {
 
 void PrintNames(const std::vector<std::string>& names) {
     std::printf("[");
-    for (size_t i = 0; i < names.size(); ++i) std::printf(i ? ", \"%s\"" : "\"%s\"", names[i].c_str());
+    for (size_t i = 0; i < names.size(); ++i)
+        std::printf(i ? ", \"%s\"" : "\"%s\"", names[i].c_str());
     std::printf("]");
 }
 
@@ -87,8 +88,8 @@ std::vector<T> Values(VelTypeKey key, const std::vector<int>& rows, int columns)
 
 void WriteOfKey(const VelContextRef& context, VelTypeKey key, const VelCollectionID& a,
                 const VelCollectionID& b, const VelCollectionID& c) {
-    const VelRangeType range = VelRangeType::KeyRefersToCollection(key) ? VelRangeType(key, c)
-                                                                        : VelRangeType(key);
+    const VelRangeType range =
+        VelRangeType::KeyRefersToCollection(key) ? VelRangeType(key, c) : VelRangeType(key);
     const VelDistributionID d = context.CreateDistribution(GridOf(a, b), range);
     const VelCSetID rows = VelCollectionRef(a).BiggestCSetID();
     const VelCSetID columns = VelCollectionRef(b).BiggestCSetID();
@@ -109,8 +110,7 @@ void WriteOfKey(const VelContextRef& context, VelTypeKey key, const VelCollectio
 }
 
 // Compressed rows of a 6 x 4 matrix with nonzeros where (i + j) % 3 == 0, valued 4i + j + 1.
-void WriteSparse(const VelContextRef& context, const VelCollectionID& a,
-                 const VelCollectionID& b) {
+void WriteSparse(const VelContextRef& context, const VelCollectionID& a, const VelCollectionID& b) {
     std::vector<double> values;
     std::vector<int> columns, starts = {0};
     for (int i = 0; i < 6; ++i) {
@@ -280,8 +280,7 @@ int DumpResults(const char* path) {
     for (size_t f = 0; f < fields.size(); ++f) {
         const VelResultsField field = in.Field(fields[f]);
         std::printf("%s\"%s\": {\"block\": \"%s\", \"units\": \"%s\", \"components\": ",
-                    f ? ", " : "", fields[f].c_str(), field.Block().c_str(),
-                    field.Units().c_str());
+                    f ? ", " : "", fields[f].c_str(), field.Block().c_str(), field.Units().c_str());
         PrintNames(field.ComponentNames());
         std::printf(", \"steps\": [");
         for (int step = 0; step < in.StepCount(); ++step) {

@@ -14,4 +14,6 @@ cd build/demo
 ../release/examples/vel_results_writer beam.vel
 ../release/examples/vel_results_reader beam.vel
 ../release/vel-xdmf beam.vel
+# The same file from Python: its steps and fields, and the tip's displacement history as a PNG.
+PYTHONPATH=../release/python /usr/bin/python3 ../../examples/python/plot_history.py beam.vel
 echo "open $(pwd)/beam.vel.xmf in ParaView (File > Open, XDMF reader) to see the beam move"

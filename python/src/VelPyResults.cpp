@@ -86,21 +86,35 @@ struct Field {
         return reader.ElementSet(name).ids.size();
     }
 
-    py::array_t<double> Read(int step, const py::object& setName) {
-        const int width = field.ComponentCount();
-        if (setName.is_none()) {
-            py::array_t<double> out = NewRows(size_t(field.EntityCount()), width);
-            double* data = out.mutable_data();
-            const size_t count = size_t(out.size());
-            VelPyWithoutGil([&] { field.Read(step, data, count); });
-            return out;
-        }
-        const std::string name = setName.cast<std::string>();
-        py::array_t<double> out = NewRows(SetSize(name), width);
-        double* data = out.mutable_data();
-        const size_t count = size_t(out.size());
-        VelPyWithoutGil([&] { field.Read(step, name, data, count); });
-        return out;
+    // Reads into `out` when given: a writeable C-contiguous float64 array of the read's shape
+    // (never converted, since a converted copy would not be the caller's array).
+    py::array_t<double> Read(int step, const py::object& setName, const py::object& out) {
+        const std::string name = setName.is_none() ? std::string() : setName.cast<std::string>();
+        const size_t rows = setName.is_none() ? size_t(field.EntityCount()) : SetSize(name);
+        py::array_t<double> values =
+            out.is_none() ? NewRows(rows, field.ComponentCount()) : Destination(out, rows);
+        double* data = values.mutable_data();
+        const size_t count = size_t(values.size());
+        VelPyWithoutGil([&] {
+            if (setName.is_none())
+                field.Read(step, data, count);
+            else
+                field.Read(step, name, data, count);
+        });
+        return values;
+    }
+
+    py::array_t<double> Destination(const py::object& out, size_t rows) const {
+        using Exact = py::array_t<double, py::array::c_style>;
+        const bool exact = py::isinstance<Exact>(out);
+        const py::array array = exact ? out.cast<py::array>() : py::array();
+        const bool fits = exact && array.writeable() && array.ndim() == 2 &&
+                          size_t(array.shape(0)) == rows &&
+                          array.shape(1) == field.ComponentCount();
+        if (!fits)
+            VelPyFail("out must be a writeable C-contiguous float64 array of shape (" +
+                      std::to_string(rows) + ", " + std::to_string(field.ComponentCount()) + ")");
+        return py::reinterpret_borrow<py::array_t<double>>(out);
     }
 
     py::array_t<double> History(int entity) {
@@ -151,8 +165,10 @@ void BindField(py::module_& m) {
         .def_property_readonly("units", [](Field& f) { return f.field.Units(); })
         .def_property_readonly("entity_count", [](Field& f) { return f.field.EntityCount(); })
         .def("read", &Field::Read, py::arg("step"), py::arg("set") = py::none(),
+             py::arg("out") = py::none(),
              "The values of one step as an (entities, components) float64 array; with `set`, "
-             "only the rows of that node or element set, in the set's order.")
+             "only the rows of that node or element set, in the set's order; with `out`, into "
+             "that array.")
         .def("history", &Field::History, py::arg("entity"),
              "One entity's row at every step: a (steps, components) float64 array.")
         .def("write", &Field::Write, py::arg("step"), py::arg("values"),

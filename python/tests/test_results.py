@@ -114,3 +114,38 @@ def test_append_and_converted_input(tmp_path):
         assert_array_equal(f.node_sets["odd"], np.arange(1, 12, 2))
         assert_array_equal(f.field("displacement").history(0)[:, 0],
                            [s[0, 0] for s in steps] + [steps[1][0, 0]])
+
+
+def test_reads_into_caller_arrays_and_from_threads(tmp_path):
+    path = tmp_path / "t.vel"
+    _, _, steps = write_model(path)
+    with vel.open(path) as f:
+        u = f.field("displacement")
+        out = np.full((12, 3), np.nan)
+        assert u.read(2, out=out) is not None
+        assert_array_equal(out, steps[2])
+        for bad in (np.empty((12, 3), np.float32), np.empty((3, 12)).T, np.empty((11, 3)),
+                    np.empty(36), [[0.0] * 3] * 12):
+            with pytest.raises(vel.VelError, match="out must be"):
+                u.read(2, out=bad)
+        frozen = np.empty((12, 3))
+        frozen.flags.writeable = False
+        with pytest.raises(vel.VelError):
+            u.read(2, out=frozen)
+
+        # Reads run without the interpreter lock; the library lock keeps threads apart.
+        def read_all(step, results):
+            results.extend(u.read(step) for _ in range(50))
+
+        from threading import Thread
+
+        results = [[] for _ in steps]
+        threads = [Thread(target=read_all, args=(s, results[s])) for s in range(len(steps))]
+        for t in threads:
+            t.start()
+        for t in threads:
+            t.join()
+        for step, values in enumerate(results):
+            assert len(values) == 50
+            for v in values:
+                assert_array_equal(v, steps[step])

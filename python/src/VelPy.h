@@ -69,9 +69,8 @@ py::array_t<T> VelPyArrayOwning(std::vector<T>&& values, std::vector<py::ssize_t
     return py::array_t<T>(std::move(shape), owned->data(), owner);
 }
 
-// Identifiers as Python sees them: a tuple (category, first, second) of the dynamic form.
+// An identifier as Python sees it: a tuple (category, first, second) of its dynamic form.
 py::tuple VelPyIdTuple(const VelDynamicID& id);
-VelDynamicID VelPyIdFromTuple(const py::tuple& t, unsigned context);
 
 void VelPyBindResults(py::module_& m);
 void VelPyBindContext(py::module_& m);

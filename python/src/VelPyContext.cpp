@@ -263,6 +263,13 @@ size_t HandleHash(const Handle& h) {
     return std::hash<std::string>()(TextOf(h.id));
 }
 
+// "<vel.CSet 0/3/2>": the class and the identifier's text form.
+template <class Handle>
+std::string HandleRepr(const py::object& self) {
+    const std::string name = py::str(self.get_type().attr("__name__"));
+    return "<vel." + name + " " + TextOf(self.cast<const Handle&>().id) + ">";
+}
+
 void BindCollections(py::module_& m) {
     py::class_<VelPyCollection>(m, "Collection", "A collection: members 0 .. size-1")
         .def_property_readonly("id", [](const VelPyCollection& c) { return TextOf(c.id); })
@@ -296,7 +303,8 @@ void BindCollections(py::module_& m) {
                                                  start, stride, count, block)};
              })
         .def("__eq__", &HandleEquals<VelPyCollection>)
-        .def("__hash__", &HandleHash<VelPyCollection>);
+        .def("__hash__", &HandleHash<VelPyCollection>)
+        .def("__repr__", &HandleRepr<VelPyCollection>);
 
     py::class_<VelPyCSet>(m, "CSet", "A stored set of members of a collection")
         .def_property_readonly("id", [](const VelPyCSet& c) { return TextOf(c.id); })
@@ -323,7 +331,8 @@ void BindCollections(py::module_& m) {
         .def_property_readonly("ascending_members",
                                [](const VelPyCSet& c) { return CSetMembers(c, false); })
         .def("__eq__", &HandleEquals<VelPyCSet>)
-        .def("__hash__", &HandleHash<VelPyCSet>);
+        .def("__hash__", &HandleHash<VelPyCSet>)
+        .def("__repr__", &HandleRepr<VelPyCSet>);
 }
 
 void BindDistributions(py::module_& m) {
@@ -367,9 +376,11 @@ void BindDistributions(py::module_& m) {
              py::arg("diagonal") = py::none(),
              "A new sparse drawer from compressed rows; with a diagonal, sparse-symmetric.")
         .def("__eq__", &HandleEquals<VelPyDistribution>)
-        .def("__hash__", &HandleHash<VelPyDistribution>);
+        .def("__hash__", &HandleHash<VelPyDistribution>)
+        .def("__repr__", &HandleRepr<VelPyDistribution>);
 
     py::class_<VelPyDrawer>(m, "Drawer", "One stored block of a distribution's values")
+        .def("__repr__", &HandleRepr<VelPyDrawer>)
         .def_property_readonly("id", [](const VelPyDrawer& d) { return TextOf(d.id); })
         .def_property_readonly("number", [](const VelPyDrawer& d) { return d.id.Minor().Value(); })
         .def_property_readonly(
@@ -401,6 +412,7 @@ void BindDistributions(py::module_& m) {
 
 void BindDSets(py::module_& m) {
     py::class_<VelPyDSet>(m, "DSet", "A stored set of compartments over one grid")
+        .def("__repr__", &HandleRepr<VelPyDSet>)
         .def_property_readonly("id", [](const VelPyDSet& d) { return TextOf(d.id); })
         .def_property_readonly("compartments", [](const VelPyDSet& d) {
             VelPyLocked lock;

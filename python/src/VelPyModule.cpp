@@ -52,14 +52,6 @@ py::tuple VelPyIdTuple(const VelDynamicID& id) {
     return py::make_tuple(id.Category(), id.First(), id.Second());
 }
 
-VelDynamicID VelPyIdFromTuple(const py::tuple& t, unsigned context) {
-    if (t.size() != 3) VelPyFail("an identifier is a tuple (category, first, second)");
-    const int category = t[0].cast<int>();
-    if (category < 0 || category >= VelCategoryLimit)
-        VelPyFail("identifier category " + std::to_string(category) + " out of range");
-    return VelDynamicID(category, context, t[1].cast<int64_t>(), t[2].cast<int64_t>());
-}
-
 PYBIND11_MODULE(_vel, m) {
     m.doc() = "Vel database files: the C++ library's results layer and the objects below it";
     ErrorType() = py::exception<VelFailure>(m, "VelError");

@@ -88,7 +88,19 @@ struct Field {
 
     // Reads into `out` when given: a writeable C-contiguous float64 array of the read's shape
     // (never converted, since a converted copy would not be the caller's array).
-    py::array_t<double> Read(int step, const py::object& setName, const py::object& out) {
+    // The set a read names: a node set for a nodal field, an element set for an element field.
+    py::object SetOf(const py::object& nodeSet, const py::object& elementSet) const {
+        const bool nodal = field.Location() == VelResultsLocation::Node;
+        const py::object& wrong = nodal ? elementSet : nodeSet;
+        if (!wrong.is_none())
+            VelPyFail("\"" + field.Name() + "\" is " + (nodal ? "a nodal" : "an element") +
+                      " field: name its rows by " + (nodal ? "node_set" : "element_set"));
+        return nodal ? nodeSet : elementSet;
+    }
+
+    py::array_t<double> Read(int step, const py::object& nodeSet, const py::object& elementSet,
+                             const py::object& out) {
+        const py::object setName = SetOf(nodeSet, elementSet);
         const std::string name = setName.is_none() ? std::string() : setName.cast<std::string>();
         const size_t rows = setName.is_none() ? size_t(field.EntityCount()) : SetSize(name);
         py::array_t<double> values =
@@ -164,11 +176,11 @@ void BindField(py::module_& m) {
         .def_property_readonly("components", [](Field& f) { return f.field.ComponentNames(); })
         .def_property_readonly("units", [](Field& f) { return f.field.Units(); })
         .def_property_readonly("entity_count", [](Field& f) { return f.field.EntityCount(); })
-        .def("read", &Field::Read, py::arg("step"), py::arg("set") = py::none(),
-             py::arg("out") = py::none(),
-             "The values of one step as an (entities, components) float64 array; with `set`, "
-             "only the rows of that node or element set, in the set's order; with `out`, into "
-             "that array.")
+        .def("read", &Field::Read, py::arg("step"), py::kw_only(), py::arg("node_set") = py::none(),
+             py::arg("element_set") = py::none(), py::arg("out") = py::none(),
+             "The values of one step as an (entities, components) float64 array; with "
+             "`node_set` (a nodal field) or `element_set` (an element field) only the rows of "
+             "that set, in the set's order; with `out`, into that array.")
         .def("history", &Field::History, py::arg("entity"),
              "One entity's row at every step: a (steps, components) float64 array.")
         .def("write", &Field::Write, py::arg("step"), py::arg("values"),

@@ -47,9 +47,9 @@ def test_cpp_writer_python_reader(peer, tmp_path):
             values = u.read(step)
             assert values.dtype == np.float64 and values.flags.c_contiguous
             assert_array_equal(values, expected_u(step))
-            assert_array_equal(u.read(step, set="ends"), expected_u(step)[[29, 0, 15]])
+            assert_array_equal(u.read(step, node_set="ends"), expected_u(step)[[29, 0, 15]])
             assert_array_equal(s.read(step), [[100.0 * step], [100.0 * step + 1]])
-            assert_array_equal(s.read(step, "second"), [[100.0 * step + 1]])
+            assert_array_equal(s.read(step, element_set="second"), [[100.0 * step + 1]])
         assert_array_equal(u.history(7), np.array([expected_u(step)[7] for step in range(3)]))
 
         f.write_xdmf(tmp_path / "r.xmf")

@@ -83,12 +83,16 @@ def test_foreign_and_damaged_files(model, tmp_path):
     with pytest.raises(vel.VelError):
         vel.open(empty)
 
+    # Truncations, a zeroed signature and a zeroed HDF5 superblock (it follows the 512-byte
+    # signature block).
     data = model.read_bytes()
-    for cut in (600, len(data) // 2, len(data) - 100):
-        truncated = tmp_path / f"cut{cut}.vel"
-        truncated.write_bytes(data[:cut])
+    damaged = [data[:cut] for cut in (600, len(data) // 2, len(data) - 100)]
+    damaged += [bytes(8) + data[8:], data[:512] + bytes(512) + data[1024:]]
+    for k, content in enumerate(damaged):
+        bad = tmp_path / f"damaged{k}.vel"
+        bad.write_bytes(content)
         with pytest.raises(vel.VelError):
-            with vel.open(truncated) as f:
+            with vel.open(bad) as f:
                 f.field("u").read(0)
 
     # A database without results: the lower layers read, the results refuse.

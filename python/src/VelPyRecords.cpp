@@ -1,6 +1,6 @@
-// The record side: a database's published views, the record types registered in each (read
-// back from the built-in Types form's records, so no schema is needed), data records as dicts
-// of member values and associations as pairs of participants.
+// The record side: a database's published views, the record types registered in each (found
+// through the view itself, so no schema is needed; a schema only names them), data records as
+// dicts of member values and associations as pairs of participants.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

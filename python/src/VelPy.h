@@ -61,6 +61,11 @@ py::array_t<T, py::array::c_style | py::array::forcecast> VelPyInputArray(const 
     return array;
 }
 
+// Node, element and member numbers as a C-contiguous int32 array, refused with a vel.VelError
+// naming `what` when a number does not fit in 32 bits (NumPy's own cast would wrap it).
+py::array_t<int, py::array::c_style> VelPyIndexArray(const py::handle& obj, const char* what,
+                                                     int ndim);
+
 // A NumPy array of `shape` that takes over `values` (no copy): the array owns the vector.
 template <class T>
 py::array_t<T> VelPyArrayOwning(std::vector<T>&& values, std::vector<py::ssize_t> shape) {

@@ -236,7 +236,7 @@ py::array_t<int> CSetMembers(const VelPyCSet& c, bool ordered) {
 VelCSetID NewCSet(const VelPyCollection& c, const py::handle& members, bool ordered) {
     VelPyLocked lock;
     c.context->Ref();
-    const auto ids = VelPyInputArray<int>(members, "CSet members", 1);
+    const auto ids = VelPyIndexArray(members, "CSet members", 1);
     const VelCollectionRef collection(c.id);
     const int count = int(ids.size());
     return ordered ? collection.CreateOrderedCSet(ids.data(), count)

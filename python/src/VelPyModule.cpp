@@ -48,6 +48,17 @@ py::dtype VelPyDtypeOf(VelTypeKey key) {
     VelPyFail("unknown element type key " + std::to_string(int(key)));
 }
 
+py::array_t<int, py::array::c_style> VelPyIndexArray(const py::handle& obj, const char* what,
+                                                     int ndim) {
+    const auto wide = VelPyInputArray<int64_t>(obj, what, ndim);
+    const int64_t* data = wide.data();
+    for (py::ssize_t i = 0; i < wide.size(); ++i)
+        if (data[i] < INT32_MIN || data[i] > INT32_MAX)
+            VelPyFail(std::string(what) + ": " + std::to_string(data[i]) +
+                      " does not fit in 32 bits");
+    return py::array_t<int, py::array::c_style>(wide.attr("astype")(py::dtype::of<int32_t>()));
+}
+
 py::tuple VelPyIdTuple(const VelDynamicID& id) {
     return py::make_tuple(id.Category(), id.First(), id.Second());
 }

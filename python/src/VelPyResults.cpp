@@ -163,7 +163,7 @@ py::dict BlockDict(VelResultsBlock&& block) {
 }
 
 std::vector<int> IdsOf(const py::handle& ids, const char* what) {
-    const auto array = VelPyInputArray<int>(ids, what, 1);
+    const auto array = VelPyIndexArray(ids, what, 1);
     return std::vector<int>(array.data(), array.data() + array.size());
 }
 
@@ -280,7 +280,7 @@ void BindWriter(FileClass& cls) {
              [](ResultsFile& f, const std::string& name, const std::string& cellType,
                 const py::handle& connectivity) {
                  const VelCellType type = CellTypeNamed(cellType);
-                 const auto c = VelPyInputArray<int>(connectivity, "connectivity", 2);
+                 const auto c = VelPyIndexArray(connectivity, "connectivity", 2);
                  if (c.shape(1) != VelCellTypeNodeCount(type))
                      VelPyFail("connectivity of " + cellType + " elements must have " +
                                std::to_string(VelCellTypeNodeCount(type)) + " columns");

@@ -39,6 +39,8 @@ def test_bad_writes_are_refused(tmp_path):
             out.add_node_set("s", [[0, 1]])
         with pytest.raises(vel.VelError):
             out.add_node_set("s", [0, 0])
+        with pytest.raises(vel.VelError, match="32 bits"):
+            out.add_node_set("s", np.array([2**32 + 1], dtype=np.int64))
         u = out.add_nodal_field("u", ["x", "y"])
         with pytest.raises(vel.VelError):
             out.add_nodal_field("u", ["x"])

@@ -1,5 +1,5 @@
 // The results layer in Python: VelResultsReader, VelResultsWriter and VelResultsField, with
-// values in NumPy arrays.  Reads fill arrays NumPy allocated (the array is the transfer's
+// values in NumPy arrays.  A field's reads fill arrays NumPy allocated (the array is the transfer's
 // caller buffer); writes hand the caller's array, made C-contiguous float64 when it is not, to
 // the library as it is.
 #include <memory>

@@ -32,8 +32,8 @@ def _bulk_lines(f):
         if len(drawers) > 3:
             lines.append(f"      ... {len(drawers) - 3} more")
     lines.append(f"  DSets: {len(f.dsets)}")
-    views = f.views
-    lines.append(f"  views: {', '.join(f'{form} level {level}' for form, level in views) or 'none'}")
+    views = ", ".join(f"{form} level {level}" for form, level in f.views)
+    lines.append(f"  views: {views or 'none'}")
     return lines
 
 

@@ -4,7 +4,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/setup.sh
-cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DVEL_BUILD_TESTS=OFF >/dev/null
+cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DVEL_BUILD_TESTS=OFF \
+      -DPython3_EXECUTABLE=/usr/bin/python3 >/dev/null
 cmake --build build/release -j "$(nproc)"
 mkdir -p build/demo
 cd build/demo
@@ -13,6 +14,8 @@ cd build/demo
 ../release/examples/vel_results_writer beam.vel
 ../release/examples/vel_results_reader beam.vel
 ../release/vel-xdmf beam.vel
-# The plate model of the first part, stored and read back by name.
+# The plate model of the first part, stored and read back by name; then the same file from
+# Python: its steps and fields, and the tip's displacement history as a PNG.
 ../release/examples/vel_fem_results plate.vel
+PYTHONPATH=../release/python /usr/bin/python3 ../../examples/python/plot_history.py plate.vel
 echo "open $(pwd)/beam.vel.xmf in ParaView (File > Open, XDMF reader) to see the beam move"

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the library with AddressSanitizer and
-# UndefinedBehaviorSanitizer, warnings as errors, and runs the whole test suite.
+# UndefinedBehaviorSanitizer, warnings as errors, and runs the whole test suite (the Python
+# package's pytest suite among it, with Debian's interpreter).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/setup.sh
 cmake -S . -B build/sanitize -DCMAKE_BUILD_TYPE=Debug -DVEL_SANITIZE=ON -DVEL_WERROR=ON \
-      -DVEL_BUILD_TESTS=ON >/dev/null
+      -DVEL_BUILD_TESTS=ON -DVEL_BUILD_PYTHON=ON -DPython3_EXECUTABLE=/usr/bin/python3 >/dev/null
 cmake --build build/sanitize -j "$(nproc)"
 ctest --test-dir build/sanitize --output-on-failure -j "$(nproc)"
 bash scripts/check-xdmf.sh build/sanitize

@@ -239,8 +239,9 @@ VelDumpValue VelDumpInspector::StandardValues(const VelDrawerDescription& drawer
     return out;
 }
 
-// One row per member of the rows' CSet: the diagonal (symmetric drawers), then the columns'
-// members and the values of the row's nonzeros.
+// One row per member of the rows' CSet: the diagonal (symmetric drawers), then the column
+// indices and the values of the row's nonzeros.  Column indices are printed as stored: the
+// library keeps what the writer gave without interpreting it.
 VelDumpValue VelDumpInspector::SparseValues(const VelDrawerDescription& drawer) const {
     const VelDistributionRef distribution(drawer.ID().DistributionID());
     VelSerializationType serialization;
@@ -270,8 +271,7 @@ VelDumpValue VelDumpInspector::SparseValues(const VelDrawerDescription& drawer) 
         VelDumpValue& values = row.Add("values", VelDumpValue::MakeArray());
         for (int k = intAt(VelbufSparseMap, r); k < intAt(VelbufSparseMap, r + 1); ++k) {
             const size_t at = static_cast<size_t>(k);
-            const int column = intAt(VelbufIndicesNZ, at);
-            columns.Push(VelDumpValue::MakeInt(members[1][static_cast<size_t>(column)]));
+            columns.Push(VelDumpValue::MakeInt(intAt(VelbufIndicesNZ, at)));
             values.Push(Element(key, &buffers[VelbufMain][at * size]));
         }
         out.Push(std::move(row));

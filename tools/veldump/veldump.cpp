@@ -131,6 +131,14 @@ int Dump(const Options& options, VelDumpValue& out) {
     version.Create(options.file.c_str());
     const VelContextID id = VelManager::OpenContext(
         options.file.c_str(), hdf_File::OpenFlagsReadOnly, version.SchemaVersion());
+    if (id.IsNull()) {
+        std::fprintf(stderr,
+                     "veldump: %s cannot be opened: HDF5 cannot read the file behind its "
+                     "signature block (a truncated or damaged file), or the block names other "
+                     "versions than this library's\n",
+                     options.file.c_str());
+        return 1;
+    }
     OpenedContext context(id);
     bool hasResults = false;
     bool found = true;

@@ -3,7 +3,8 @@ drawer's values equal the writer's arrays, and damaged or foreign files exit 1 w
 
     veldump_test.py VELDUMP WORK_DIR EXPECTED_DIR [--update]
 
-WORK_DIR holds fem.vel, records.vel and beam.vel from the example writers.  --update rewrites
+WORK_DIR holds fem.vel, records.vel and beam.vel from the example writers, and cset-forms.vel
+(tests/tools/cset_forms_sample.cpp).  --update rewrites
 the expected files from the current output (review the difference before committing it)."""
 import json
 import os
@@ -20,6 +21,8 @@ CASES = {
     "records-v.txt": (["-v"], "records.vel"),
     "beam.txt": ([], "beam.vel"),
     "beam-results.json": (["--json", "-d", "results"], "beam.vel"),
+    "cset-forms-v.txt": (["-v"], "cset-forms.vel"),
+    "cset-forms-d0-3.txt": (["-d", "c0/3"], "cset-forms.vel"),
 }
 
 

@@ -36,7 +36,8 @@ VelDumpValue Element(VelTypeKey key, const unsigned char* p) {
             std::memcpy(&f, p, sizeof f);
             return VelDumpValue::MakeDouble(f);
         }
-        case VelTypeKeyBool: return VelDumpValue::MakeBool(*p != 0);
+        case VelTypeKeyBool:
+            return VelDumpValue::MakeBool(*p != 0);
         default: {
             int i;
             std::memcpy(&i, p, sizeof i);
@@ -74,7 +75,7 @@ std::vector<std::vector<int>> MembersOf(const VelOCompartment& compartment) {
 }  // namespace
 
 VelDumpInspector::VelDumpInspector(const VelContextID& context, bool withValues)
-    : m_context(context), m_ref(context), m_withValues(withValues) {}
+    : m_ref(context), m_withValues(withValues) {}
 
 std::string VelDumpInspector::NameOf(const VelCollectionID& id) {
     return "c" + std::to_string(id.Minor().Value() & kSerialBits);
@@ -125,27 +126,31 @@ VelDumpValue VelDumpInspector::Collection(const VelCollectionID& id) const {
     VelDumpValue out = VelDumpValue::MakeObject();
     out.Add("collection", NameOf(id));
     out.Add("size", collection.Space());
-    const int count = collection.NumCSets();
-    // The ascending twin of a permutation CSet is an entry of its own.
-    std::map<int, VelCSetID> twins;
-    for (int i = 0; i < count; ++i) {
-        const VelCSet cset(CSetAt(id, i));
-        if (!cset.IsAscending()) twins[cset.AscendingID().Index()] = CSetAt(id, i);
-    }
+    const std::map<int, VelCSetID> twins = PermutationsOfTwins(id);
     VelDumpValue& csets = out.Add("CSets", VelDumpValue::MakeArray());
-    for (int i = 0; i < count; ++i) {
-        const auto twin = twins.find(i);
-        csets.Push(CSet(CSetAt(id, i), twin == twins.end() ? VelCSetID() : twin->second));
-    }
+    for (int i = 0; i < collection.NumCSets(); ++i) csets.Push(CSet(CSetAt(id, i), twins));
     return out;
 }
 
-VelDumpValue VelDumpInspector::CSet(const VelCSetID& id, const VelCSetID& twinOf) const {
+// The ascending twin of a permutation CSet is a CSet of its own: by the twin's index, the
+// permutation it belongs to.
+std::map<int, VelCSetID> VelDumpInspector::PermutationsOfTwins(const VelCollectionID& id) const {
+    std::map<int, VelCSetID> twins;
+    for (int i = 0; i < VelCollectionRef(id).NumCSets(); ++i) {
+        const VelCSet cset(CSetAt(id, i));
+        if (!cset.IsAscending()) twins[cset.AscendingID().Index()] = CSetAt(id, i);
+    }
+    return twins;
+}
+
+VelDumpValue VelDumpInspector::CSet(const VelCSetID& id,
+                                    const std::map<int, VelCSetID>& twins) const {
     const VelCSet cset(id);
     VelDumpValue out = VelDumpValue::MakeObject();
     out.Add("CSet", NameOf(id));
     out.Add("kind", cset.IsAscending() ? "ascending" : "permutation");
-    if (!twinOf.IsNull()) out.Add("ascending twin of", NameOf(twinOf));
+    const auto twin = twins.find(id.Index());
+    if (twin != twins.end()) out.Add("ascending twin of", NameOf(twin->second));
     out.Add("size", cset.Size());
     const VelCSetBounds bounds = cset.Bounds();
     out.Add("bounds", Ints(&bounds.lowest, 1)).Push(VelDumpValue::MakeInt(bounds.highest));
@@ -212,8 +217,7 @@ VelDumpValue VelDumpInspector::Drawer(const VelDrawerID& id) const {
 VelDumpValue VelDumpInspector::StandardValues(const VelDrawerDescription& drawer) const {
     const VelDistributionRef distribution(drawer.ID().DistributionID());
     VelTransfer transfer(distribution);
-    transfer.SetRead().SetBufferPadding(false).SetDrawer(drawer.ID()).SetDims(
-        drawer.Compartment());
+    transfer.SetRead().SetBufferPadding(false).SetDrawer(drawer.ID()).SetDims(drawer.Compartment());
     const std::vector<unsigned char> values = ReadAll(transfer)[VelbufMain];
     const VelTypeKey key = distribution.RangeType().TypeKey();
     const size_t size = static_cast<size_t>(VelElementSizeOf(key));
@@ -425,7 +429,9 @@ VelDumpValue VelDumpInspector::Records(const VelView& view, const VelTypeID& typ
                     entry.Add(name, v);
                     break;
                 }
-                case VelRecTypeCategoryString: entry.Add(name, Text(record.ReturnString(m))); break;
+                case VelRecTypeCategoryString:
+                    entry.Add(name, Text(record.ReturnString(m)));
+                    break;
                 case VelRecTypeCategoryChar: {
                     unsigned char c = 0;
                     record.GetOctet(m, c);
@@ -494,12 +500,18 @@ std::string VelDumpInspector::ParticipantName(const VelView& view, const VelDyna
     if (id == view.FocusID()) return "focus";
     const std::string first = std::to_string(id.First());
     switch (id.Category()) {
-        case VelIDCategoryCollection: return NameOf(VelCollectionID(id));
-        case VelIDCategoryDistribution: return "d" + first;
-        case VelIDCategoryDSet: return "s" + first;
-        case VelIDCategoryCSet: return NameOf(VelCSetID(id));
-        case VelIDCategoryDrawer: return "d" + first + "/" + std::to_string(id.Second());
-        case VelCategoryDataRecord: return "record " + first;
+        case VelIDCategoryCollection:
+            return NameOf(VelCollectionID(id));
+        case VelIDCategoryDistribution:
+            return "d" + first;
+        case VelIDCategoryDSet:
+            return "s" + first;
+        case VelIDCategoryCSet:
+            return NameOf(VelCSetID(id));
+        case VelIDCategoryDrawer:
+            return "d" + first + "/" + std::to_string(id.Second());
+        case VelCategoryDataRecord:
+            return "record " + first;
         default:
             return "category " + std::to_string(id.Category()) + " " + first + " " +
                    std::to_string(id.Second());
@@ -525,7 +537,7 @@ bool VelDumpInspector::Object(const std::string& name, VelDumpValue& out) const 
         }
         for (int k = 0; k < VelCollectionRef(collections[i]).NumCSets(); ++k) {
             if (std::to_string(k) != tail) continue;
-            out = CSet(CSetAt(collections[i], k), VelCSetID());
+            out = CSet(CSetAt(collections[i], k), PermutationsOfTwins(collections[i]));
             return true;
         }
     }

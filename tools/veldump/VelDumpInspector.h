@@ -3,6 +3,7 @@
 
 #include <vel/vel.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -37,7 +38,8 @@ public:
 private:
     VelCSetID CSetAt(const VelCollectionID& collection, int index) const;
     VelDumpValue Collection(const VelCollectionID& id) const;
-    VelDumpValue CSet(const VelCSetID& id, const VelCSetID& twinOf) const;
+    std::map<int, VelCSetID> PermutationsOfTwins(const VelCollectionID& id) const;
+    VelDumpValue CSet(const VelCSetID& id, const std::map<int, VelCSetID>& twins) const;
     VelDumpValue Distribution(const VelDistributionID& id) const;
     VelDumpValue Drawer(const VelDrawerID& id) const;
     VelDumpValue DSet(const VelDSetID& id) const;
@@ -50,7 +52,6 @@ private:
     VelDumpValue Pairs(const VelView& view, const VelAssociation& association) const;
     std::string ParticipantName(const VelView& view, const VelDynamicID& id) const;
 
-    VelContextID m_context;
     VelContextRef m_ref;
     bool m_withValues;
 };

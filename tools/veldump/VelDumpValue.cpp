@@ -103,12 +103,23 @@ void WriteDouble(std::ostream& os, double d, bool json) {
 
 void VelDumpValue::WriteScalar(std::ostream& os, bool json) const {
     switch (m_kind) {
-        case Null: os << "null"; break;
-        case Bool: os << (m_bool ? "true" : "false"); break;
-        case Int: os << m_int; break;
-        case Double: WriteDouble(os, m_double, json); break;
-        case String: WriteQuoted(os, m_string); break;
-        default: break;
+        case Null:
+            os << "null";
+            break;
+        case Bool:
+            os << (m_bool ? "true" : "false");
+            break;
+        case Int:
+            os << m_int;
+            break;
+        case Double:
+            WriteDouble(os, m_double, json);
+            break;
+        case String:
+            WriteQuoted(os, m_string);
+            break;
+        default:
+            break;
     }
 }
 

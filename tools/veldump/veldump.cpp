@@ -13,7 +13,6 @@
 #include <vel/vel.h>
 
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <iostream>
 #include <string>

@@ -98,15 +98,36 @@ def check_refusals(veldump, work):
     return failures
 
 
+def check_damaged_string(veldump, work):
+    """A load case's name whose bytes are not UTF-8 prints escaped, and the JSON stays valid."""
+    import h5py
+    damaged = os.path.join(work, "string.vel")
+    shutil.copyfile(os.path.join(work, "records.vel"), damaged)
+    with h5py.File(damaged, "r+") as f:
+        text = f["stringTable/text"]
+        at = bytes(text[:]).index(b"dead load")
+        text[at] = 0xFF
+    result = run(veldump, ["-v", "--json"], damaged)
+    try:
+        strings = json.dumps(json.loads(result.stdout))
+    except ValueError as error:
+        return [f"the JSON of a damaged string does not parse: {error}"]
+    expected = json.dumps("\u00ffead load")[1:-1]
+    if result.returncode != 0 or expected not in strings:
+        return [f"damaged string: exit {result.returncode}, {expected} not in the output"]
+    return []
+
+
 def main():
     veldump, work, expected_dir = sys.argv[1:4]
     update = "--update" in sys.argv[4:]
     failures = check_expected(veldump, work, expected_dir, update)
     failures += check_displacement(veldump, work)
     failures += check_refusals(veldump, work)
+    failures += check_damaged_string(veldump, work)
     for failure in failures:
         print(failure)
-    print(f"veldump: {len(CASES)} expected outputs, 4 drawers, 5 refusals checked; "
+    print(f"veldump: {len(CASES)} expected outputs, 4 drawers, 5 refusals and a damaged string checked; "
           f"{len(failures)} failures")
     return 1 if failures else 0
 

@@ -260,12 +260,13 @@ VelDumpValue VelDumpInspector::SparseValues(const VelDrawerDescription& drawer) 
     const VelTypeKey key = distribution.RangeType().TypeKey();
     const size_t size = static_cast<size_t>(VelElementSizeOf(key));
     const std::vector<std::vector<int>> members = MembersOf(drawer.Compartment());
+    VelDumpValue out = VelDumpValue::MakeArray();
+    if (members.empty()) return out;
     const auto intAt = [&](int buffer, size_t i) {
         int v;
         std::memcpy(&v, &buffers[static_cast<size_t>(buffer)][i * sizeof v], sizeof v);
         return v;
     };
-    VelDumpValue out = VelDumpValue::MakeArray();
     for (size_t r = 0; r < members[0].size(); ++r) {
         VelDumpValue row = VelDumpValue::MakeObject();
         row.Add("row", members[0][r]);

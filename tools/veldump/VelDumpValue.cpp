@@ -68,19 +68,40 @@ bool VelDumpValue::IsRow() const {
 }
 
 namespace {
+// The length of the UTF-8 sequence (a lead byte and its continuation bytes) at `s[i]`, or 0 when
+// the bytes there are not one.
+size_t Utf8SequenceAt(const std::string& s, size_t i) {
+    const unsigned char lead = static_cast<unsigned char>(s[i]);
+    const size_t length = lead < 0x80 ? 1 : lead >= 0xC2 && lead < 0xE0 ? 2
+                                        : lead >= 0xE0 && lead < 0xF0   ? 3
+                                        : lead >= 0xF0 && lead < 0xF5   ? 4
+                                                                        : 0;
+    if (length == 0 || i + length > s.size()) return 0;
+    for (size_t k = 1; k < length; ++k)
+        if ((static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80) return 0;
+    return length;
+}
+
+// A string in double quotes, JSON-escaped.  Bytes that are not UTF-8 (a damaged string table)
+// print as \u00XX, so the output stays valid UTF-8 and valid JSON.
 void WriteQuoted(std::ostream& os, const std::string& s) {
     os << '"';
-    for (const char c : s) {
+    for (size_t i = 0; i < s.size();) {
+        const char c = s[i];
         const unsigned char u = static_cast<unsigned char>(c);
+        const size_t length = Utf8SequenceAt(s, i);
         if (c == '"' || c == '\\') {
             os << '\\' << c;
-        } else if (u < 0x20) {
+        } else if (u < 0x20 || length == 0) {
             char escaped[8];
             std::snprintf(escaped, sizeof escaped, "\\u%04x", u);
             os << escaped;
         } else {
-            os << c;
+            os.write(&s[i], static_cast<std::streamsize>(length));
+            i += length;
+            continue;
         }
+        ++i;
     }
     os << '"';
 }

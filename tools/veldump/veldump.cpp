@@ -202,6 +202,10 @@ int main(int argc, char** argv) {
     } catch (const VelFailure& failure) {
         std::fprintf(stderr, "veldump: %s is refused: %s\n", options.file.c_str(), failure.what());
         status = 1;
+    } catch (const hdf_Exception& failure) {
+        // The file's own structure read through the storage layer (the view groups).
+        std::fprintf(stderr, "veldump: %s is refused: %s\n", options.file.c_str(), failure.what());
+        status = 1;
     }
     UTI_VelDynamicAPI_finalize(modules);
     if (status != 0) return status;

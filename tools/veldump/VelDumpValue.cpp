@@ -72,10 +72,15 @@ namespace {
 // the bytes there are not one.
 size_t Utf8SequenceAt(const std::string& s, size_t i) {
     const unsigned char lead = static_cast<unsigned char>(s[i]);
-    const size_t length = lead < 0x80 ? 1 : lead >= 0xC2 && lead < 0xE0 ? 2
-                                        : lead >= 0xE0 && lead < 0xF0   ? 3
-                                        : lead >= 0xF0 && lead < 0xF5   ? 4
-                                                                        : 0;
+    size_t length = 0;
+    if (lead < 0x80)
+        length = 1;
+    else if (lead >= 0xC2 && lead < 0xE0)
+        length = 2;
+    else if (lead >= 0xE0 && lead < 0xF0)
+        length = 3;
+    else if (lead >= 0xF0 && lead < 0xF5)
+        length = 4;
     if (length == 0 || i + length > s.size()) return 0;
     for (size_t k = 1; k < length; ++k)
         if ((static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80) return 0;

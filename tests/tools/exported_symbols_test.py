@@ -31,6 +31,8 @@ def owner(symbol):
     for prefix in SPECIAL:
         if symbol.startswith(prefix):
             symbol = symbol[len(prefix):]
+    symbol = re.sub(r"^__odr_asan\.", "", symbol)  # AddressSanitizer's twin of a global
+    symbol = re.sub(r"^decltype \(.*?\)\) ", "", symbol)  # a deduced return type
     symbol = re.sub(r"^[\w:<>,* &]+? (?=[\w:]+(<.*>)?::)", "", symbol)  # a return type
     printed = re.match(r"operator<<\(std::ostream&, (\w+)", symbol)  # by the type it prints
     return printed.group(1) if printed else re.match(r"\w+", symbol).group(0)

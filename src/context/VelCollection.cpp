@@ -394,6 +394,12 @@ VelCSetID VelCollection::EmptyCSetID(int color) const {
     return MakeID(e_EmptySetIndex, true, color);
 }
 
+VelCSetID VelCollection::StoredCSetID(int index, int color) const {
+    const bool stored = index >= 0 && index < m_numCSets;
+    VelVALIDATE(stored && "no CSet is stored at that index");
+    return MakeID(index, m_entries[index].linkedId == Layout::e_NoLink, color);
+}
+
 VelCSetID VelCollection::BiggestCSetID(int color) {
     VelGuardStorage([&] { EnsureFullSet(); });
     return m_fullSetID.AltColor(color);

@@ -89,6 +89,8 @@ public:
     VelCSetID Register(VelIndexSet& set, int color);
     VelCSetID EmptyCSetID(int color) const;
     VelCSetID BiggestCSetID(int color);
+    // The ID of the CSet stored at `index`, with the ascending flag its entry calls for.
+    VelCSetID StoredCSetID(int index, int color) const;
 
     // Sets that are checked like a persistent CSet's members but never stored.
     che_RefPtr<VelIndexSet> VolatileSet(const int* members, int count) const;

@@ -61,6 +61,10 @@ VelCSetID VelCollectionRef::BiggestCSetID() const {
     return Target().BiggestCSetID(m_id.Color());
 }
 
+VelCSetID VelCollectionRef::StoredCSetID(int index) const {
+    return Target().StoredCSetID(index, m_id.Color());
+}
+
 VelCollectionID VelCollectionRef::CreateColorVariant(int color) const {
     return Target().CreateColorVariant(color);
 }

@@ -161,6 +161,20 @@ TEST_F(VelCSetTest, EveryKindOfCSetReadsBackTheSameBeforeAndAfterReopen) {
     EXPECT_EQ(VelCollectionRef(Again(cid)).Space(), 100000);
     EXPECT_EQ(VelCollectionRef(Again(cid)).NumCSets(), 16);
     check(true);
+
+    // Listed by index, the stored CSets carry their kinds: three permutations, each with an
+    // ascending twin of its own.
+    const VelCollectionRef reread(Again(cid));
+    int permutations = 0;
+    for (int i = 0; i < reread.NumCSets(); ++i) {
+        const VelCSetID stored = reread.StoredCSetID(i);
+        EXPECT_EQ(stored.Index(), i);
+        EXPECT_EQ(VelCSet(stored).IsAscending(), stored.IsAscending());
+        if (stored.IsAscending()) continue;
+        ++permutations;
+        EXPECT_NE(VelCSet(stored).AscendingID().Index(), i);
+    }
+    EXPECT_EQ(permutations, 3);
 }
 
 TEST_F(VelCSetTest, OrdersPermutationsAndSelections) {
@@ -310,6 +324,8 @@ TEST_F(VelCSetDeathTest, IDsMustNameTheirCSets) {
     VelCSetID beyond = VelCSetID(VelDynamicID(5, m_context.Value(), 0, int32_t(0x80000009)));
     ExpectValidateFailure(VelCSet{beyond},
                           "known && \"the CSet ID names no CSet of its collection\"");
+    ExpectValidateFailure(coll.StoredCSetID(coll.NumCSets()),
+                          "stored && \"no CSet is stored at that index\"");
     ExpectValidateFailure(VelCSet(perm).Union(VelCSet(other.EmptyCSetID())),
                           "sameCollection && \"Union and Intersection need CSets of one "
                           "collection\"");

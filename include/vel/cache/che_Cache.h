@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "vel/VelExport.h"
 #include "vel/cache/che_Handle.h"
 #include "vel/cache/che_Key.h"
 #include "vel/cache/che_RefPtr.h"
@@ -16,7 +17,7 @@
 // number (`maxIdleItems`) and in total weight (`maxIdleWeight`), and the least recently used are
 // evicted first until both bounds hold.  Erase drops a key at once: a referenced object stays
 // alive for its holders but is no longer found, so a lookup after Erase never sees it.
-class che_Cache {
+class VEL_API che_Cache {
 public:
     che_Cache(const char* name, int maxIdleItems, int64_t maxIdleWeight);
     ~che_Cache();

@@ -4,9 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "vel/VelExport.h"
+
 // The key of a cached object: the space it belongs to (for example a collection) and the
 // object's number inside that space.
-struct che_Key {
+struct VEL_API che_Key {
     uint64_t space = 0;
     uint64_t item = 0;
 
@@ -16,7 +18,7 @@ struct che_Key {
     friend bool operator!=(const che_Key& a, const che_Key& b) { return !(a == b); }
 };
 
-struct che_KeyHash {
+struct VEL_API che_KeyHash {
     size_t operator()(const che_Key& k) const {
         // 64-bit mix of both words (splitmix finaliser): spaces and items are small integers.
         uint64_t h = k.space * 0x9E3779B97F4A7C15ull ^ (k.item + 0x632BE59BD9B4E019ull);

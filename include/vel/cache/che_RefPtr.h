@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "vel/VelExport.h"
 #include "vel/cache/che_Key.h"
 
 class che_Cache;
@@ -11,7 +12,7 @@ class che_Cache;
 // Base of every object a che_Cache can hold: an intrusive reference count and the cache's
 // bookkeeping.  An object that belongs to no cache is deleted with its last reference; one that
 // belongs to a cache is handed back to it, which keeps it for reuse or evicts it.
-class che_Item {
+class VEL_API che_Item {
 public:
     che_Item() = default;
     che_Item(const che_Item&) = delete;

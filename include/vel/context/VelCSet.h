@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELCSET_H
 #define VEL_CONTEXT_VELCSET_H
 
+#include "vel/VelExport.h"
 #include "vel/cache/che_RefPtr.h"
 #include "vel/context/VelCSetID.h"
 #include "vel/context/VelCollectionID.h"
@@ -10,7 +11,7 @@
 class VelIndexSet;
 
 // The smallest and largest member of a CSet; the empty set has lowest 0 and highest -1.
-struct VelCSetBounds {
+struct VEL_API VelCSetBounds {
     int lowest;
     int highest;
 };
@@ -26,7 +27,7 @@ struct VelCSetBounds {
 // Union or Intersection) has none until RegisterWithCollection stores it.  A CSet is ascending,
 // or a permutation CSet with a member order of its own: the order its creator gave.  Members()
 // is always ascending; OrderedMembers() follows the CSet's own order.
-class VelCSet {
+class VEL_API VelCSet {
 public:
     // The CSet of a persistent ID; its context must be open.
     explicit VelCSet(const VelCSetID& id);

@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELCSETID_H
 #define VEL_CONTEXT_VELCSETID_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCollectionID.h"
 
 // Names a CSet (a subset of one collection's members): the collection, then an index word whose
@@ -11,7 +12,7 @@
 //
 // Order: collection, then the index word compared signed, so ascending CSets (and null) sort
 // before the permutation CSets of the same collection.
-class VelCSetID {
+class VEL_API VelCSetID {
 public:
     VelCSetID() : m_index(-1) {}
     // From a dynamic ID of the CSet category; the context must be open and hold the
@@ -48,7 +49,7 @@ private:
     int m_index;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelCSetID& id);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelCSetID& id);
 // The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
 inline int VelCompareKeys(const VelCSetID& a, const VelCSetID& b) {
     return a.Compare(b);

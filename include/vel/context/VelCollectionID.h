@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELCOLLECTIONID_H
 #define VEL_CONTEXT_VELCOLLECTIONID_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelDynamicID.h"
 
@@ -12,7 +13,7 @@
 // Order: context, then the minor word compared signed.  Colors 32-63 set the sign bit, so those
 // variants sort before color 0 of the same context; sorted lists of collections (grids,
 // compartments) depend on that order and it is kept.
-class VelCollectionID {
+class VEL_API VelCollectionID {
 public:
     static constexpr int e_ExcessiveCollectionID = 0x4000000;
     static constexpr int e_MaxColor = 64;
@@ -54,7 +55,7 @@ private:
     int m_minor;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelCollectionID& id);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelCollectionID& id);
 // The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
 inline int VelCompareKeys(const VelCollectionID& a, const VelCollectionID& b) {
     return a.Compare(b);

@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELCOLLECTIONREF_H
 #define VEL_CONTEXT_VELCOLLECTIONREF_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCSet.h"
 #include "vel/context/VelCSetID.h"
 #include "vel/context/VelCollectionID.h"
@@ -16,7 +17,7 @@ class VelCollection;
 // by ID; volatile CSets are values that are never stored unless registered.  Members given for a
 // CSet must lie in the collection and be distinct, and for an ascending CSet strictly ascending.
 // Writing needs a collection opened for writing.
-class VelCollectionRef {
+class VEL_API VelCollectionRef {
 public:
     explicit VelCollectionRef(const VelCollectionID& id) : m_id(id) {}
 
@@ -43,6 +44,10 @@ public:
     // collection.
     VelCSetID EmptyCSetID() const;
     VelCSetID BiggestCSetID() const;
+    // The CSet stored at `index` (0 .. NumCSets() - 1, in the order they were made), ascending
+    // or a permutation as stored: a permutation CSet and its ascending twin are two indices.  An
+    // index with no CSet is a validation failure.
+    VelCSetID StoredCSetID(int index) const;
 
     // The ID of this collection in color `color` (0 .. 63): the same members, another identity.
     VelCollectionID CreateColorVariant(int color) const;

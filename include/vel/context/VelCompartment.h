@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELCOMPARTMENT_H
 #define VEL_CONTEXT_VELCOMPARTMENT_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCSetID.h"
 #include "vel/core/VelArray.h"
 #include "vel/platform/aio_Stream.h"
@@ -10,7 +11,7 @@
 // equal whatever order they were given in, and position k of every compartment on one grid
 // belongs to the same collection.  Every entry is a non-null ascending CSet ID, and no two
 // entries share a collection.  The default compartment is empty (a block of the empty grid).
-class VelCompartment {
+class VEL_API VelCompartment {
 public:
     VelCompartment() = default;
     explicit VelCompartment(const VelArray<VelCSetID>& ids);
@@ -36,6 +37,6 @@ private:
     VelArray<VelCSetID> m_ids;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelCompartment& compartment);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelCompartment& compartment);
 
 #endif

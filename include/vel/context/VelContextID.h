@@ -1,13 +1,14 @@
 #ifndef VEL_CONTEXT_VELCONTEXTID_H
 #define VEL_CONTEXT_VELCONTEXTID_H
 
+#include "vel/VelExport.h"
 #include "vel/platform/aio_Stream.h"
 
 class VelDynamicID;
 struct VelIDAccess;
 
 // The number of an object inside its context, ordered as a signed 32-bit number.
-class VelIDMinor {
+class VEL_API VelIDMinor {
 public:
     explicit VelIDMinor(int value) : m_value(value) {}
 
@@ -25,7 +26,7 @@ private:
 //
 // Order: the value compared as a signed 32-bit number; the temp flag takes no part, so a temp
 // and a persistent ID with the same value compare equal.
-class VelContextID {
+class VEL_API VelContextID {
 public:
     static constexpr unsigned e_NullValue = 0xFFFFFFFFu;
 
@@ -53,7 +54,7 @@ private:
     bool m_isTemp;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelContextID& id);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelContextID& id);
 // The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
 inline int VelCompareKeys(const VelContextID& a, const VelContextID& b) {
     return a.Compare(b);

@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELCONTEXTREF_H
 #define VEL_CONTEXT_VELCONTEXTREF_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelCtation.h"
@@ -24,7 +25,7 @@ class VelViewUpdateLevel;
 // A light handle on an open context.  It holds only the ID and finds the context through the
 // manager on every call, so it never dangles: using it after the context was closed is a
 // validation failure.
-class VelContextRef {
+class VEL_API VelContextRef {
 public:
     explicit VelContextRef(const VelContextID& id) : m_id(id) {}
 

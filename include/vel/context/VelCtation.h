@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELCTATION_H
 #define VEL_CONTEXT_VELCTATION_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCompartment.h"
 #include "vel/core/VelArray.h"
 #include "vel/platform/aio_Stream.h"
@@ -9,7 +10,7 @@
 // all on the grid of the first (same collections position by position), and keeps them sorted by
 // the compartments' own order, so the order they were given in does not matter to equality or
 // to what is stored.
-class VelCtation {
+class VEL_API VelCtation {
 public:
     explicit VelCtation(const VelArray<VelCompartment>& compartments);
 
@@ -28,6 +29,6 @@ private:
     VelArray<VelCompartment> m_compartments;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelCtation& ctation);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelCtation& ctation);
 
 #endif

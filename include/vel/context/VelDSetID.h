@@ -1,12 +1,13 @@
 #ifndef VEL_CONTEXT_VELDSETID_H
 #define VEL_CONTEXT_VELDSETID_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelDynamicID.h"
 
 // Names a DSet (a stored set of compartments over one grid): the context and the DSet's minor
 // (0xFFFFFFFF = null).  Order: context, then minor signed.
-class VelDSetID {
+class VEL_API VelDSetID {
 public:
     VelDSetID() : m_minor(-1) {}
     // From a dynamic ID of the DSet category; the context must be open.
@@ -31,7 +32,7 @@ private:
     int m_minor;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelDSetID& id);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelDSetID& id);
 // The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
 inline int VelCompareKeys(const VelDSetID& a, const VelDSetID& b) {
     return a.Compare(b);

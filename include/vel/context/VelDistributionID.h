@@ -1,12 +1,13 @@
 #ifndef VEL_CONTEXT_VELDISTRIBUTIONID_H
 #define VEL_CONTEXT_VELDISTRIBUTIONID_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelDynamicID.h"
 
 // Names a distribution: the context and the distribution's minor (0xFFFFFFFF = null).
 // Order: context, then minor signed.
-class VelDistributionID {
+class VEL_API VelDistributionID {
 public:
     VelDistributionID() : m_minor(-1) {}
     // From a dynamic ID of the distribution category; the context must be open.
@@ -32,7 +33,7 @@ private:
     int m_minor;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelDistributionID& id);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelDistributionID& id);
 // The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
 inline int VelCompareKeys(const VelDistributionID& a, const VelDistributionID& b) {
     return a.Compare(b);
@@ -40,7 +41,7 @@ inline int VelCompareKeys(const VelDistributionID& a, const VelDistributionID& b
 
 // Names a drawer of a distribution: the distribution and the drawer number (0xFFFFFFFF = null).
 // Order: distribution, then drawer number signed.
-class VelDrawerID {
+class VEL_API VelDrawerID {
 public:
     VelDrawerID() : m_drawer(-1) {}
     // From a dynamic ID of the drawer category; the context must be open and hold the
@@ -68,7 +69,7 @@ private:
     int m_drawer;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelDrawerID& id);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelDrawerID& id);
 // The key order of the ordered maps (VelBtree, VelAutoBtree): the identifier's own order.
 inline int VelCompareKeys(const VelDrawerID& a, const VelDrawerID& b) {
     return a.Compare(b);

@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELDISTRIBUTIONREF_H
 #define VEL_CONTEXT_VELDISTRIBUTIONREF_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDistributionID.h"
 #include "vel/context/VelGrid.h"
 #include "vel/context/VelRangeType.h"
@@ -11,7 +12,7 @@ class VelDistribution;
 // A light handle on a distribution.  It holds only the ID and finds the distribution through
 // the manager on every call, so using it after its context was closed is a validation failure.
 // References it returns stay valid while the context is open.
-class VelDistributionRef {
+class VEL_API VelDistributionRef {
 public:
     explicit VelDistributionRef(const VelDistributionID& id) : m_id(id) {}
 

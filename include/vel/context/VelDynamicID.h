@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
+
 // Every category number lies below this limit, identifiers and record types alike.
 constexpr int VelCategoryLimit = 1024;
 
@@ -26,7 +28,7 @@ enum VelByteOrder { VelByteOrderBigEndian = 0, VelByteOrderLittleEndian = 1 };
 // agrees with the typed order; converting back takes the low 32 bits.
 //
 // Order: category, then context (both signed 32-bit), then first, then second (signed 64-bit).
-class VelDynamicID {
+class VEL_API VelDynamicID {
 public:
     // The size of the persistent form: category (4 bytes), first (8), second (8).  The context is
     // not stored; the reader supplies it.

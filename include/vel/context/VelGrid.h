@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELGRID_H
 #define VEL_CONTEXT_VELGRID_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/core/VelArray.h"
 #include "vel/platform/aio_Stream.h"
@@ -9,7 +10,7 @@
 // collections are kept sorted by their own order (so a grid does not remember the order it was
 // given in), none is null and none appears twice.  The empty grid is valid: a distribution of
 // one value.
-class VelGrid {
+class VEL_API VelGrid {
 public:
     VelGrid() = default;
     explicit VelGrid(const VelArray<VelCollectionID>& collections);
@@ -27,6 +28,6 @@ private:
     VelArray<VelCollectionID> m_collections;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelGrid& grid);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelGrid& grid);
 
 #endif

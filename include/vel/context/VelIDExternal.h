@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELIDEXTERNAL_H
 #define VEL_CONTEXT_VELIDEXTERNAL_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCSetID.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/context/VelDSetID.h"
@@ -19,7 +20,7 @@
 //                 number, likewise
 //
 // Length() repeats byte 0.
-class VelIDExternal {
+class VEL_API VelIDExternal {
 public:
     enum Type {
         TypeCollection = 'C',

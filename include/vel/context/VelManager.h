@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELMANAGER_H
 #define VEL_CONTEXT_VELMANAGER_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelContextID.h"
 #include "vel/core/VelAutoBtree.h"
 #include "vel/core/VelAutoPtr.h"
@@ -18,7 +19,7 @@ struct VelManagerAccess;
 // Each create or open takes the next value of the context counter, also an open that is
 // refused, so a context value is never handed out twice in a process.  Persistent and
 // temporary contexts are kept in two maps ordered by context value.
-class VelManager : public mem_CacheManager {
+class VEL_API VelManager : public mem_CacheManager {
 public:
     // Creates a database file with its signature block and registers it.  Creation has no
     // error return: a storage failure prints its message on standard output and stops the

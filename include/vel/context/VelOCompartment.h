@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELOCOMPARTMENT_H
 #define VEL_CONTEXT_VELOCOMPARTMENT_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCSetID.h"
 #include "vel/core/VelArray.h"
 #include "vel/platform/aio_Stream.h"
@@ -17,7 +18,7 @@ constexpr int VelMAX_DIMENSIONS = 7;
 // A default-constructed compartment is not yet created: it may be built once, by assigning an
 // array to it, and nothing may be read from it before that ("m_created").  Copies (construction
 // and assignment from another compartment) take the other's state as it is.
-class VelOCompartment {
+class VEL_API VelOCompartment {
 public:
     VelOCompartment() = default;
     // Fewer than VelMAX_DIMENSIONS entries (assertion), each of a different collection.
@@ -42,6 +43,6 @@ private:
     bool m_created = false;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelOCompartment& oc);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelOCompartment& oc);
 
 #endif

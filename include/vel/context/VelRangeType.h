@@ -1,6 +1,7 @@
 #ifndef VEL_CONTEXT_VELRANGETYPE_H
 #define VEL_CONTEXT_VELRANGETYPE_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/core/VelTypeKey.h"
 #include "vel/platform/aio_Stream.h"
@@ -15,7 +16,7 @@
 // A number range (Int, Double, Float, Bool) has a null collection; a collection range has a
 // non-null one.  The default range type has key 0 and stands for "not yet known" (a transfer's
 // drawer before it has a view); no distribution has it.
-class VelRangeType {
+class VEL_API VelRangeType {
 public:
     VelRangeType();
     // `key` must be one of the seven keys, and `collection` non-null exactly when the key's
@@ -53,6 +54,6 @@ private:
     VelCollectionID m_collection;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelRangeType& rangeType);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelRangeType& rangeType);
 
 #endif

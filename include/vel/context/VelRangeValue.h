@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
 #include "vel/core/VelTypeKey.h"
 #include "vel/platform/aio_Stream.h"
 
@@ -14,7 +15,7 @@
 // CMember values are member numbers of the range's collection; CSet and OCSet values are CSet
 // index words of it (ascending bit included).  The default value has key 0: no value, which no
 // range type accepts.
-class VelRangeValue {
+class VEL_API VelRangeValue {
 public:
     VelRangeValue();
     explicit VelRangeValue(int value);
@@ -56,6 +57,6 @@ private:
     } m_value;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelRangeValue& value);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelRangeValue& value);
 
 #endif

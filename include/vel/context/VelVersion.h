@@ -1,12 +1,13 @@
 #ifndef VEL_CONTEXT_VELVERSION_H
 #define VEL_CONTEXT_VELVERSION_H
 
+#include "vel/VelExport.h"
 #include "vel/platform/cow_String.h"
 
 // The version record of a database file, read from its 512-byte signature block without
 // opening the file as a database (nor as an HDF5 file).  Every reader requires a successful
 // Create first ("m_created").
-class VelVersion {
+class VEL_API VelVersion {
 public:
     VelVersion();
 

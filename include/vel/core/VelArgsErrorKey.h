@@ -1,6 +1,8 @@
 #ifndef VEL_CORE_VELARGSERRORKEY_H
 #define VEL_CORE_VELARGSERRORKEY_H
 
+#include "vel/VelExport.h"
+
 // The ways a set of transfer arguments can be inconsistent; 0 means no error.
 enum VelArgsErrorKey {
     VelArgsNoError = 0,
@@ -22,6 +24,6 @@ enum VelArgsErrorKey {
 };
 
 // The text of a key; "<?unknown VelArgsErrorKey message?>" for any value outside 0..15.
-const char* VelMessageOf(VelArgsErrorKey key);
+VEL_API const char* VelMessageOf(VelArgsErrorKey key);
 
 #endif

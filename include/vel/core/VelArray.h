@@ -5,6 +5,7 @@
 #include <new>
 #include <type_traits>
 
+#include "vel/VelExport.h"
 #include "vel/core/VelAssert.h"
 #include "vel/platform/aio_Stream.h"
 #include "vel/platform/mem_Memory.h"
@@ -131,6 +132,6 @@ struct VelArrayDestroyPolicy {
 };
 
 // "( 1 2 3 )"; an empty array prints "( )".
-aio_ostream& operator<<(aio_ostream& out, const VelArray<int>& array);
+VEL_API aio_ostream& operator<<(aio_ostream& out, const VelArray<int>& array);
 
 #endif

@@ -4,6 +4,8 @@
 #include <exception>
 #include <string>
 
+#include "vel/VelExport.h"
+
 // Contract checks, compiled into every build.  VelASSERT guards the library's own invariants,
 // VelVALIDATE what a caller passed in.  A failed check writes two lines to standard error and
 // then acts as the process-wide failure policy says: by default it stops the process at once
@@ -19,7 +21,7 @@ enum VelFailurePolicy {
 
 // The exception of a failed check under VelThrowOnFailure.  A storage failure that the bulk-data
 // layers turn into the assertion "0" throws it too, after its message on standard output.
-class VelFailure : public std::exception {
+class VEL_API VelFailure : public std::exception {
 public:
     VelFailure(const char* condition, bool validation)
         : m_condition(condition), m_validation(validation) {}
@@ -33,7 +35,7 @@ private:
     bool m_validation;
 };
 
-class VelAssert {
+class VEL_API VelAssert {
 public:
     static void SetFailurePolicy(VelFailurePolicy policy);
     static VelFailurePolicy FailurePolicy();

@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "vel/VelExport.h"
 #include "vel/core/VelAssert.h"
 #include "vel/core/VelHolder.h"
 #include "vel/platform/cow_String.h"

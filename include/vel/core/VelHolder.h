@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "vel/VelExport.h"
 #include "vel/core/VelAutoPtr.h"
 #include "vel/platform/mem_Memory.h"
 
@@ -13,7 +14,7 @@
 // holds the object; `observers` counts the live VelWeakReferences.  Whichever of the holder and
 // the last observer goes second frees the record, so an observer can always ask whether its object
 // still exists.
-struct VelLifeRecord : mem_AllocationOperators {
+struct VEL_API VelLifeRecord : mem_AllocationOperators {
     int observers = 0;
     int alive = 1;
 };

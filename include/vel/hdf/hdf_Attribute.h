@@ -3,6 +3,7 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_Dataspace.h"
 #include "vel/hdf/hdf_Datatype.h"
 #include "vel/hdf/hdf_Object.h"
@@ -10,7 +11,7 @@
 // An attribute of a group or a dataset, made by their AttributeCreate and AttributeOpen.
 // Write and Read move the whole attribute, converted between `type` (the memory type) and the
 // type it was created with.
-class hdf_Attribute : public hdf_Object {
+class VEL_API hdf_Attribute : public hdf_Object {
 public:
     hdf_Attribute() = default;
     explicit hdf_Attribute(hid_t id) : hdf_Object(id) {}

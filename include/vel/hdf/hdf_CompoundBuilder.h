@@ -3,6 +3,7 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_Datatype.h"
 
 // Builds a compound type member by member.  Insert(name, type) packs members back to back with
@@ -12,7 +13,7 @@
 //
 // The builder owns its type identifier outright and closes it when destroyed; every failure
 // throws an hdf_Exception.
-class hdf_CompoundBuilder {
+class VEL_API hdf_CompoundBuilder {
 public:
     explicit hdf_CompoundBuilder(int size);
     // A failing close throws, unless an exception is already on its way.

@@ -3,9 +3,11 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
+
 // The coordinates of the points of an element selection: `Points()` rows of `Rank()` 64-bit
 // coordinates, row after row, as HDF5 takes them.
-class hdf_CoordArray {
+class VEL_API hdf_CoordArray {
 public:
     hdf_CoordArray() = default;
     hdf_CoordArray(int points, int rank) { Allocate(points, rank); }

@@ -3,6 +3,7 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_Attribute.h"
 #include "vel/hdf/hdf_Dataspace.h"
 #include "vel/hdf/hdf_Datatype.h"
@@ -21,7 +22,7 @@
 // also describes memory), an empty file space for the whole dataset, and an empty transfer list
 // for HDF5's default list; the forms without a transfer list use the default list, which
 // transfers exactly as a freshly created one would.
-class hdf_Dataset : public hdf_Object {
+class VEL_API hdf_Dataset : public hdf_Object {
 public:
     hdf_Dataset() = default;
     // Takes over the reference `id`; `location` is the group the dataset was reached through.

@@ -3,13 +3,14 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_CoordArray.h"
 #include "vel/hdf/hdf_DimArray.h"
 #include "vel/hdf/hdf_DimSpace.h"
 #include "vel/hdf/hdf_Object.h"
 
 // An HDF5 dataspace (simple, rank 1 to 7) and its selection.
-class hdf_Dataspace : public hdf_Object {
+class VEL_API hdf_Dataspace : public hdf_Object {
 public:
     // How a new selection combines with the current one; an illegal value raises
     // "Illegal hdf_Dataspace::Seloper value."

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_Object.h"
 #include "vel/platform/cow_String.h"
 
@@ -12,7 +13,7 @@ class hdf_CompoundBuilder;
 
 // An HDF5 datatype.  The predefined types come wrapped with a reference of their own, so the
 // wrapper's release never takes HDF5's last reference to a library type.
-class hdf_Datatype : public hdf_Object {
+class VEL_API hdf_Datatype : public hdf_Object {
 public:
     // The classes a type can be created with (H5Tcreate).
     enum TypeClassCreate {

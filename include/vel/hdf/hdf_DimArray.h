@@ -3,10 +3,11 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_DimSpace.h"
 
 // A rank (0 to 7) and as many signed 32-bit sizes.  Sizes past the rank are kept at zero.
-class hdf_DimensionedArrayWithSizes {
+class VEL_API hdf_DimensionedArrayWithSizes {
 public:
     static constexpr int MaxRank = hdf_DimSpace::MaxRank;
 
@@ -29,7 +30,7 @@ protected:
 };
 
 // The 32-bit form of a dataspace shape: chunk shapes, hyperslab counts and blocks.
-class hdf_DimArray : public hdf_DimensionedArrayWithSizes {
+class VEL_API hdf_DimArray : public hdf_DimensionedArrayWithSizes {
 public:
     hdf_DimArray() = default;
     hdf_DimArray(int rank, const int32_t* sizes) : hdf_DimensionedArrayWithSizes(rank, sizes) {}
@@ -42,7 +43,7 @@ public:
 };
 
 // hdf_DimArray built from its sizes in place: hdf_DimArrayInput(10, 20).
-class hdf_DimArrayInput : public hdf_DimArray {
+class VEL_API hdf_DimArrayInput : public hdf_DimArray {
 public:
     explicit hdf_DimArrayInput(int32_t d0);
     hdf_DimArrayInput(int32_t d0, int32_t d1);
@@ -57,7 +58,7 @@ public:
 
 // The member counts of a set taken one per dimension (the selected indices of each dimension of
 // a grid); sizeInData() is the number of elements of their cross product.
-class hdf_SetArray : public hdf_DimensionedArrayWithSizes {
+class VEL_API hdf_SetArray : public hdf_DimensionedArrayWithSizes {
 public:
     hdf_SetArray() = default;
     hdf_SetArray(int count, const int32_t* sizes) : hdf_DimensionedArrayWithSizes(count, sizes) {}

@@ -5,10 +5,12 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
+
 // A rank (0 to 7) and as many extents in HDF5's 64-bit unsigned form: the shape of a dataspace,
 // a hyperslab start or stride, an extension.  Extents past the rank are kept at zero, so the
 // whole array can be handed to HDF5 whatever rank HDF5 expects.
-class hdf_DimSpace {
+class VEL_API hdf_DimSpace {
 public:
     static constexpr int MaxRank = 7;
 
@@ -38,7 +40,7 @@ protected:
 };
 
 // hdf_DimSpace built from its extents in place: hdf_DimSpaceInput(10, 20).
-class hdf_DimSpaceInput : public hdf_DimSpace {
+class VEL_API hdf_DimSpaceInput : public hdf_DimSpace {
 public:
     explicit hdf_DimSpaceInput(hsize_t d0);
     hdf_DimSpaceInput(hsize_t d0, hsize_t d1);

@@ -3,12 +3,14 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
+
 // HDF5 error codes with the numbering of the 1.6 series, where majors and minors were plain
 // enumerations (majors 0 to 27, minors 0 to 85).  The HDF5 linked here reports error classes as
 // hid_t identifiers instead; the class conversions below compare an identifier with HDF5's
 // globals of the same name.  A class 1.6 did not have (a newer one, or one an application
 // registered) becomes MajorInternal / MinorNone, so translation never fails.
-class hdf_ErrorCode {
+class VEL_API hdf_ErrorCode {
 public:
     enum Major {
         MajorNone = 0,

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_ErrorCode.h"
 #include "vel/platform/atr_String.h"
 #include "vel/platform/nex_Exception.h"
@@ -14,7 +15,7 @@
 // The text starts with "HDF5 Error stack:\n" and has one line per frame.  Every line repeats the
 // codes and names of the first frame rather than its own: readers of old logs rely on that form,
 // so it is kept.
-class hdf_Exception : public nex_TextException {
+class VEL_API hdf_Exception : public nex_TextException {
 public:
     // Codes 0 and no text; with `collect`, the frames of HDF5's current error stack, from the
     // failed API call down to the innermost failure.  Throws nex_TextException "Unable to extract

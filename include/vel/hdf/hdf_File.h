@@ -3,6 +3,7 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_Group.h"
 #include "vel/hdf/hdf_Object.h"
 #include "vel/hdf/hdf_PropList.h"
@@ -18,7 +19,7 @@
 // start of the file.  HDF5 reserves the block in multiples of 512 bytes (and only accepts a
 // power of two), and skips it when it reads the file; the bytes themselves are written and read
 // with plain file streams.
-class hdf_File : public hdf_Group {
+class VEL_API hdf_File : public hdf_Group {
 public:
     // An illegal value of either enumeration raises "Illegal hdf_File::CreateFlags value."
     enum CreateFlags { CreateFlagsTruncate = 0, CreateFlagsExclusive = 1 };

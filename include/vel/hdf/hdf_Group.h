@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_Attribute.h"
 #include "vel/hdf/hdf_Dataset.h"
 #include "vel/hdf/hdf_Dataspace.h"
@@ -16,7 +17,7 @@
 
 // An HDF5 group, or a file standing for its root group.  Names are relative to the group or
 // absolute in its file.
-class hdf_Group : public hdf_Object {
+class VEL_API hdf_Group : public hdf_Object {
 public:
     // The kinds of group member, with the values of HDF5's H5G_obj_t.  A kind HDF5 reports
     // that is not among them raises "Illegal object type returned from HDF5."

@@ -3,6 +3,7 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_Exception.h"
 #include "vel/platform/cow_String.h"
 
@@ -18,7 +19,7 @@ class hdf_Datatype;
 // A failing HDF5 call throws an hdf_Exception collected from HDF5's error stack, unless the
 // object's no-throw flag is set: then the exception is kept as the object's error state and the
 // operation returns normally.  The flag is clear after construction and after assignment.
-class hdf_Object {
+class VEL_API hdf_Object {
 public:
     hdf_Object() = default;
     // Takes over one reference the caller already holds.

@@ -3,6 +3,7 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
 #include "vel/hdf/hdf_Datatype.h"
 #include "vel/hdf/hdf_DimArray.h"
 #include "vel/hdf/hdf_Object.h"
@@ -10,7 +11,7 @@
 // An HDF5 property list.  Each kind's default constructor creates a fresh list of its class;
 // the constructor from an identifier wraps one HDF5 handed out (a dataset's creation list, a
 // file's access list).  This layer never tunes a list on its own.
-class hdf_PropList : public hdf_Object {
+class VEL_API hdf_PropList : public hdf_Object {
 public:
     hdf_PropList() = default;
     explicit hdf_PropList(hid_t id) : hdf_Object(id) {}
@@ -21,7 +22,7 @@ protected:
 };
 
 // Dataset creation: layout, chunk shape, allocation and fill.
-class hdf_PropListDatasetCreation : public hdf_PropList {
+class VEL_API hdf_PropListDatasetCreation : public hdf_PropList {
 public:
     enum Layout { LayoutCompact = 0, LayoutContiguous = 1, LayoutChunked = 2 };
     // The order differs from HDF5's, where late comes before incremental.
@@ -52,7 +53,7 @@ public:
 };
 
 // Dataset transfer: conversion buffers and the memory manager of variable-length data.
-class hdf_PropListTransfer : public hdf_PropList {
+class VEL_API hdf_PropListTransfer : public hdf_PropList {
 public:
     hdf_PropListTransfer();
     explicit hdf_PropListTransfer(hid_t id) : hdf_PropList(id) {}
@@ -63,7 +64,7 @@ public:
 };
 
 // File access: the metadata and raw-data chunk caches.
-class hdf_PropListFileAccess : public hdf_PropList {
+class VEL_API hdf_PropListFileAccess : public hdf_PropList {
 public:
     hdf_PropListFileAccess();
     explicit hdf_PropListFileAccess(hid_t id) : hdf_PropList(id) {}
@@ -74,7 +75,7 @@ public:
 };
 
 // File creation: the user block reserved at the start of the file.
-class hdf_PropListFileCreate : public hdf_PropList {
+class VEL_API hdf_PropListFileCreate : public hdf_PropList {
 public:
     hdf_PropListFileCreate();
     explicit hdf_PropListFileCreate(hid_t id) : hdf_PropList(id) {}

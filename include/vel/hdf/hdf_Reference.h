@@ -3,11 +3,13 @@
 
 #include <hdf5.h>
 
+#include "vel/VelExport.h"
+
 // An HDF5 object reference: the file address of an object, made by
 // hdf_Dataset::ReferenceCreate and resolved by hdf_Group::DatasetOpen.  It has exactly the size
 // and layout of hobj_ref_t, so an array of references can be written and read as a dataset of
 // hdf_Datatype::STD_REF_OBJ().  The default reference is null (address 0).
-class hdf_Reference {
+class VEL_API hdf_Reference {
 public:
     hdf_Reference() = default;
 

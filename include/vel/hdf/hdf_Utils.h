@@ -3,7 +3,9 @@
 
 #include <cstdint>
 
-class hdf_Utils {
+#include "vel/VelExport.h"
+
+class VEL_API hdf_Utils {
 public:
     // The bytes free to the caller on the volume that holds `path`.  A path that does not exist
     // yet (a file about to be created) is answered for the directory that would hold it.  A

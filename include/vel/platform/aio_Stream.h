@@ -3,9 +3,11 @@
 
 #include <iostream>
 
+#include "vel/VelExport.h"
+
 // Text streams: the library's diagnostics go to the standard streams.
 using aio_ostream = std::ostream;
-extern aio_ostream& aio_cout;
-extern aio_ostream& aio_cerr;
+extern VEL_API aio_ostream& aio_cout;
+extern VEL_API aio_ostream& aio_cerr;
 
 #endif

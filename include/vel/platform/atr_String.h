@@ -4,8 +4,10 @@
 #include <ostream>
 #include <string>
 
+#include "vel/VelExport.h"
+
 // An accumulating text buffer, filled piece by piece with formatted output.
-class atr_String {
+class VEL_API atr_String {
 public:
     atr_String() = default;
     explicit atr_String(const char* text) : m_text(text ? text : "") {}
@@ -26,7 +28,7 @@ private:
 };
 
 // Appends printf-style formatted text to `target`.
-void atr_translate(atr_String& target, const char* format, ...)
+VEL_API void atr_translate(atr_String& target, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 
 #endif

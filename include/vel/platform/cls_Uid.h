@@ -3,8 +3,10 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
+
 // A unique identifier of a class, used to tell exception kinds apart without RTTI.
-struct cls_Uid {
+struct VEL_API cls_Uid {
     uint32_t d1;
     uint16_t d2;
     uint16_t d3;

@@ -1,6 +1,7 @@
 #ifndef VEL_PLATFORM_COW_1DARRAY_H
 #define VEL_PLATFORM_COW_1DARRAY_H
 
+#include <cstddef>
 #include <vector>
 
 // A growable one-dimensional array with value semantics.

@@ -6,9 +6,11 @@
 #include <string>
 #include <utility>
 
+#include "vel/VelExport.h"
+
 // The string value type of the whole public interface.  Keys compare byte by byte as unsigned
 // characters, so the empty string sorts first.
-class cow_String {
+class VEL_API cow_String {
 public:
     cow_String() = default;
     cow_String(const char* text) : m_text(text ? text : "") {}

@@ -5,16 +5,18 @@
 #include <new>
 #include <string>
 
+#include "vel/VelExport.h"
+
 // Memory services.  Every allocation of the library goes through these functions; a failed
 // allocation of a non-zero size throws std::bad_alloc, so callers never see a null result.
-void* mem_Malloc(size_t size);
-void* mem_Calloc(size_t count, size_t size);
-void* mem_Realloc(void* data, size_t size);
-void mem_Free(void* data);
+VEL_API void* mem_Malloc(size_t size);
+VEL_API void* mem_Calloc(size_t count, size_t size);
+VEL_API void* mem_Realloc(void* data, size_t size);
+VEL_API void mem_Free(void* data);
 
 // Gives a class the placement new that returns the place given, a placement delete that does
 // nothing, and an ordinary delete that returns the memory through mem_Free.
-struct mem_AllocationOperators {
+struct VEL_API mem_AllocationOperators {
     static void* operator new(size_t size) { return mem_Malloc(size); }
     static void* operator new(size_t, void* place) noexcept { return place; }
     static void operator delete(void*, void*) noexcept {}
@@ -22,7 +24,7 @@ struct mem_AllocationOperators {
 };
 
 // An allocator that owners hand memory requests to.
-class mem_Allocator {
+class VEL_API mem_Allocator {
 public:
     virtual ~mem_Allocator() = default;
     virtual void* Allocate(size_t size) = 0;
@@ -31,7 +33,7 @@ public:
 
 // A named allocator that counts what it hands out, so that its owner can tell at shutdown
 // whether every block came back.
-class mem_CacheManager : public mem_Allocator {
+class VEL_API mem_CacheManager : public mem_Allocator {
 public:
     explicit mem_CacheManager(const char* name) : m_name(name ? name : "") {}
     void* Allocate(size_t size) override;
@@ -45,7 +47,7 @@ private:
 };
 
 // A pool of equal-sized blocks taken from a cache manager; released blocks are kept for reuse.
-class mem_CachePool {
+class VEL_API mem_CachePool {
 public:
     mem_CachePool(mem_CacheManager& manager, size_t blockSize);
     ~mem_CachePool();

@@ -4,11 +4,12 @@
 #include <exception>
 #include <string>
 
+#include "vel/VelExport.h"
 #include "vel/platform/cls_Uid.h"
 
 // Exceptions of the utility services.  Each carries the source unit and line that raised it and
 // the unique id of its class.
-class nex_Exception : public std::exception {
+class VEL_API nex_Exception : public std::exception {
 public:
     nex_Exception(const char* unit, int line) : m_unit(unit ? unit : ""), m_line(line) {}
     ~nex_Exception() override = default;
@@ -24,7 +25,7 @@ private:
 };
 
 // An exception with a text.
-class nex_TextException : public nex_Exception {
+class VEL_API nex_TextException : public nex_Exception {
 public:
     nex_TextException(const char* unit, int line, const char* text)
         : nex_Exception(unit, line), m_text(text ? text : "") {}
@@ -41,7 +42,7 @@ private:
 };
 
 // Raised by the storage layer for programming errors such as an illegal enumerator value.
-class nex_AssertException : public nex_TextException {
+class VEL_API nex_AssertException : public nex_TextException {
 public:
     nex_AssertException(const char* unit, int line, const char* text)
         : nex_TextException(unit, line, text) {}

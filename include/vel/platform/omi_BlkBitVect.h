@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "vel/VelExport.h"
+
 // A bit vector stored in 64-bit blocks, with a traversal over the set bits in ascending order.
-class omi_BlkBitVect {
+class VEL_API omi_BlkBitVect {
 public:
     omi_BlkBitVect() = default;
     explicit omi_BlkBitVect(int64_t size) { Resize(size); }

@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "vel/VelExport.h"
+
 // Byte-order conversion between the machine's order and a fixed file order.
-class omi_Swapper {
+class VEL_API omi_Swapper {
 public:
     static bool MachineIsLittleEndian() {
         const uint16_t probe = 1;

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "vel/VelExport.h"
+
 // The shape of the elements of an element block.  An element lists its nodes in the order
 // XDMF and VTK number them: the corners, then the edge midpoints, then face and body centres.
 enum class VelCellType {
@@ -27,10 +29,10 @@ enum class VelCellType {
 };
 
 // The number of nodes of one element of `type`.
-int VelCellTypeNodeCount(VelCellType type);
+VEL_API int VelCellTypeNodeCount(VelCellType type);
 // The type's name as it is stored: "vertex", "line2", ... "hex27".
-const char* VelCellTypeName(VelCellType type);
+VEL_API const char* VelCellTypeName(VelCellType type);
 // The type named `name`; false when no type has that name.
-bool VelCellTypeFromName(const std::string& name, VelCellType& type);
+VEL_API bool VelCellTypeFromName(const std::string& name, VelCellType& type);
 
 #endif

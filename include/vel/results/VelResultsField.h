@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "vel/VelExport.h"
+
 class VelResultsFile;
 
 // Where a field's values live: one row per node of the mesh, or one per element of a block.
@@ -20,7 +22,7 @@ enum class VelResultsLocation { Node, Element };
 // EntityCount() x ComponentCount() doubles.  A step written again gets a new drawer, and reads
 // see the newest.  Mistakes (a step that does not exist, a value count that is not the step's,
 // an unknown set) are validation failures that name the field.
-class VelResultsField {
+class VEL_API VelResultsField {
 public:
     VelResultsField() = default;
 

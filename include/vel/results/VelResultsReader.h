@@ -5,13 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "vel/VelExport.h"
 #include "vel/results/VelCellType.h"
 #include "vel/results/VelResultsField.h"
 
 class VelResultsFile;
 
 // An element block as the file holds it.
-struct VelResultsBlock {
+struct VEL_API VelResultsBlock {
     std::string name;
     VelCellType cellType = VelCellType::Vertex;
     int count = 0;
@@ -21,7 +22,7 @@ struct VelResultsBlock {
 };
 
 // An element set: element numbers within its block, in the set's order.
-struct VelResultsElementSet {
+struct VEL_API VelResultsElementSet {
     std::string block;
     std::vector<int> ids;
 };
@@ -35,7 +36,7 @@ struct VelResultsElementSet {
 // VelThrowOnFailure (vel/core/VelAssert.h).
 //
 // The reader starts the library for as long as it lives; the file is open read-only.
-class VelResultsReader {
+class VEL_API VelResultsReader {
 public:
     static VelResultsReader Open(const std::string& path);
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "vel/VelExport.h"
 #include "vel/results/VelCellType.h"
 #include "vel/results/VelResultsField.h"
 
@@ -29,7 +30,7 @@ class VelResultsFile;
 // opens with every step written so far.
 // Mistakes (a name used twice, ids out of range, a count that does not fit) are validation
 // failures with a message naming the object.
-class VelResultsWriter {
+class VEL_API VelResultsWriter {
 public:
     // A new results file at `path`, replacing any file there.
     static VelResultsWriter Create(const std::string& path);

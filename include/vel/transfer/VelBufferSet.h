@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELBUFFERSET_H
 #define VEL_TRANSFER_VELBUFFERSET_H
 
+#include "vel/VelExport.h"
 #include "vel/core/VelTypeKey.h"
 #include "vel/platform/aio_Stream.h"
 
@@ -16,10 +17,10 @@ enum VelBufferType : int {
 };
 
 // "bufMain", "bufIndicesNZ", "bufSparseMap", "bufDiagonal"; "?BadBufferType?" for any other value.
-const char* VelstringNameOf(VelBufferType e);
+VEL_API const char* VelstringNameOf(VelBufferType e);
 
 // Validates that `e` names one of the four buffers ("VelbufMain <= e && e < VelnDpaBufferType").
-void VelCheckBufferType(int e);
+VEL_API void VelCheckBufferType(int e);
 
 // One entry per buffer, zero when the record is made or Init()ed.  Indexing validates the buffer.
 template <class T>
@@ -47,25 +48,25 @@ private:
 // entry, then "  )".
 //
 // Where each buffer's memory begins.
-class VelBufferSet : public VelBufferRecord<void*> {
+class VEL_API VelBufferSet : public VelBufferRecord<void*> {
 public:
     void WriteToOstream(aio_ostream& os) const;
 };
 
 // A size in bytes per buffer.
-class VelBufferSizes : public VelBufferRecord<int> {
+class VEL_API VelBufferSizes : public VelBufferRecord<int> {
 public:
     void WriteToOstream(aio_ostream& os) const;
 };
 
 // The element type held in each buffer; 0 for a buffer that holds nothing.
-class VelBufferDataKeys : public VelBufferRecord<VelTypeKey> {
+class VEL_API VelBufferDataKeys : public VelBufferRecord<VelTypeKey> {
 public:
     void WriteToOstream(aio_ostream& os) const;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelBufferSet& set);
-aio_ostream& operator<<(aio_ostream& os, const VelBufferSizes& sizes);
-aio_ostream& operator<<(aio_ostream& os, const VelBufferDataKeys& keys);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelBufferSet& set);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelBufferSizes& sizes);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelBufferDataKeys& keys);
 
 #endif

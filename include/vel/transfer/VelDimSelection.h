@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELDIMSELECTION_H
 #define VEL_TRANSFER_VELDIMSELECTION_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCSetID.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/platform/aio_Stream.h"
@@ -10,7 +11,7 @@
 // be read when the selection is of that kind ("IsCSet()", "IsOrdinalRange()").  An ordinal range
 // is taken as given: whether its bounds make sense is decided when the transfer's arguments are
 // normalised against the grid.
-class VelDimSelection {
+class VEL_API VelDimSelection {
 public:
     enum Kind { KindNone = 0, KindCSet = 1, KindOrdinalRange = 2 };
 
@@ -43,6 +44,6 @@ private:
     int m_last = 0;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelDimSelection& selection);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelDimSelection& selection);
 
 #endif

@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELDRAWERDESCRIPTION_H
 #define VEL_TRANSFER_VELDRAWERDESCRIPTION_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDistributionID.h"
 #include "vel/context/VelOCompartment.h"
 #include "vel/core/VelArray.h"
@@ -14,7 +15,7 @@
 // needs.  A description is a value: it stays as it was when it was taken.
 //
 // A default-constructed description describes nothing; reading it fails with "m_created".
-class VelDrawerDescription {
+class VEL_API VelDrawerDescription {
 public:
     VelDrawerDescription() = default;
 
@@ -57,6 +58,6 @@ protected:
     VelBufferDataKeys m_dataKeys;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelDrawerDescription& description);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelDrawerDescription& description);
 
 #endif

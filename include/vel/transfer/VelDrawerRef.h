@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELDRAWERREF_H
 #define VEL_TRANSFER_VELDRAWERREF_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDistributionID.h"
 #include "vel/platform/cow_String.h"
 #include "vel/transfer/VelDrawerDescription.h"
@@ -12,7 +13,7 @@
 // datasets) the first time a transfer or a handle needs it and keeps it open; Close lets go of
 // those HDF5 objects, which a reader stepping through many drawers may want, and the next use
 // opens the drawer again.
-class VelDrawerRef {
+class VEL_API VelDrawerRef {
 public:
     explicit VelDrawerRef(const VelDrawerID& id) : m_id(id) {}
 

@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELNORMALIZEARGS_H
 #define VEL_TRANSFER_VELNORMALIZEARGS_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelGrid.h"
 #include "vel/core/VelArgsErrorKey.h"
 #include "vel/transfer/VelRangeViewArgs.h"
@@ -14,16 +15,16 @@
 // (making drawers for new domain unless the caller chose otherwise), oldDomainOverwrite and
 // makeNewDrawer; a read gets requireReadCoverage; lookInOnlyOneDrawer is defined unless a new
 // drawer is made.  Choices that do not apply to the transfer become undefined.
-VelArgsErrorKey VelNormalizeArgs(VelTransferArgs& args);
+VEL_API VelArgsErrorKey VelNormalizeArgs(VelTransferArgs& args);
 
 // Checks the view against a distribution's grid: one selection per grid collection, each
 // naming a different collection of the grid, and ordinal ranges with 0 <= i <= j.
-VelArgsErrorKey VelNormalizeArgs(VelRangeViewArgs& view, const VelGrid& grid);
+VEL_API VelArgsErrorKey VelNormalizeArgs(VelRangeViewArgs& view, const VelGrid& grid);
 
 // The check a transfer runs: the view, then the mode, then the rules that tie them together
 // (sparse serialization against nonzero counts and chunk sizes, chunk sizes against the grid,
 // no ordinal ranges for a new drawer).
-VelArgsErrorKey VelNormalizeArgs(VelRangeViewArgs& view, VelTransferArgs& args,
-                                 const VelGrid& grid);
+VEL_API VelArgsErrorKey VelNormalizeArgs(VelRangeViewArgs& view, VelTransferArgs& args,
+                                         const VelGrid& grid);
 
 #endif

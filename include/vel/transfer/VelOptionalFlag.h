@@ -1,13 +1,14 @@
 #ifndef VEL_TRANSFER_VELOPTIONALFLAG_H
 #define VEL_TRANSFER_VELOPTIONALFLAG_H
 
+#include "vel/VelExport.h"
 #include "vel/platform/aio_Stream.h"
 
 // A three-valued choice of the transfer arguments: undefined, false or true.  Undefined means
 // the caller left the choice to argument normalisation, which fills in a default or, where the
 // choice makes no sense for the transfer, makes it undefined again.  Reading the value of an
 // undefined flag is a validation failure ("m_defined"); IsTrue and IsFalse ask without reading.
-class VelOptionalFlag {
+class VEL_API VelOptionalFlag {
 public:
     VelOptionalFlag() = default;
 
@@ -33,6 +34,6 @@ private:
     bool m_value = false;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelOptionalFlag& flag);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelOptionalFlag& flag);
 
 #endif

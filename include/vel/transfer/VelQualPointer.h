@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
 #include "vel/core/VelTypeKey.h"
 #include "vel/platform/aio_Stream.h"
 
@@ -10,7 +11,7 @@
 // qualifier.  A transient drawer's Data gives its read-only flag as the qualifier (the data of
 // a transfer that does not read must not be written by the caller); VelTransfer::DataPart gives
 // 1.  The default holds no address and key 0.
-class VelQualPointer {
+class VEL_API VelQualPointer {
 public:
     VelQualPointer() = default;
     VelQualPointer(void* address, VelTypeKey key, bool qualifier)
@@ -29,6 +30,6 @@ private:
     uint8_t m_qualifier = 0;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelQualPointer& pointer);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelQualPointer& pointer);
 
 #endif

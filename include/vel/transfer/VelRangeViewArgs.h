@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELRANGEVIEWARGS_H
 #define VEL_TRANSFER_VELRANGEVIEWARGS_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCSetID.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/context/VelOCompartment.h"
@@ -13,7 +14,7 @@
 // the serialization of the values in the buffers.  Each dimension must come to name a different
 // collection of the distribution's grid; that is checked by VelNormalizeArgs against the grid,
 // not here.  Every operation returns the object, for chaining.
-class VelRangeViewArgs {
+class VEL_API VelRangeViewArgs {
 public:
     VelRangeViewArgs() = default;
 
@@ -40,6 +41,6 @@ private:
     VelSerializationType m_serializationType;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelRangeViewArgs& args);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelRangeViewArgs& args);
 
 #endif

@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELSERIALIZATIONTYPE_H
 #define VEL_TRANSFER_VELSERIALIZATIONTYPE_H
 
+#include "vel/VelExport.h"
 #include "vel/core/VelArray.h"
 #include "vel/platform/aio_Stream.h"
 
@@ -16,7 +17,7 @@ enum VelSerializationKey : int {
 // A serialization key and, for the uniformity serialization, one flag per dimension (1 = the
 // values do not vary along that dimension).  The default is standard with no uniform dimensions.
 // A sparse or uniformity serialization is reached only from the standard one.
-class VelSerializationType {
+class VEL_API VelSerializationType {
 public:
     VelSerializationType() = default;
 
@@ -43,8 +44,8 @@ private:
 };
 
 // "VoidSerialization", "StandardSerialization", ...; "<? unknown serialization ?>" otherwise.
-const char* VelstringNameOf(VelSerializationKey key);
+VEL_API const char* VelstringNameOf(VelSerializationKey key);
 
-aio_ostream& operator<<(aio_ostream& os, const VelSerializationType& type);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelSerializationType& type);
 
 #endif

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
 #include "vel/context/VelCSetID.h"
 #include "vel/context/VelCollectionID.h"
 #include "vel/context/VelDistributionRef.h"
@@ -42,7 +43,7 @@
 // a 16-byte boundary; the transient drawer gives the addresses of the data.
 struct VelDrawerRequest;
 
-class VelTransfer {
+class VEL_API VelTransfer {
 public:
     enum Phase {
         ModeSetting = 0,

@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELTRANSFERARGS_H
 #define VEL_TRANSFER_VELTRANSFERARGS_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDistributionID.h"
 #include "vel/core/VelArgsErrorKey.h"
 #include "vel/core/VelArray.h"
@@ -18,7 +19,7 @@ class VelTransfer;
 // clears a choice and none validates.  Contradictions are found, and choices left undefined are
 // filled in, by VelNormalizeArgs (VelNormalizeArgs.h), which a transfer runs before it sizes its
 // buffers.
-class VelTransferArgs {
+class VEL_API VelTransferArgs {
 public:
     VelTransferArgs() = default;
 
@@ -90,6 +91,6 @@ private:
     int m_sparseNNonzero = 0;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelTransferArgs& args);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelTransferArgs& args);
 
 #endif

@@ -1,6 +1,7 @@
 #ifndef VEL_TRANSFER_VELTRANSIENTDRAWER_H
 #define VEL_TRANSFER_VELTRANSIENTDRAWER_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelOCompartment.h"
 #include "vel/context/VelRangeType.h"
 #include "vel/core/VelArray.h"
@@ -13,7 +14,7 @@
 // It lives inside its VelTransfer, which fills it in as the transfer goes through its phases,
 // and is handed out by reference (GetTransientDrawer, ExecRead); the addresses point into the
 // caller's (or the pool's) buffers, never into a copy.
-class VelTransientDrawer {
+class VEL_API VelTransientDrawer {
 public:
     VelTransientDrawer() = default;
     VelTransientDrawer(const VelTransientDrawer&) = delete;

@@ -1,12 +1,13 @@
 #ifndef VEL_TYPES_VELRECHANDLE_H
 #define VEL_TYPES_VELRECHANDLE_H
 
+#include "vel/VelExport.h"
 #include "vel/platform/mem_Memory.h"
 
 // Base of the representations that record-type handles share: the reference count, a virtual
 // destructor and the imported allocator.  A representation does not change once a handle to it
 // has been given out, except for the append-only lists, whose handles share their appends.
-class VelRecShared : public mem_AllocationOperators {
+class VEL_API VelRecShared : public mem_AllocationOperators {
 public:
     VelRecShared() = default;
     VelRecShared(const VelRecShared&) = delete;

@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELRECTYPE_H
 #define VEL_TYPES_VELRECTYPE_H
 
+#include "vel/VelExport.h"
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelRecTypeAssociationMember.h"
 #include "vel/types/VelRecTypeDataRecordMember.h"
@@ -13,7 +14,7 @@ class VelRecTypeFactory;
 // A record type as the type registry stores it and records are written with: a category
 // (VelCategoryDataRecord or VelCategoryAssociation), a type identifier and a shared description.
 // VelRecTypeDataRecord and VelRecTypeAssociation view it by category.
-class VelRecType {
+class VEL_API VelRecType {
 public:
     // A type of category 0 with the null identifier; only for filling arrays.
     VelRecType() = default;
@@ -34,7 +35,7 @@ private:
 // A data record type: its identifier, the identifier of its base type (null without one) and its
 // own members, in schema position order (so in name order for a type made from a schema).
 // The factory makes them.
-class VelRecTypeDataRecord : public VelRecType {
+class VEL_API VelRecTypeDataRecord : public VelRecType {
 public:
     // Validates "type.Category() == VelCategoryDataRecord".
     explicit VelRecTypeDataRecord(const VelRecType& type);
@@ -57,7 +58,7 @@ private:
 };
 
 // An association type: its identifier and exactly two members.
-class VelRecTypeAssociation : public VelRecType {
+class VEL_API VelRecTypeAssociation : public VelRecType {
 public:
     // Validates "type.Category() == VelCategoryAssociation".
     explicit VelRecTypeAssociation(const VelRecType& type);

@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELRECTYPEASSOCIATIONMEMBER_H
 #define VEL_TYPES_VELRECTYPEASSOCIATIONMEMBER_H
 
+#include "vel/VelExport.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelTypeCategories.h"
@@ -11,7 +12,7 @@ class VelRecTypeAssociationMemberRepr;
 
 // The record types that a data-record member of an association may point at.  An ordered list
 // shared by copying.
-class VelRecTypeEntityTypes {
+class VEL_API VelRecTypeEntityTypes {
 public:
     VelRecTypeEntityTypes() = default;
 
@@ -28,7 +29,7 @@ private:
 // how its participants are kept (the option), what they are (an entity kind, or for data
 // records the record types allowed) and how many of them one participant of the other member
 // may have (minOccurs, and maxOccurs with VelTypeAssociationUnbounded for no limit).
-class VelRecTypeAssociationMember {
+class VEL_API VelRecTypeAssociationMember {
 public:
     // A member that describes nothing; only for filling arrays.
     VelRecTypeAssociationMember() = default;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelTypeCategories.h"
@@ -13,7 +14,7 @@ class VelRecTypeDataRecordMembersRepr;
 // One member of a record-side data record type: its name, its data category, its default value
 // and, for string members the default text, for float and double members the dimension.  A
 // member is made through one of the typed views below and shared by copying.
-class VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeDataRecordMember {
 public:
     // A member that names nothing; only for filling arrays.
     VelRecTypeDataRecordMember() = default;
@@ -42,7 +43,7 @@ private:
 // The typed views.  Each is built either from a name and a default (and, where the category has
 // one, a dimension) or from a member, asserting that the member has the view's category.
 
-class VelRecTypeBoolean : public VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeBoolean : public VelRecTypeDataRecordMember {
 public:
     VelRecTypeBoolean(const cow_String& name, bool defaultValue);
     explicit VelRecTypeBoolean(const VelRecTypeDataRecordMember& member);
@@ -50,35 +51,35 @@ public:
 };
 
 // An unsigned 8-bit value ("octet" in a schema).
-class VelRecTypeChar : public VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeChar : public VelRecTypeDataRecordMember {
 public:
     VelRecTypeChar(const cow_String& name, unsigned char defaultValue);
     explicit VelRecTypeChar(const VelRecTypeDataRecordMember& member);
     unsigned char DefaultValue() const;
 };
 
-class VelRecTypeShort : public VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeShort : public VelRecTypeDataRecordMember {
 public:
     VelRecTypeShort(const cow_String& name, short defaultValue);
     explicit VelRecTypeShort(const VelRecTypeDataRecordMember& member);
     short DefaultValue() const;
 };
 
-class VelRecTypeInteger : public VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeInteger : public VelRecTypeDataRecordMember {
 public:
     VelRecTypeInteger(const cow_String& name, int defaultValue);
     explicit VelRecTypeInteger(const VelRecTypeDataRecordMember& member);
     int DefaultValue() const;
 };
 
-class VelRecTypeInt64 : public VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeInt64 : public VelRecTypeDataRecordMember {
 public:
     VelRecTypeInt64(const cow_String& name, int64_t defaultValue);
     explicit VelRecTypeInt64(const VelRecTypeDataRecordMember& member);
     int64_t DefaultValue() const;
 };
 
-class VelRecTypeFloat : public VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeFloat : public VelRecTypeDataRecordMember {
 public:
     VelRecTypeFloat(const cow_String& name, float defaultValue,
                     const cow_String& dimension = cow_String());
@@ -87,7 +88,7 @@ public:
     const cow_String& Dimension() const;
 };
 
-class VelRecTypeDouble : public VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeDouble : public VelRecTypeDataRecordMember {
 public:
     VelRecTypeDouble(const cow_String& name, double defaultValue,
                      const cow_String& dimension = cow_String());
@@ -97,7 +98,7 @@ public:
 };
 
 // A text member; records hold a reference into the context's string table.
-class VelRecTypeString : public VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeString : public VelRecTypeDataRecordMember {
 public:
     VelRecTypeString(const cow_String& name, const cow_String& defaultValue);
     explicit VelRecTypeString(const VelRecTypeDataRecordMember& member);
@@ -106,7 +107,7 @@ public:
 
 // A symbolic constant: records hold the number of one of LimitValue() values.  Every
 // constructor asserts "LimitValue() > 0" and then that the default is one of the numbers.
-class VelRecTypeSymConst : public VelRecTypeDataRecordMember {
+class VEL_API VelRecTypeSymConst : public VelRecTypeDataRecordMember {
 public:
     VelRecTypeSymConst(const cow_String& name, int limit, int defaultValue);
     VelRecTypeSymConst(int limit, int defaultValue);
@@ -119,7 +120,7 @@ private:
 };
 
 // An ordered list of members, shared by copying.  It allocates its storage on the first Append.
-class VelRecTypeDataRecordMembers {
+class VEL_API VelRecTypeDataRecordMembers {
 public:
     VelRecTypeDataRecordMembers() = default;
 

@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELRECTYPEEXPANDEDDATARECORD_H
 #define VEL_TYPES_VELRECTYPEEXPANDEDDATARECORD_H
 
+#include "vel/VelExport.h"
 #include "vel/core/VelArray.h"
 #include "vel/types/VelRecType.h"
 #include "vel/types/VelTypeRegistry.h"
@@ -8,7 +9,7 @@
 // A data record type with its whole base chain flattened into one member list: the deepest
 // base's members first, then each derived type's own, down to the type itself.  This is the
 // layout of a stored record: each member occupies Size() bytes at its offset.
-class VelRecTypeExpandedDataRecord {
+class VEL_API VelRecTypeExpandedDataRecord {
 public:
     // Walks the base chain through `registry`.  Every base must be registered, and the chain
     // may not be 1024 or more bases deep (which also ends a cyclic chain).

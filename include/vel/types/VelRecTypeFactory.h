@@ -1,13 +1,14 @@
 #ifndef VEL_TYPES_VELRECTYPEFACTORY_H
 #define VEL_TYPES_VELRECTYPEFACTORY_H
 
+#include "vel/VelExport.h"
 #include "vel/types/VelRecType.h"
 #include "vel/types/VelTypeAssociation.h"
 #include "vel/types/VelTypeDataRecord.h"
 
 // Makes record types, from the schema types of a snapshot or directly from identifiers.  Views
 // and extend transactions hand one out; it keeps no state.
-class VelRecTypeFactory {
+class VEL_API VelRecTypeFactory {
 public:
     // The record type of a schema data record: its identifier, its base's identifier and one
     // record member per schema member, in schema position (name) order.  A symbolic constant

@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPEASSOCIATION_H
 #define VEL_TYPES_VELTYPEASSOCIATION_H
 
+#include "vel/VelExport.h"
 #include "vel/core/VelHolder.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelTypeCategories.h"
@@ -10,7 +11,7 @@ class VelTypeAssociationMemberRepr;
 struct VelTypesAccess;
 
 // An observer of one member of a schema association type.  Every operation asserts "repr".
-class VelTypeAssociationMember : public VelWeakReference<VelTypeAssociationMemberRepr> {
+class VEL_API VelTypeAssociationMember : public VelWeakReference<VelTypeAssociationMemberRepr> {
 public:
     VelTypeAssociationMember() = default;
 
@@ -38,7 +39,7 @@ private:
 
 // An association type declaration of a form.  Its members are sorted once, on the first read by
 // position, by byte-wise order of their role names.
-class VelTypeAssociation : public VelTypeRef {
+class VEL_API VelTypeAssociation : public VelTypeRef {
 public:
     VelTypeAssociation() = default;
     // Asserts that `type` is an association.

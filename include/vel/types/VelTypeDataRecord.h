@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPEDATARECORD_H
 #define VEL_TYPES_VELTYPEDATARECORD_H
 
+#include "vel/VelExport.h"
 #include "vel/types/VelTypeDataRecordMember.h"
 #include "vel/types/VelTypeRef.h"
 
@@ -8,7 +9,7 @@
 // and type name, and its own members.  Members are kept in a list sorted once, on the first read
 // by position, by byte-wise order of their names; positions are positions in that sorted list,
 // and appending after the sort is a validation failure.
-class VelTypeDataRecord : public VelTypeRef {
+class VEL_API VelTypeDataRecord : public VelTypeRef {
 public:
     VelTypeDataRecord() = default;
     // Asserts that `type` is a data record.

@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPEDATARECORDFLAT_H
 #define VEL_TYPES_VELTYPEDATARECORDFLAT_H
 
+#include "vel/VelExport.h"
 #include "vel/core/VelHolder.h"
 #include "vel/types/VelTypeAssociation.h"
 #include "vel/types/VelTypeDataRecord.h"
@@ -12,7 +13,7 @@ struct VelTypesAccess;
 // base first, then those of each derived type in turn, and the associations of the snapshot in
 // which records of the type may take part.  Owned by its snapshot; every operation asserts
 // "repr".
-class VelTypeDataRecordFlat : public VelWeakReference<VelTypeDataRecordFlatRepr> {
+class VEL_API VelTypeDataRecordFlat : public VelWeakReference<VelTypeDataRecordFlatRepr> {
 public:
     VelTypeDataRecordFlat() = default;
 

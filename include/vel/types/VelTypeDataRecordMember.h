@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
 #include "vel/core/VelAssert.h"
 #include "vel/core/VelHolder.h"
 #include "vel/platform/cow_String.h"
@@ -13,7 +14,7 @@ struct VelTypesAccess;
 
 // An observer of one member of a schema data record type: its name, its category and, through
 // the typed views below, its default.  Every operation asserts "repr".
-class VelTypeDataRecordMember : public VelWeakReference<VelTypeDataRecordMemberRepr> {
+class VEL_API VelTypeDataRecordMember : public VelWeakReference<VelTypeDataRecordMemberRepr> {
 public:
     VelTypeDataRecordMember() = default;
 
@@ -55,21 +56,21 @@ using VelTypeFloatMember = VelTypeTypedMember<VelDataCategoryFloat, float>;
 using VelTypeDoubleMember = VelTypeTypedMember<VelDataCategoryDouble, double>;
 using VelTypeStringMember = VelTypeTypedMember<VelDataCategoryString, cow_String>;
 
-extern template class VelTypeTypedMember<VelDataCategoryBool, bool>;
-extern template class VelTypeTypedMember<VelDataCategoryOctet, unsigned char>;
-extern template class VelTypeTypedMember<VelDataCategoryShort, short>;
-extern template class VelTypeTypedMember<VelDataCategoryInt, int>;
-extern template class VelTypeTypedMember<VelDataCategoryInt64, int64_t>;
-extern template class VelTypeTypedMember<VelDataCategoryFloat, float>;
-extern template class VelTypeTypedMember<VelDataCategoryDouble, double>;
-extern template class VelTypeTypedMember<VelDataCategoryString, cow_String>;
-extern template class VelTypeTypedMember<VelDataCategorySymConst, int>;
+extern template class VEL_API VelTypeTypedMember<VelDataCategoryBool, bool>;
+extern template class VEL_API VelTypeTypedMember<VelDataCategoryOctet, unsigned char>;
+extern template class VEL_API VelTypeTypedMember<VelDataCategoryShort, short>;
+extern template class VEL_API VelTypeTypedMember<VelDataCategoryInt, int>;
+extern template class VEL_API VelTypeTypedMember<VelDataCategoryInt64, int64_t>;
+extern template class VEL_API VelTypeTypedMember<VelDataCategoryFloat, float>;
+extern template class VEL_API VelTypeTypedMember<VelDataCategoryDouble, double>;
+extern template class VEL_API VelTypeTypedMember<VelDataCategoryString, cow_String>;
+extern template class VEL_API VelTypeTypedMember<VelDataCategorySymConst, int>;
 
 // A symbolic constant: a list of value names, numbered in byte-wise order of the names (not in
 // declaration order), so that the numbers do not depend on how a schema lists its values.  The
 // list is sorted, and closed, on the first read.  A symbolic constant without values cannot be
 // read.
-class VelTypeSymConstMember : public VelTypeTypedMember<VelDataCategorySymConst, int> {
+class VEL_API VelTypeSymConstMember : public VelTypeTypedMember<VelDataCategorySymConst, int> {
 public:
     explicit VelTypeSymConstMember(const VelTypeDataRecordMember& member)
         : VelTypeTypedMember(member) {}

@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPEFORM_H
 #define VEL_TYPES_VELTYPEFORM_H
 
+#include "vel/VelExport.h"
 #include "vel/core/VelHolder.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelTypeID.h"
@@ -17,7 +18,7 @@ struct VelTypesAccess;
 // the identifiers, and is closed.  Reading an empty form is an assertion failure.
 //
 // An observer of a form owned by a VelTypeFormManager; every operation asserts "repr".
-class VelTypeForm : public VelWeakReference<VelTypeFormRepr> {
+class VEL_API VelTypeForm : public VelWeakReference<VelTypeFormRepr> {
 public:
     VelTypeForm() = default;
 

@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPEFORMMANAGER_H
 #define VEL_TYPES_VELTYPEFORMMANAGER_H
 
+#include "vel/VelExport.h"
 #include "vel/core/VelAutoPtr.h"
 #include "vel/core/VelHolder.h"
 #include "vel/platform/cow_String.h"
@@ -14,7 +15,7 @@ struct VelTypesAccess;
 // The manager is deleted out of line, so that its holder can live where the manager's
 // representation is only declared.
 template <>
-struct VelAutoPtrObjectOutline<VelTypeFormManagerRepr> {
+struct VEL_API VelAutoPtrObjectOutline<VelTypeFormManagerRepr> {
     static void Delete(VelTypeFormManagerRepr* repr);
 };
 
@@ -22,7 +23,7 @@ using VelTypeFormManagerHolder = VelHolder<VelTypeFormManagerRepr, VelTypeFormMa
 
 // Holds the forms read from schema text, the dependencies between form schemas, and the cache of
 // schema snapshots.  Every operation asserts "repr".
-class VelTypeFormManager : public VelWeakReference<VelTypeFormManagerRepr> {
+class VEL_API VelTypeFormManager : public VelWeakReference<VelTypeFormManagerRepr> {
 public:
     VelTypeFormManager() = default;
 

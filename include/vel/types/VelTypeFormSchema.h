@@ -1,13 +1,14 @@
 #ifndef VEL_TYPES_VELTYPEFORMSCHEMA_H
 #define VEL_TYPES_VELTYPEFORMSCHEMA_H
 
+#include "vel/VelExport.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelTypeForm.h"
 
 // A form at one level: the types of the form whose declarations are at or below that level.
 // Equal pairs name the same schema.  The form's name is kept beside the form, so schemas compare
 // and order (by form name byte-wise, then by level) without reaching the form itself.
-class VelTypeFormSchema {
+class VEL_API VelTypeFormSchema {
 public:
     // No form, level 0.
     VelTypeFormSchema() = default;

@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPEID_H
 #define VEL_TYPES_VELTYPEID_H
 
+#include "vel/VelExport.h"
 #include "vel/platform/aio_Stream.h"
 #include "vel/platform/cow_String.h"
 
@@ -17,7 +18,7 @@
 // numbers.  The null identifier (empty form name, ordinal -1) sorts before every other one.
 //
 // Text form: "<form>#<ordinal>", or "*NULL*" for the null identifier.
-class VelTypeID {
+class VEL_API VelTypeID {
 public:
     static constexpr int e_MaxFormNameLength = 59;
 
@@ -50,7 +51,7 @@ private:
     int m_ordinal;
 };
 
-aio_ostream& operator<<(aio_ostream& os, const VelTypeID& id);
+VEL_API aio_ostream& operator<<(aio_ostream& os, const VelTypeID& id);
 
 // The three-way comparison the ordered maps use for their keys.
 inline int VelCompareKeys(const VelTypeID& a, const VelTypeID& b) {

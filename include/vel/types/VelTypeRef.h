@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPEREF_H
 #define VEL_TYPES_VELTYPEREF_H
 
+#include "vel/VelExport.h"
 #include "vel/core/VelHolder.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelTypeForm.h"
@@ -11,7 +12,7 @@ struct VelTypesAccess;
 
 // A type named by its form and its name, as a schema refers to a base type or a target type.
 // It is resolved to a VelTypeID when a schema snapshot is built.
-class VelTypeQualifiedName {
+class VEL_API VelTypeQualifiedName {
 public:
     VelTypeQualifiedName() = default;
     VelTypeQualifiedName(const VelTypeForm& form, const cow_String& typeName)
@@ -27,7 +28,7 @@ private:
 
 // An observer of one type declaration of a form: what data record and association declarations
 // have in common.  Every operation asserts "repr".
-class VelTypeRef : public VelWeakReference<VelTypeRepr> {
+class VEL_API VelTypeRef : public VelWeakReference<VelTypeRepr> {
 public:
     VelTypeRef() = default;
 

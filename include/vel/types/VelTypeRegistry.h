@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPEREGISTRY_H
 #define VEL_TYPES_VELTYPEREGISTRY_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDynamicID.h"
 #include "vel/core/VelAutoPtr.h"
 #include "vel/types/VelRecType.h"
@@ -11,7 +12,7 @@ class VelTypeRegistryRepr;
 // The registry is deleted out of line, so that it can be declared where its representation is
 // only declared.
 template <>
-struct VelAutoPtrObjectOutline<VelTypeRegistryRepr> {
+struct VEL_API VelAutoPtrObjectOutline<VelTypeRegistryRepr> {
     static void Delete(VelTypeRegistryRepr* repr);
 };
 
@@ -22,7 +23,7 @@ struct VelAutoPtrObjectOutline<VelTypeRegistryRepr> {
 // A transaction that changes types records the new versions beside the registered ones
 // (UpdateType); they become the registered types when the changes are committed, or are dropped.
 // A type that records have been created or read with is locked and can no longer be updated.
-class VelTypeRegistry {
+class VEL_API VelTypeRegistry {
 public:
     VelTypeRegistry();
     ~VelTypeRegistry();

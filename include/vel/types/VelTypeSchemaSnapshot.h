@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPESCHEMASNAPSHOT_H
 #define VEL_TYPES_VELTYPESCHEMASNAPSHOT_H
 
+#include "vel/VelExport.h"
 #include "vel/core/VelHolder.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelTypeAssociation.h"
@@ -19,7 +20,7 @@ struct VelTypesAccess;
 // level, ordered by VelTypeID.  Base types and target types are resolved when the snapshot is
 // built.  Snapshots are made, cached and owned by a VelTypeFormManager and never change; every
 // operation asserts "repr".
-class VelTypeSchemaSnapshot : public VelWeakReference<VelTypeSchemaSnapshotRepr> {
+class VEL_API VelTypeSchemaSnapshot : public VelWeakReference<VelTypeSchemaSnapshotRepr> {
 public:
     VelTypeSchemaSnapshot() = default;
 

@@ -1,6 +1,7 @@
 #ifndef VEL_TYPES_VELTYPESFORM_H
 #define VEL_TYPES_VELTYPESFORM_H
 
+#include "vel/VelExport.h"
 #include "vel/types/VelRecTypeAssociationMember.h"
 #include "vel/types/VelTypeCategories.h"
 #include "vel/types/VelTypeID.h"
@@ -14,7 +15,7 @@
 // members, DataRecordRefTargetTypes pairs.
 //
 // The mappings below translate between record types and those records, in both directions.
-class VelTypesForm {
+class VEL_API VelTypesForm {
 public:
     // The form as QARN text.
     static const char* Text();

@@ -1,6 +1,7 @@
 #ifndef VEL_VIEWS_VELASSOCIATION_H
 #define VEL_VIEWS_VELASSOCIATION_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDynamicID.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelRecHandle.h"
@@ -16,7 +17,7 @@ struct VelViewsAccess;
 // An ordered member keeps, for each participant of the other member, its participants at
 // positions 0, 1, 2, ...; a string-key member keeps them under distinct keys.  The record
 // selections (VelSelection.h) read an association.
-class VelAssociation {
+class VEL_API VelAssociation {
 public:
     VelAssociation() = default;
 
@@ -56,7 +57,7 @@ protected:
 // stay dense from 0; RemoveAll removes the pairs one by one the same way.
 //
 // The occurrence bounds of the members are checked when the transaction commits.
-class VelAssociationUpdate : public VelAssociation {
+class VEL_API VelAssociationUpdate : public VelAssociation {
 public:
     VelAssociationUpdate() = default;
 

@@ -1,6 +1,7 @@
 #ifndef VEL_VIEWS_VELASSOCIATIONID_H
 #define VEL_VIEWS_VELASSOCIATIONID_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDynamicID.h"
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelTypeID.h"
@@ -13,7 +14,7 @@ class VelAssociationIDRepr;
 // them out (VelView::AssociationID); later views of the same lineage keep them.
 //
 // Order: the dynamic identifiers' order; the null identifier sorts first.
-class VelAssociationID {
+class VEL_API VelAssociationID {
 public:
     // The null identifier.
     VelAssociationID();

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDynamicID.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelRecHandle.h"
@@ -16,7 +17,7 @@ struct VelViewsAccess;
 // the member to be of its category; a string member resolves its reference through the
 // context's string table.  A default handle is bound to nothing, and every operation asserts
 // "m_Target".  Handles share the record.
-class VelDataRecord {
+class VEL_API VelDataRecord {
 public:
     VelDataRecord() = default;
 
@@ -52,7 +53,7 @@ protected:
 // Read and write access to a data record of an active transaction.  The setters change the
 // record, not the handle; the changes reach the file when the transaction commits.  Setting a
 // member after the transaction has ended is refused.
-class VelDataRecordUpdate : public VelDataRecord {
+class VEL_API VelDataRecordUpdate : public VelDataRecord {
 public:
     VelDataRecordUpdate() = default;
 

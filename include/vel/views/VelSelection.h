@@ -1,6 +1,7 @@
 #ifndef VEL_VIEWS_VELSELECTION_H
 #define VEL_VIEWS_VELSELECTION_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDynamicID.h"
 #include "vel/core/VelArray.h"
 #include "vel/core/VelBtree.h"
@@ -14,7 +15,7 @@
 
 // In the order the association keeps them: by position when the other member is ordered,
 // otherwise in the order the pairs were inserted.
-class VelSelectionList {
+class VEL_API VelSelectionList {
 public:
     VelSelectionList(const VelAssociation& association, int whichMember, const VelDynamicID& id);
 
@@ -28,7 +29,7 @@ private:
 };
 
 // Ordered by the other participants' identifiers.
-class VelSelectionSet {
+class VEL_API VelSelectionSet {
 public:
     VelSelectionSet(const VelAssociation& association, int whichMember, const VelDynamicID& id);
 
@@ -43,7 +44,7 @@ private:
 class VelSelectionMapIter;
 
 // Keyed by the other participants' string keys: the other member must be keyed by string.
-class VelSelectionMap {
+class VEL_API VelSelectionMap {
 public:
     VelSelectionMap(const VelAssociation& association, int whichMember, const VelDynamicID& id);
 
@@ -58,7 +59,7 @@ private:
 };
 
 // Walks a selection map in key order.
-class VelSelectionMapIter {
+class VEL_API VelSelectionMapIter {
 public:
     explicit VelSelectionMapIter(const VelSelectionMap& map) : m_It(map.m_Map) {}
 

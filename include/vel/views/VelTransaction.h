@@ -1,6 +1,7 @@
 #ifndef VEL_VIEWS_VELTRANSACTION_H
 #define VEL_VIEWS_VELTRANSACTION_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDynamicID.h"
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelRecType.h"
@@ -20,7 +21,7 @@ class VelTransactionRepr;
 // without Commit() leaves the view and the file as they were before it began.  Every operation
 // of an ended transaction, and every setter of a record or association it handed out, is
 // refused.
-class VelTransaction {
+class VEL_API VelTransaction {
 public:
     VelTransaction(const VelTransaction&) = delete;
     VelTransaction& operator=(const VelTransaction&) = delete;
@@ -45,7 +46,7 @@ private:
 };
 
 // Edits the records of a new edition.
-class VelTransactionEdit : public VelTransaction {
+class VEL_API VelTransactionEdit : public VelTransaction {
 public:
     explicit VelTransactionEdit(const VelViewUpdateEdition& view);
 
@@ -56,7 +57,7 @@ public:
 };
 
 // Extends a view of a form: its types, then its records.
-class VelTransactionExtend : public VelTransaction {
+class VEL_API VelTransactionExtend : public VelTransaction {
 public:
     explicit VelTransactionExtend(const VelViewUpdateForm& view);
 
@@ -78,7 +79,7 @@ public:
 };
 
 // Moves a view to another level of its ancestor's form.
-class VelTransactionUpgrade : public VelTransaction {
+class VEL_API VelTransactionUpgrade : public VelTransaction {
 public:
     explicit VelTransactionUpgrade(const VelViewUpdateLevel& view);
 

@@ -1,6 +1,7 @@
 #ifndef VEL_VIEWS_VELVIEW_H
 #define VEL_VIEWS_VELVIEW_H
 
+#include "vel/VelExport.h"
 #include "vel/context/VelDynamicID.h"
 #include "vel/core/VelArray.h"
 #include "vel/platform/cow_String.h"
@@ -24,7 +25,7 @@ struct VelViewsAccess;
 // A mutable view changes through one transaction at a time, of the class its kind calls for,
 // and is finished by Publish(); readers find the latest published edition of a form and level.
 // Handles share the view; a view whose context has been closed refuses every use.
-class VelView {
+class VEL_API VelView {
 public:
     // Bound to nothing.
     VelView() = default;
@@ -67,7 +68,7 @@ protected:
 };
 
 // A published view, opened for reading.
-class VelViewRead : public VelView {
+class VEL_API VelViewRead : public VelView {
 public:
     VelViewRead() = default;
 
@@ -77,7 +78,7 @@ private:
 };
 
 // A new edition of a view: the same schema, its records edited through VelTransactionEdit.
-class VelViewUpdateEdition : public VelView {
+class VEL_API VelViewUpdateEdition : public VelView {
 public:
     VelViewUpdateEdition() = default;
     // Makes the view readable by form name and level and ends its changes: publishing a view
@@ -90,7 +91,7 @@ private:
 };
 
 // A view of a form, extended through VelTransactionExtend.
-class VelViewUpdateForm : public VelView {
+class VEL_API VelViewUpdateForm : public VelView {
 public:
     VelViewUpdateForm() = default;
     void Publish() const;
@@ -101,7 +102,7 @@ private:
 };
 
 // A view at another level of its ancestor's form, through VelTransactionUpgrade.
-class VelViewUpdateLevel : public VelView {
+class VEL_API VelViewUpdateLevel : public VelView {
 public:
     VelViewUpdateLevel() = default;
     void Publish() const;

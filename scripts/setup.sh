@@ -4,7 +4,8 @@
 set -euo pipefail
 
 packages=(build-essential cmake pkg-config libhdf5-dev libexpat1-dev googletest libgtest-dev
-          libgmock-dev libbenchmark-dev hdf5-tools python3-h5py python3-meshio "$@")
+          libgmock-dev libbenchmark-dev hdf5-tools hdf5-filter-plugin python3-h5py python3-meshio
+          "$@")
 
 missing=()
 for p in "${packages[@]}"; do

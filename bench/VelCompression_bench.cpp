@@ -309,7 +309,7 @@ int main(int argc, char** argv) {
             const std::string name = std::string(write ? "Write/" : "Read/") + p.Name().c_str();
             benchmark::RegisterBenchmark(name.c_str(), write ? BM_Write : BM_Read, p)
                 ->UseManualTime()
-                ->Iterations(3)
+                ->Iterations(write ? 3 : 7)
                 ->Unit(benchmark::kMillisecond);
         }
     }

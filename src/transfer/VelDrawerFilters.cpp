@@ -94,8 +94,10 @@ hdf_PropListDatasetAccess VelChunkCache(const VelArray<int>& sizes, const VelArr
     int64_t total = 1;
     std::vector<int64_t> across(static_cast<size_t>(n));
     for (int d = 0; d < n; ++d) {
-        chunkBytes *= chunks[d];
-        across[static_cast<size_t>(d)] = (int64_t(sizes[d]) + chunks[d] - 1) / chunks[d];
+        // HDF5 opens no dataset with a chunk extent below 1; the guard keeps the division sound.
+        const int64_t chunk = std::max(1, chunks[d]);
+        chunkBytes *= chunk;
+        across[static_cast<size_t>(d)] = (int64_t(sizes[d]) + chunk - 1) / chunk;
         total *= across[static_cast<size_t>(d)];
     }
     // A cross-section across dimension d holds total / across[d] chunks.

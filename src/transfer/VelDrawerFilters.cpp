@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int64_t kCrossSectionBytes = 4 << 20;
+constexpr int64_t kCrossSectionBytes = 1 << 20;
 constexpr int64_t kMaxCacheBytes = 64 << 20;
 constexpr int64_t kMinSlots = 521;
 constexpr int64_t kMaxSlots = 65521;

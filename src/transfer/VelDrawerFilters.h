@@ -27,7 +27,8 @@ VelCompression VelStoredCompression(const hdf_PropListDatasetCreation& creation,
 // range ends in twice (this range and the next) unless they stay cached: the cache holds one
 // cross-section of chunks across the dimension of most chunks, the one a view steps through in
 // practice (the last rows of a 256 KiB chunk shape, the nodes of a field), and across any other
-// dimension as far as 4 MiB go.  Fully read chunks are evicted first (w0 = 1).
+// dimension as far as 1 MiB (HDF5's own default) goes, so that a reader holding many drawers
+// open holds no more than HDF5 would.  Fully read chunks are evicted first (w0 = 1).
 hdf_PropListDatasetAccess VelChunkCache(const VelArray<int>& sizes, const VelArray<int>& chunks,
                                         int elementSize);
 

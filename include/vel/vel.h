@@ -61,6 +61,7 @@
 #include "vel/context/VelCollectionID.h"
 #include "vel/context/VelCollectionRef.h"
 #include "vel/context/VelCompartment.h"
+#include "vel/context/VelCompression.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelContextRef.h"
 #include "vel/context/VelCtation.h"

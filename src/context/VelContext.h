@@ -10,6 +10,7 @@
 #include "context/VelDistribution.h"
 #include "context/VelSignature.h"
 #include "vel/context/VelCollectionID.h"
+#include "vel/context/VelCompression.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelDSetID.h"
 #include "vel/context/VelDistributionID.h"
@@ -129,6 +130,10 @@ public:
     VelArray<VelDistributionID> Distributions() const;
     VelArray<VelDSetID> DSets() const;
 
+    // What drawers made without a compression of their own are compressed with.
+    void SetDefaultCompression(const VelCompression& c) { m_defaultCompression = c; }
+    const VelCompression& DefaultCompression() const { return m_defaultCompression; }
+
 private:
     // A group under the root with its "type" attribute.
     struct TypedMember {
@@ -177,6 +182,7 @@ private:
     hdf_Group m_stringTable;
     hdf_Group m_record;
     VelAutoPtr<VelContextAttachment> m_recordStore;
+    VelCompression m_defaultCompression;
 };
 
 #endif

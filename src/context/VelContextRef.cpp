@@ -43,3 +43,12 @@ hdf_File VelContextRef::File() const {
 mem_CachePool* VelContextRef::Pool() const {
     return Target().Pool();
 }
+
+void VelContextRef::SetDefaultCompression(const VelCompression& compression) const {
+    compression.RequireAvailable();
+    Target().SetDefaultCompression(compression);
+}
+
+VelCompression VelContextRef::DefaultCompression() const {
+    return Target().DefaultCompression();
+}

@@ -84,8 +84,23 @@ hdf_Dataset hdf_Group::DatasetCreate(const char* name, const hdf_Datatype& type,
     return DatasetCreateWith(name, type, space, creation.ID());
 }
 
+hdf_Dataset hdf_Group::DatasetCreate(const char* name, const hdf_Datatype& type,
+                                     const hdf_Dataspace& space,
+                                     const hdf_PropListDatasetCreation& creation,
+                                     const hdf_PropListDatasetAccess& access) const {
+    const hid_t id =
+        H5Dcreate2(ID(), name, type.ID(), space.ID(), H5P_DEFAULT, creation.ID(), access.ID());
+    return Succeeded(id, HDF_HERE) ? hdf_Dataset(*this, id) : hdf_Dataset();
+}
+
 hdf_Dataset hdf_Group::DatasetOpen(const char* name) const {
     const hid_t id = H5Dopen(ID(), name);
+    return Succeeded(id, HDF_HERE) ? hdf_Dataset(*this, id) : hdf_Dataset();
+}
+
+hdf_Dataset hdf_Group::DatasetOpen(const char* name,
+                                   const hdf_PropListDatasetAccess& access) const {
+    const hid_t id = H5Dopen2(ID(), name, access.ID());
     return Succeeded(id, HDF_HERE) ? hdf_Dataset(*this, id) : hdf_Dataset();
 }
 

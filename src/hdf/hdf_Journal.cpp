@@ -701,6 +701,10 @@ void hdf_Journal::BeginCommit(hid_t file) {
     if (State* s = Find(file)) s->committing = true;
 }
 
+void hdf_Journal::KeepRawWrites(hid_t file) {
+    if (State* s = Find(file)) s->committing = true;
+}
+
 void hdf_Journal::Commit(hid_t file, bool sync) {
     if (State* s = Find(file)) CommitState(*s, sync);
 }

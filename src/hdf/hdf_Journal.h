@@ -48,6 +48,10 @@ struct hdf_Journal {
     // From here until Commit, raw-data writes below the committed end are kept for the commit
     // as well, so that the caller's write-back reaches the file in one step.
     static void BeginCommit(hid_t file);
+    // From here until the next Commit, raw-data writes below the committed end are kept for
+    // the commit.  A filtered chunk rewritten in place must not be torn by a kill: half a
+    // compressed chunk decodes to nothing, where half a raw one still holds the old values.
+    static void KeepRawWrites(hid_t file);
     // Makes everything HDF5 has handed to the driver part of the committed state, in one step
     // that a kill cannot split.  Without `sync` the result survives the death of the process;
     // with it the file's data and the journal are forced to stable storage (fsync) in an order

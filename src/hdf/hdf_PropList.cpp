@@ -1,5 +1,6 @@
 #include "vel/hdf/hdf_PropList.h"
 
+#include <algorithm>
 #include <climits>
 
 #include "hdf/hdf_Here.h"
@@ -163,6 +164,67 @@ void hdf_PropListDatasetCreation::SetFillValue(const hdf_Datatype& type, const v
 
 void hdf_PropListDatasetCreation::GetFillValue(const hdf_Datatype& type, void* value) const {
     Succeeded(H5Pget_fill_value(ID(), type.ID(), value), HDF_HERE);
+}
+
+void hdf_PropListDatasetCreation::AddFilter(H5Z_filter_t filter, const unsigned* values,
+                                            int count) {
+    HDF_REQUIRE(count >= 0, "count >= 0");
+    Succeeded(H5Pset_filter(ID(), filter, H5Z_FLAG_MANDATORY, static_cast<size_t>(count), values),
+              HDF_HERE);
+}
+
+int hdf_PropListDatasetCreation::FilterCount() const {
+    const int count = H5Pget_nfilters(ID());
+    return Succeeded(count, HDF_HERE) ? count : 0;
+}
+
+H5Z_filter_t hdf_PropListDatasetCreation::FilterID(int index) const {
+    unsigned flags = 0;
+    size_t values = 0;
+    unsigned config = 0;
+    const H5Z_filter_t id = H5Pget_filter2(ID(), static_cast<unsigned>(index), &flags, &values,
+                                           nullptr, 0, nullptr, &config);
+    return Succeeded(id, HDF_HERE) ? id : H5Z_FILTER_ERROR;
+}
+
+cow_String hdf_PropListDatasetCreation::FilterName(int index) const {
+    unsigned flags = 0;
+    size_t values = 0;
+    unsigned config = 0;
+    char name[256] = {};
+    const H5Z_filter_t id = H5Pget_filter2(ID(), static_cast<unsigned>(index), &flags, &values,
+                                           nullptr, sizeof name, name, &config);
+    if (!Succeeded(id, HDF_HERE)) return cow_String();
+    name[sizeof name - 1] = 0;
+    return cow_String(name);
+}
+
+std::vector<unsigned> hdf_PropListDatasetCreation::FilterValues(int index, int count) const {
+    HDF_REQUIRE(count >= 0, "count >= 0");
+    unsigned flags = 0;
+    size_t stored = static_cast<size_t>(count);
+    std::vector<unsigned> values(stored);
+    unsigned config = 0;
+    const H5Z_filter_t id = H5Pget_filter2(ID(), static_cast<unsigned>(index), &flags, &stored,
+                                           values.data(), 0, nullptr, &config);
+    if (!Succeeded(id, HDF_HERE)) return std::vector<unsigned>();
+    values.resize(std::min(stored, values.size()));
+    return values;
+}
+
+// HDF5 reports a filter it cannot load as unavailable (0) and pushes no error for it.
+bool hdf_PropListDatasetCreation::FilterAvailable(H5Z_filter_t filter) {
+    H5open();
+    return H5Zfilter_avail(filter) > 0;
+}
+
+// ---- dataset access -----------------------------------------------------------------------
+
+hdf_PropListDatasetAccess::hdf_PropListDatasetAccess()
+    : hdf_PropList((H5open(), CreateList(H5P_DATASET_ACCESS))) {}
+
+void hdf_PropListDatasetAccess::SetChunkCache(size_t slots, size_t bytes, double w0) {
+    Succeeded(H5Pset_chunk_cache(ID(), slots, bytes, w0), HDF_HERE);
 }
 
 // ---- transfer -----------------------------------------------------------------------------

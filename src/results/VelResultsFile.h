@@ -62,6 +62,7 @@ public:
     // Publishes what is new (when writable) and closes the database.
     void Close();
     bool IsOpen() const { return !m_id.IsNull(); }
+    const VelContextID& ContextID() const { return m_id; }
     const std::string& Path() const { return m_path; }
     // Stops with "<who>: <path> is closed" unless the file is open (and writable if asked).
     void RequireOpen(const char* who) const;

@@ -1,6 +1,7 @@
 #include "vel/results/VelResultsWriter.h"
 
 #include "results/VelResultsFile.h"
+#include "vel/context/VelContextRef.h"
 #include "vel/core/VelAssert.h"
 
 VelResultsWriter::VelResultsWriter(std::shared_ptr<VelResultsFile> file)
@@ -100,6 +101,16 @@ VelResultsField VelResultsWriter::AddElementField(const std::string& name, const
 VelResultsField VelResultsWriter::Field(const std::string& name) const {
     VelResultsFile& file = File();
     return file.FieldHandle(file.RequireField("VelResultsWriter::Field", name));
+}
+
+void VelResultsWriter::SetCompression(const VelCompression& compression) {
+    File().RequireWritable("VelResultsWriter::SetCompression");
+    VelContextRef(File().ContextID()).SetDefaultCompression(compression);
+}
+
+VelCompression VelResultsWriter::Compression() const {
+    File().RequireOpen("VelResultsWriter::Compression");
+    return VelContextRef(File().ContextID()).DefaultCompression();
 }
 
 int VelResultsWriter::AddStep(double time) {

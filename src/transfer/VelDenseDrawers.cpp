@@ -202,6 +202,7 @@ void MakeDrawers(VelDistribution& distribution, const VelDrawerRequest& request,
         VelPersistentDrawer::NewDrawer made;
         made.compartment = CompartmentOf(request, view, box);
         made.sizes = SizesOf(box);
+        made.compression = VelNewDrawerCompression(request);
         VelPersistentDrawer& drawer = VelPersistentDrawer::Create(distribution, made);
         VelGuardDrawer(kWriteFailed, [&] {
             VelMoveValues(drawer, VelMapView(view, drawer.Desc().Members()), view,
@@ -297,6 +298,7 @@ void VelCreateDenseDrawer(const VelDrawerRequest& request) {
     const VelDrawerView view = VelDrawerView::Of(request);
     made.sizes = SizesOf(view.members);
     made.chunkSizes = RequestedChunks(request, view.NumDimensions());
+    made.compression = VelNewDrawerCompression(request);
     VelPersistentDrawer& drawer = VelPersistentDrawer::Create(distribution, made);
     VelGuardDrawer(kWriteFailed, [&] {
         VelMoveValues(drawer, VelMapView(view, drawer.Desc().Members()), view, MainBuffer(request),
@@ -315,6 +317,7 @@ void VelInitializeDrawer(const VelDrawerRequest& request, const VelRangeValue& v
     made.sizes = SizesOf(view.members);
     made.chunkSizes = RequestedChunks(request, view.NumDimensions());
     made.chunkByDefault = true;
+    made.compression = VelNewDrawerCompression(request);
     // The value is one element of the range type exactly as the dataset stores it, so it is the
     // dataset's fill value as it stands: HDF5 gives it for every value until one is written,
     // and no chunk need be written now.

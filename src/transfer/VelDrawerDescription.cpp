@@ -31,6 +31,11 @@ const VelArray<int>& VelDrawerDescription::ChunkSizes() const {
     return m_chunkSizes;
 }
 
+const VelCompression& VelDrawerDescription::Compression() const {
+    CheckCreated();
+    return m_compression;
+}
+
 int VelDrawerDescription::NumNonzeros() const {
     CheckCreated();
     return m_numNonzeros;
@@ -57,6 +62,7 @@ void VelDrawerDescription::WriteToOstream(aio_ostream& os) const {
        << " sizes " << m_sizes;
     if (m_chunkSizes.Size() > 0) os << ", chunks " << m_chunkSizes;
     if (m_serialization != VelStandardSerialization) os << ", nonzeros " << m_numNonzeros;
+    if (!m_compression.IsNone()) os << ", filters " << m_compression;
 }
 
 aio_ostream& operator<<(aio_ostream& os, const VelDrawerDescription& description) {

@@ -4,6 +4,7 @@
 #include "context/VelDistributionAccess.h"
 #include "vel/context/VelCSet.h"
 #include "vel/context/VelCollectionRef.h"
+#include "vel/context/VelContextRef.h"
 #include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_DimArray.h"
 #include "vel/hdf/hdf_DimSpace.h"
@@ -123,9 +124,15 @@ void Transfer(const hdf_Dataset& dataset, const hdf_Datatype& type, const hdf_Da
 
 }  // namespace
 
+VelCompression VelNewDrawerCompression(const VelDrawerRequest& request) {
+    if (request.args.CompressionGiven()) return request.args.Compression();
+    return VelContextRef(request.distribution.ID().ContextID()).DefaultCompression();
+}
+
 void VelMoveValues(VelPersistentDrawer& drawer, const std::vector<VelDimMapping>& mapping,
                    const VelDrawerView& view, void* buffer, bool write) {
     if (!VelMeetsView(mapping)) return;
+    if (write) drawer.PrepareWrite();
     const int n = view.NumDimensions();
     hdf_Dataspace& memory = drawer.MemorySpace(view.sizes);
     hdf_Dataspace& file = drawer.ValuesSpace();

@@ -34,6 +34,9 @@ VelDistribution& VelDistributionOf(const VelDrawerRequest& request);
 VelArray<VelCSetID> VelNewDrawerCompartment(const VelDrawerRequest& request,
                                             const VelDistribution& distribution);
 
+// The compression of a new drawer the request makes: its own, else its context's default.
+VelCompression VelNewDrawerCompression(const VelDrawerRequest& request);
+
 // Whether the drawer's dimensions name the view's collections in the view's order.
 bool VelSameDimensionOrder(const VelDrawerView& view, const VelPersistentDrawerDesc& desc);
 

@@ -6,7 +6,9 @@
 #include "context/VelCSetAccess.h"
 #include "context/VelIDAccess.h"
 #include "context/VelStoredInts.h"
+#include "hdf/hdf_Journal.h"
 #include "hdf/hdf_TypeMatch.h"
+#include "transfer/VelDrawerFilters.h"
 #include "transfer/VelDrawerGuard.h"
 #include "vel/context/VelCSet.h"
 #include "vel/context/VelCollectionRef.h"
@@ -42,6 +44,22 @@ bool HoldsKey(const hdf_Datatype& type, VelTypeKey key) {
 // A one-dimensional dataset's length, or -1.
 int64_t LengthOf(const hdf_Dataspace& space) {
     return VelStoredInts::Length(space);
+}
+
+// The chunk shape of a chunked dataset, or an empty array.
+VelArray<int> ChunksOf(const hdf_PropListDatasetCreation& creation) {
+    if (creation.GetLayout() != hdf_PropListDatasetCreation::LayoutChunked) return VelArray<int>();
+    const hdf_DimArray chunk = creation.GetChunk();
+    VelArray<int> chunks(chunk.Rank());
+    for (int d = 0; d < chunk.Rank(); ++d) chunks[d] = chunk[d];
+    return chunks;
+}
+
+VelArray<int> ExtentsOf(const hdf_Dataspace& space) {
+    const hdf_DimSpace dims = space.GetDims();
+    VelArray<int> sizes(dims.Rank());
+    for (int d = 0; d < dims.Rank(); ++d) sizes[d] = static_cast<int>(dims[d]);
+    return sizes;
 }
 
 bool HasDataset(const hdf_Group& group, const cow_String& name) {
@@ -282,12 +300,11 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
             VelRefuseStored(kKind, group,
                             quoted + " does not have the extents \"Drawer attributes\" gives");
         const hdf_PropListDatasetCreation creation = drawer.m_values.GetCreatePlist();
-        if (creation.GetLayout() == hdf_PropListDatasetCreation::LayoutChunked) {
-            const hdf_DimArray chunk = creation.GetChunk();
-            VelArray<int> chunks(chunk.Rank());
-            for (int d = 0; d < chunk.Rank(); ++d) chunks[d] = chunk[d];
-            drawer.m_desc.SetChunkSizes(chunks);
-        }
+        drawer.m_desc.SetChunkSizes(ChunksOf(creation));
+        const VelCompression compression = drawer.StoredCompression(drawer.m_values, quoted);
+        drawer.m_desc.SetCompression(compression);
+        if (!compression.IsNone())
+            drawer.OpenCached(name.c_str(), drawer.m_values, VelElementSizeOf(key));
         return;
     }
 
@@ -310,6 +327,35 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
         VelRefuseStored(
             kKind, group,
             indexQuoted + " is not one dimension of " + Text(rows + nonzeros + 1) + " ints");
+    const VelCompression compression = drawer.StoredCompression(drawer.m_index, indexQuoted);
+    // An empty values dataset has no chunk to compress.
+    if (values > 0 && drawer.StoredCompression(drawer.m_values, quoted) != compression)
+        VelRefuseStored(kKind, group, quoted + " and its index are not compressed alike");
+    drawer.m_desc.SetCompression(compression);
+    if (compression.IsNone()) return;
+    if (values > 0) drawer.OpenCached(name.c_str(), drawer.m_values, VelElementSizeOf(key));
+    drawer.OpenCached(indexName.c_str(), drawer.m_index, VelElementSizeOf(VelTypeKeyInt));
+}
+
+VelCompression VelPersistentDrawer::StoredCompression(const hdf_Dataset& dataset,
+                                                      const std::string& quoted) const {
+    std::string refusal;
+    const VelCompression compression = VelStoredCompression(dataset.GetCreatePlist(), refusal);
+    if (!refusal.empty()) Refuse(quoted + ": " + refusal);
+    return compression;
+}
+
+// A compressed dataset opened again with a chunk cache fitted to its chunks.  HDF5 fixes the
+// cache when a dataset is first opened and shares it with every later handle, so the handle
+// opened to check the dataset goes first.
+void VelPersistentDrawer::OpenCached(const char* name, hdf_Dataset& dataset,
+                                     int elementSize) const {
+    const VelArray<int> chunks = ChunksOf(dataset.GetCreatePlist());
+    if (chunks.Size() == 0)
+        Refuse(std::string("dataset \"") + name + "\" is filtered but not chunked");
+    const VelArray<int> sizes = ExtentsOf(dataset.GetSpace());
+    dataset = hdf_Dataset();
+    dataset = m_group.DatasetOpen(name, VelChunkCache(sizes, chunks, elementSize));
 }
 
 VelPersistentDrawer& VelPersistentDrawer::Create(VelDistribution& distribution,
@@ -351,12 +397,14 @@ void VelPersistentDrawer::CreateDatasets(const NewDrawer& request, VelTypeKey ra
         }
         VelArray<int> chunks;
         // A dataset with an empty extent has nothing to chunk, and HDF5 would refuse any chunk.
+        const bool compressed = !empty && !request.compression.IsNone();
+        const int elementSize = VelElementSizeOf(rangeKey);
         if (!empty && request.chunkSizes.Size() > 0) {
             chunks = request.chunkSizes;
             for (int d = 0; d < n; ++d)
                 if (chunks[d] > sizes[d]) chunks[d] = sizes[d];
-        } else if (!empty && request.chunkByDefault) {
-            chunks = DefaultChunkSizes(sizes, VelElementSizeOf(rangeKey));
+        } else if (!empty && (request.chunkByDefault || compressed)) {
+            chunks = DefaultChunkSizes(sizes, elementSize);
         }
         const hdf_Dataspace space = SpaceOf(n, extents);
         if (chunks.Size() == 0 && !request.fill) {
@@ -365,7 +413,14 @@ void VelPersistentDrawer::CreateDatasets(const NewDrawer& request, VelTypeKey ra
             hdf_PropListDatasetCreation creation;
             if (chunks.Size() > 0) creation.SetChunk(hdf_DimArray(n, &chunks[0]));
             if (request.fill) creation.SetFillValue(type, request.fill);
-            m_values = m_group.DatasetCreate(name.c_str(), type, space, creation);
+            if (compressed) {
+                VelApplyCompression(creation, request.compression);
+                m_values = m_group.DatasetCreate(name.c_str(), type, space, creation,
+                                                 VelChunkCache(sizes, chunks, elementSize));
+                m_desc.SetCompression(request.compression);
+            } else {
+                m_values = m_group.DatasetCreate(name.c_str(), type, space, creation);
+            }
         }
         m_desc.SetChunkSizes(chunks);
         m_valuesSpace = m_values.GetSpace();
@@ -375,11 +430,30 @@ void VelPersistentDrawer::CreateDatasets(const NewDrawer& request, VelTypeKey ra
     const int64_t rows = sizes[0];
     const int64_t nonzeros = request.numNonzeros;
     const int64_t values = nonzeros + (m_desc.IsSymmetric() ? rows : 0);
-    m_values = m_group.DatasetCreate(name.c_str(), type, LineOf(values));
+    m_values = CreateLine(name.c_str(), type, values, request.compression);
     m_valuesSpace = m_values.GetSpace();
-    m_index = m_group.DatasetCreate(VelIdAsString(number + 1).c_str(), hdf_Datatype::NATIVE_INT(),
-                                    LineOf(rows + nonzeros + 1));
+    m_index = CreateLine(VelIdAsString(number + 1).c_str(), hdf_Datatype::NATIVE_INT(),
+                         rows + nonzeros + 1, request.compression);
     m_indexSpace = m_index.GetSpace();
+    m_desc.SetCompression(request.compression);
+}
+
+// A one-dimensional dataset of a sparse drawer: contiguous, or in compressed chunks of up to
+// 256 KiB when it has values to compress.
+hdf_Dataset VelPersistentDrawer::CreateLine(const char* name, const hdf_Datatype& type,
+                                            int64_t length,
+                                            const VelCompression& compression) const {
+    if (compression.IsNone() || length == 0)
+        return m_group.DatasetCreate(name, type, LineOf(length));
+    VelArray<int> sizes(1);
+    sizes[0] = static_cast<int>(length);
+    const int elementSize = static_cast<int>(type.GetSize());
+    const VelArray<int> chunks = DefaultChunkSizes(sizes, elementSize);
+    hdf_PropListDatasetCreation creation;
+    creation.SetChunk(hdf_DimArray(1, &chunks[0]));
+    VelApplyCompression(creation, compression);
+    return m_group.DatasetCreate(name, type, LineOf(length), creation,
+                                 VelChunkCache(sizes, chunks, elementSize));
 }
 
 void VelPersistentDrawer::Complete() {
@@ -388,6 +462,10 @@ void VelPersistentDrawer::Complete() {
         m_attributes.Write(hdf_Datatype::NATIVE_INT(), ints.data());
         m_attributes = hdf_Attribute();
     });
+}
+
+void VelPersistentDrawer::PrepareWrite() const {
+    if (!m_desc.Compression().IsNone()) hdf_Journal::KeepRawWrites(m_values.ID());
 }
 
 hdf_Dataspace& VelPersistentDrawer::MemorySpace(const std::vector<int>& sizes) {

@@ -25,12 +25,15 @@
 //   standard              one dataset named like the group, n-dimensional, extents the CSet
 //                         sizes in the drawer's dimension order, values row-major in the order
 //                         of the CSets' ascending members; contiguous, or chunked when the
-//                         caller gave chunk sizes or the drawer was made from one value (its fill
-//                         value is then that value and no chunk is written)
+//                         caller gave chunk sizes, the drawer was made from one value (its fill
+//                         value is then that value and no chunk is written) or it is compressed
+//                         (its filter pipeline then says how, see VelDrawerFilters.h)
 //   sparse (r rows = members of dimension 0, z nonzeros, compressed rows)
 //                         values dataset named like the group: for sparse-symmetric the r
 //                         diagonal values, then the z nonzeros; index dataset of native ints
-//                         named by number + 1: the z column indices, then r + 1 row starts
+//                         named by number + 1: the z column indices, then r + 1 row starts;
+//                         both contiguous, or chunked in 256 KiB and filtered alike when the
+//                         drawer is compressed
 //
 // "Drawer attributes" is created with the datasets but its values are written last, after the
 // values: a drawer whose creation failed describes no CSet and is refused when it is opened,
@@ -61,6 +64,7 @@ public:
     // The 3n + 2 ints of "Drawer attributes".
     std::vector<int> StoredAttributes() const;
     void SetChunkSizes(const VelArray<int>& chunks) { m_chunkSizes = chunks; }
+    void SetCompression(const VelCompression& compression) { m_compression = compression; }
 
     // The description stored for `drawer` in `group`, checked against `distribution` and the
     // context's collections; a description that cannot be sound stops the process with the
@@ -95,6 +99,7 @@ public:
         bool chunkByDefault = false;
         const void* fill = nullptr;
         int numNonzeros = 0;
+        VelCompression compression;
     };
     // Makes the drawer's group, "type", datasets and "Drawer attributes" (its values not yet
     // written); Complete() finishes the creation once the values are in.
@@ -110,6 +115,9 @@ public:
     hdf_Dataspace& IndexSpace() { return m_indexSpace; }
     // The element type the values are stored and moved in.
     const hdf_Datatype& StoredType() const { return m_storedType; }
+    // Called before values are written to the drawer: chunks of a compressed drawer rewritten
+    // in place are then held back until the next commit, so that a kill never tears one.
+    void PrepareWrite() const;
     // A memory space of extents `sizes`, kept from one transfer to the next while the extents
     // stay the same (a view stepped through equal ranges); its selection is the caller's to set.
     hdf_Dataspace& MemorySpace(const std::vector<int>& sizes);
@@ -125,7 +133,11 @@ private:
     VelPersistentDrawer(const hdf_Group& group, const VelPersistentDrawerDesc& desc)
         : m_group(group), m_desc(desc) {}
     static void CheckDatasets(const VelDistribution& distribution, VelPersistentDrawer& drawer);
+    VelCompression StoredCompression(const hdf_Dataset& dataset, const std::string& quoted) const;
+    void OpenCached(const char* name, hdf_Dataset& dataset, int elementSize) const;
     void CreateDatasets(const NewDrawer& request, VelTypeKey rangeKey);
+    hdf_Dataset CreateLine(const char* name, const hdf_Datatype& type, int64_t length,
+                           const VelCompression& compression) const;
 
     hdf_Group m_group;
     VelPersistentDrawerDesc m_desc;

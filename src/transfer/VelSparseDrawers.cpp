@@ -101,6 +101,7 @@ void MoveArrays(VelPersistentDrawer& drawer, const VelTransientDrawer& data, Vel
     const hdf_Datatype ints = hdf_Datatype::NATIVE_INT();
     const VelBufferSet& buffers = data.InnerBuffers();
     const int64_t s = desc.IsSymmetric() ? rows : 0;
+    if (write) drawer.PrepareWrite();
     if (desc.IsSymmetric())
         MoveLine(drawer.Values(), drawer.ValuesSpace(), 0, rows, values, buffers[VelbufDiagonal],
                  write);
@@ -154,6 +155,7 @@ void VelCreateSparseDrawer(const VelDrawerRequest& request) {
     for (int d = 0; d < view.NumDimensions(); ++d)
         made.sizes[d] = view.sizes[static_cast<size_t>(d)];
     made.numNonzeros = request.args.SparseNNonzero();
+    made.compression = VelNewDrawerCompression(request);
     RequireRowStarts(request.drawer, made.sizes[0], made.numNonzeros);
     VelPersistentDrawer& drawer = VelPersistentDrawer::Create(distribution, made);
     VelGuardDrawer(kWriteFailed, [&] {

@@ -86,6 +86,13 @@ VelTransfer& VelTransfer::SetSparseNNonzero(int n) {
     return *this;
 }
 
+VelTransfer& VelTransfer::SetCompression(const VelCompression& compression) {
+    VelTransferArgs& args = ModeArgs("SetCompression");
+    compression.RequireAvailable();
+    args.SetCompression(compression);
+    return *this;
+}
+
 VelTransfer& VelTransfer::SetWriteNewDomainError() {
     ModeArgs("SetWriteNewDomainError").SetWriteNewDomainError();
     return *this;
@@ -213,6 +220,7 @@ void VelTransfer::CheckView() {
         ++m_argumentChecks;
         const VelArgsErrorKey key = VelNormalizeArgs(m_rangeViewArgs, m_transferArgs, m_grid);
         if (key != VelArgsNoError) ReportBadArguments(key);
+        RequireNewDrawerForCompression();
         m_argumentsChecked = true;
     } else if (m_rangeOnlyChanged) {
         // Only positions moved, but they are still the caller's input: the bounds rule of the
@@ -233,6 +241,13 @@ VelArgsErrorKey VelTransfer::CheckOrdinalRanges() const {
             return VelArgsBadOrdinalRange;
     }
     return VelArgsNoError;
+}
+
+void VelTransfer::RequireNewDrawerForCompression() const {
+    if (!m_transferArgs.CompressionGiven() || m_transferArgs.MakeNewDrawer().IsTrue()) return;
+    VelAssert::FailValidation(
+        "VelTransfer::SetCompression: compression is chosen for the drawer SetMakeNewDrawer "
+        "makes; an existing drawer keeps the filters it was made with");
 }
 
 void VelTransfer::ReportBadArguments(VelArgsErrorKey key) const {

@@ -30,6 +30,12 @@ VelTransferArgs& VelTransferArgs::SetMakeNewDrawerChunked(const VelArray<int>& s
     return SetMakeNewDrawer();
 }
 
+VelTransferArgs& VelTransferArgs::SetCompression(const VelCompression& compression) {
+    m_compressionGiven = true;
+    m_compression = compression;
+    return *this;
+}
+
 VelTransferArgs& VelTransferArgs::SetSparseNNonzero(int n) {
     m_sparseNNonzero = n;
     return *this;
@@ -103,6 +109,7 @@ void VelTransferArgs::WriteToOstream(aio_ostream& os) const {
     os << " Is chunkSizesGiven: " << Bit(m_chunkSizesGiven) << "\n" << std::flush;
     os << "chunkSizes: " << m_chunkSizes << "\n" << std::flush;
     os << "sparseNNonzero: " << std::to_string(m_sparseNNonzero) << "\n" << std::flush;
+    if (m_compressionGiven) os << "compression: " << m_compression << "\n" << std::flush;
 }
 
 aio_ostream& operator<<(aio_ostream& os, const VelTransferArgs& args) {

@@ -34,6 +34,19 @@ TEST_F(VelCheckpointCrashTest, EveryKilledWriterLeavesItsCheckpoints) {
     EXPECT_GT(checkpointed, 0);
 }
 
+TEST_F(VelCheckpointCrashTest, EveryKilledCompressingWriterLeavesItsCheckpoints) {
+    int checkpointed = 0;
+    for (unsigned trial = 0; trial < 8; ++trial) {
+        const VelCrashTrial::Outcome outcome = VelCrashTrial::KillTrial(
+            m_file.c_str(), 2000 + trial, trial % 2 == 1, VelCompression::ShuffleDeflate(1));
+        EXPECT_TRUE(outcome.Good()) << "trial " << trial << ": " << outcome.failure << ", "
+                                    << outcome.wrongValues << " wrong values";
+        EXPECT_EQ(outcome.verified, outcome.checkpointed) << "trial " << trial;
+        checkpointed += outcome.checkpointed;
+    }
+    EXPECT_GT(checkpointed, 0);
+}
+
 TEST_F(VelCheckpointCrashTest, AFullDiskStopsTheWriterAndKeepsTheLastCheckpoint) {
     const VelCrashTrial::Outcome outcome =
         VelCrashTrial::DiskFullTrial(m_file.c_str(), 3 * 1024 * 1024);

@@ -6,6 +6,8 @@
 // it with SIGKILL at a moment chosen from the trial's seed (after a delay, or just inside a
 // checkpoint), then reopens the file and checks every checkpointed step value for value.  The
 // same writer under a file-size limit runs until the disk is "full" and the library stops it.
+// A compressing writer also rewrites the step before in place (with the same values) ahead of
+// each checkpoint, so that kills land in rewrites of compressed chunks too.
 // Used by the test suite (a few trials) and by vel_crash_trials (hundreds).
 
 #include <signal.h>
@@ -78,7 +80,7 @@ struct VelCrashTrial {
         return VelDistributionRef(d).Grid()[dimension];
     }
 
-    static void WriteStep(const VelDistributionID& d, int step) {
+    static void WriteStep(const VelDistributionID& d, int step, bool inPlace = false) {
         std::vector<double> values(static_cast<size_t>(e_Nodes * e_Components));
         for (int n = 0; n < e_Nodes; ++n)
             for (int c = 0; c < e_Components; ++c)
@@ -86,7 +88,12 @@ struct VelCrashTrial {
         const VelCSetID cset =
             VelCollectionRef(CollectionOf(d, 0)).CreateCSetStrided(step, 1, 1, 1);
         VelTransfer transfer{VelDistributionRef(d)};
-        transfer.SetMakeNewDrawer().SetBufferPadding(false).SetDims(
+        if (inPlace) {
+            transfer.SetWrite().SetWriteNewDomainError();
+        } else {
+            transfer.SetMakeNewDrawer();
+        }
+        transfer.SetBufferPadding(false).SetDims(
             cset, VelCollectionRef(CollectionOf(d, 1)).BiggestCSetID(),
             VelCollectionRef(CollectionOf(d, 2)).BiggestCSetID());
         transfer.CheckView();
@@ -115,13 +122,16 @@ struct VelCrashTrial {
     }
 
     // The writer: a step, a checkpoint, a report, until killed or done.
-    [[noreturn]] static void Writer(const char* file, int report) {
+    [[noreturn]] static void Writer(const char* file, int report,
+                                    const VelCompression& compression) {
         VelContextID id;
         const VelDistributionID d = Create(file, id);
+        VelContextRef(id).SetDefaultCompression(compression);
         VelManager::FlushContext(id);
         Tell(report, e_Ready);
         for (int s = 0; s < e_Steps; ++s) {
             WriteStep(d, s);
+            if (!compression.IsNone() && s > 0) WriteStep(d, s - 1, true);
             Tell(report, e_Begin);
             VelManager::FlushContext(id);
             Tell(report, e_Done);
@@ -137,7 +147,8 @@ struct VelCrashTrial {
 
     // Runs one trial with a kill chosen from `seed`; `rewrite` also writes a step after a
     // writable reopen and checks it.
-    static Outcome KillTrial(const char* file, unsigned seed, bool rewrite) {
+    static Outcome KillTrial(const char* file, unsigned seed, bool rewrite,
+                             const VelCompression& compression = VelCompression()) {
         std::mt19937 random(seed);
         // Two kills in three land just inside a checkpoint, the others after a plain delay.
         const bool aimAtCheckpoint = random() % 3 != 0;
@@ -145,7 +156,7 @@ struct VelCrashTrial {
         const int delayMicros =
             aimAtCheckpoint ? static_cast<int>(random() % 400) : static_cast<int>(random() % 40000);
         int report = -1;
-        const pid_t child = StartWriter(file, report, [] {});
+        const pid_t child = StartWriter(file, report, compression, [] {});
         if (child < 0) return Failed("the writer could not be started");
         Outcome outcome;
         int begun = 0;
@@ -182,7 +193,7 @@ struct VelCrashTrial {
     // stops it.
     static Outcome DiskFullTrial(const char* file, rlim_t limit) {
         int report = -1;
-        const pid_t child = StartWriter(file, report, [limit] {
+        const pid_t child = StartWriter(file, report, VelCompression(), [limit] {
             signal(SIGXFSZ, SIG_IGN);
             const struct rlimit size = {limit, limit};
             setrlimit(RLIMIT_FSIZE, &size);
@@ -207,7 +218,8 @@ private:
     // Forks the writer after `prepare` has run in the child; `report` is the parent's end of the
     // writer's pipe.  A negative result: no writer.
     template <class Prepare>
-    static pid_t StartWriter(const char* file, int& report, Prepare prepare) {
+    static pid_t StartWriter(const char* file, int& report, const VelCompression& compression,
+                             Prepare prepare) {
         int pipes[2];
         if (pipe(pipes) != 0) return -1;
         std::fflush(nullptr);
@@ -215,7 +227,7 @@ private:
         if (child == 0) {
             close(pipes[0]);
             prepare();
-            Writer(file, pipes[1]);
+            Writer(file, pipes[1], compression);
         }
         close(pipes[1]);
         report = pipes[0];

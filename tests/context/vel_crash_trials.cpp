@@ -1,4 +1,5 @@
-// Crash trials by the hundred: vel_crash_trials [trials] [first seed].  Prints what the kills hit
+// Crash trials by the hundred: vel_crash_trials [trials] [first seed].  One trial in two writes
+// compressed drawers (shuffle+deflate) and rewrites them in place.  Prints what the kills hit
 // and what the reopened files held; exits 1 if any file was refused or any checkpointed value
 // was lost or wrong.
 #include <cstdio>
@@ -17,8 +18,10 @@ int main(int argc, char** argv) {
     int inCheckpoint = 0, beforeCreated = 0, finished = 0, reopened = 0, refused = 0, bad = 0;
     long checkpointed = 0, verified = 0, wrongValues = 0, rewritten = 0;
     for (int t = 0; t < trials; ++t) {
-        const VelCrashTrial::Outcome o =
-            VelCrashTrial::KillTrial(file.c_str(), firstSeed + static_cast<unsigned>(t), t % 2);
+        const VelCompression compression =
+            t % 4 >= 2 ? VelCompression::ShuffleDeflate(1) : VelCompression::None();
+        const VelCrashTrial::Outcome o = VelCrashTrial::KillTrial(
+            file.c_str(), firstSeed + static_cast<unsigned>(t), t % 2, compression);
         inCheckpoint += o.killedInCheckpoint;
         beforeCreated += !o.created;
         finished += o.writerFinished;

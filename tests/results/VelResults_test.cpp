@@ -1,6 +1,7 @@
 // Results files written and read by name: round trips through close and reopen of every cell
 // type, sets, fields and steps, appending after reopen, and the refusals of mistakes.
 #include <gtest/gtest.h>
+#include <hdf5.h>
 
 #include <cmath>
 #include <string>
@@ -211,6 +212,62 @@ TEST_F(VelResultsTest, AStepWrittenAgainReadsAsItsNewestValues) {
     std::vector<double> values;
     in.Field("u").Read(0, values);
     EXPECT_EQ(values, StepValues(0, kNodes, 1, 3.0));
+}
+
+// Counts the datasets of a file that carry the deflate filter, and those that carry none.
+herr_t CountFiltered(hid_t root, const char* name, const H5O_info_t* info, void* counts) {
+    if (info->type != H5O_TYPE_DATASET) return 0;
+    const hid_t ds = H5Dopen2(root, name, H5P_DEFAULT);
+    const hid_t dcpl = H5Dget_create_plist(ds);
+    const int filters = H5Pget_nfilters(dcpl);
+    bool deflate = false;
+    for (int i = 0; i < filters; ++i) {
+        unsigned flags = 0, config = 0;
+        size_t values = 0;
+        deflate = deflate || H5Pget_filter2(dcpl, static_cast<unsigned>(i), &flags, &values,
+                                            nullptr, 0, nullptr, &config) == H5Z_FILTER_DEFLATE;
+    }
+    ++static_cast<int*>(counts)[deflate ? 0 : 1];
+    H5Pclose(dcpl);
+    H5Dclose(ds);
+    return 0;
+}
+
+TEST_F(VelResultsTest, AWriterCompressesWhatItWritesAfterSetCompression) {
+    VelTempFile file("compressed.vel");
+    const VelCompression deflate = VelCompression::ShuffleDeflate(5);
+    {
+        VelResultsWriter out = VelResultsWriter::Create(file.str());
+        EXPECT_TRUE(out.Compression().IsNone());
+        out.SetCompression(deflate);
+        EXPECT_EQ(out.Compression(), deflate);
+        out.AddNodes(Coordinates());
+        out.AddElementBlock("bricks", VelCellType::Hex8, Connectivity(VelCellType::Hex8, 5, 0));
+        VelResultsField u = out.AddNodalField("u", {"x", "y"});
+        for (int k = 0; k < 3; ++k) u.Write(out.AddStep(k), StepValues(k, kNodes, 2, 1.0));
+        // Written again: the step's compressed drawer is rewritten in place.
+        u.Write(1, StepValues(1, kNodes, 2, 3.0));
+        out.Close();
+    }
+    hid_t raw = H5Fopen(file.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT);
+    int counts[2] = {0, 0};
+    H5Ovisit(raw, H5_INDEX_NAME, H5_ITER_NATIVE, CountFiltered, counts);
+    H5Fclose(raw);
+    // The coordinates, the connectivity and the three steps at least.
+    EXPECT_GE(counts[0], 5);
+
+    {
+        VelResultsReader in = VelResultsReader::Open(file.str());
+        std::vector<double> values;
+        for (int k = 0; k < 3; ++k) {
+            in.Field("u").Read(k, values);
+            EXPECT_EQ(values, StepValues(k, kNodes, 2, k == 1 ? 3.0 : 1.0)) << "step " << k;
+        }
+        EXPECT_EQ(in.Coordinates(), Coordinates());
+    }
+    // The setting belongs to the writing session: a writer opened again starts with none.
+    VelResultsWriter again = VelResultsWriter::Open(file.str());
+    EXPECT_TRUE(again.Compression().IsNone());
 }
 
 TEST_F(VelResultsDeathTest, MistakesByNameAreRefusedWithTheirName) {

@@ -35,6 +35,22 @@ void ReplaceDataset(hid_t file, const std::string& path, hid_t type,
     H5Sclose(space);
 }
 
+// Replaces the dataset at `path` by a chunked one of doubles that HDF5 deflates, unshuffled: a
+// pipeline HDF5 decodes but the library never writes.
+void ReplaceByDeflated(hid_t file, const std::string& path, const std::vector<hsize_t>& extents) {
+    H5Ldelete(file, path.c_str(), H5P_DEFAULT);
+    const int rank = static_cast<int>(extents.size());
+    const hid_t space = H5Screate_simple(rank, extents.data(), nullptr);
+    const hid_t dcpl = H5Pcreate(H5P_DATASET_CREATE);
+    H5Pset_chunk(dcpl, rank, extents.data());
+    H5Pset_deflate(dcpl, 6);
+    const hid_t ds =
+        H5Dcreate2(file, path.c_str(), H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, dcpl, H5P_DEFAULT);
+    H5Dclose(ds);
+    H5Pclose(dcpl);
+    H5Sclose(space);
+}
+
 void Substitute(std::string& text, const std::string& token, const std::string& by) {
     const size_t at = text.find(token);
     if (at != std::string::npos) text.replace(at, token.size(), by);
@@ -146,6 +162,12 @@ TEST_F(VelDamagedDrawerDeathTest, DamagedStandardDrawersAreRefusedAtFirstUse) {
         {"dataset of one dimension",
          [](Place& p) { ReplaceDataset(p.file, p.values, H5T_NATIVE_DOUBLE, {30}); },
          "dataset \"{values}\" does not have the extents \"Drawer attributes\" gives"},
+        {"filters of another program",
+         [](Place& p) {
+             ReplaceByDeflated(p.file, p.values, {10, 3});
+         },
+         "dataset \"{values}\": its filters \"deflate\" are no compression this library "
+         "writes"},
     };
     const auto make = [&] {
         const VelDistributionID d = Distribution(VelTypeKeyDouble);

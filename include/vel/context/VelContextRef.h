@@ -3,6 +3,7 @@
 
 #include "vel/VelExport.h"
 #include "vel/context/VelCollectionID.h"
+#include "vel/context/VelCompression.h"
 #include "vel/context/VelContextID.h"
 #include "vel/context/VelCtation.h"
 #include "vel/context/VelDSetID.h"
@@ -48,6 +49,13 @@ public:
     VelDSetID CreateDSet(const VelCtation& ctation) const;
     // The compartments of a DSet of this context, in their sorted order.
     VelCtation DSetRep(const VelDSetID& id) const;
+
+    // The compression of the drawers made in this context by transfers that choose none of
+    // their own (VelTransfer::SetCompression); none when the context opens.  It is a setting of
+    // the open context, not of the file: each drawer records its own filters.  A pipeline this
+    // machine lacks is a validation failure.
+    void SetDefaultCompression(const VelCompression& compression) const;
+    VelCompression DefaultCompression() const;
 
     // The views of the context's record store (vel/views/VelView.h).  View opens the latest
     // published edition of a form and level for reading; given a snapshot, it also checks the

@@ -48,7 +48,13 @@ public:
     hdf_Dataset DatasetCreate(const char* name, const hdf_Datatype& type,
                               const hdf_Dataspace& space,
                               const hdf_PropListDatasetCreation& creation) const;
+    // With `access`: the dataset keeps the access list's chunk cache while it is open.
+    hdf_Dataset DatasetCreate(const char* name, const hdf_Datatype& type,
+                              const hdf_Dataspace& space,
+                              const hdf_PropListDatasetCreation& creation,
+                              const hdf_PropListDatasetAccess& access) const;
     hdf_Dataset DatasetOpen(const char* name) const;
+    hdf_Dataset DatasetOpen(const char* name, const hdf_PropListDatasetAccess& access) const;
     // The dataset an object reference points to; a reference to anything else fails with
     // "Reference is not to dataset."
     hdf_Dataset DatasetOpen(const hdf_Reference& reference) const;

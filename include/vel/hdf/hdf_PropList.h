@@ -3,10 +3,13 @@
 
 #include <hdf5.h>
 
+#include <vector>
+
 #include "vel/VelExport.h"
 #include "vel/hdf/hdf_Datatype.h"
 #include "vel/hdf/hdf_DimArray.h"
 #include "vel/hdf/hdf_Object.h"
+#include "vel/platform/cow_String.h"
 
 // An HDF5 property list.  Each kind's default constructor creates a fresh list of its class;
 // the constructor from an identifier wraps one HDF5 handed out (a dataset's creation list, a
@@ -50,6 +53,30 @@ public:
     FillTime GetFillTime() const;
     void SetFillValue(const hdf_Datatype& type, const void* value);
     void GetFillValue(const hdf_Datatype& type, void* value) const;
+
+    // The filter pipeline, applied in the order the filters were added.  Every filter is
+    // mandatory: a chunk it cannot encode fails the write instead of being stored raw.
+    void AddFilter(H5Z_filter_t filter, const unsigned* values, int count);
+    int FilterCount() const;
+    // Filter `index` of the pipeline (0 is applied first) and the name the file stores with it
+    // (empty when it stores none).
+    H5Z_filter_t FilterID(int index) const;
+    cow_String FilterName(int index) const;
+    // The first `count` client values filter `index` was given (fewer when it has fewer).
+    std::vector<unsigned> FilterValues(int index, int count) const;
+    // Whether this process's HDF5 can encode and decode `filter`, loading its plugin from the
+    // plugin path when it is not built in.
+    static bool FilterAvailable(H5Z_filter_t filter);
+};
+
+// Dataset access: the chunk cache of one open dataset.
+class hdf_PropListDatasetAccess : public hdf_PropList {
+public:
+    hdf_PropListDatasetAccess();
+
+    // `slots` hash slots, `bytes` of decoded chunks, preemption weight `w0` (1 evicts chunks
+    // read or written whole first).
+    void SetChunkCache(size_t slots, size_t bytes, double w0);
 };
 
 // Dataset transfer: conversion buffers and the memory manager of variable-length data.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "vel/VelExport.h"
+#include "vel/context/VelCompression.h"
 #include "vel/results/VelCellType.h"
 #include "vel/results/VelResultsField.h"
 
@@ -71,6 +72,13 @@ public:
                                     const std::string& units = "");
     // A field added before, in this session or an earlier one.
     VelResultsField Field(const std::string& name) const;
+
+    // The filters of every array written from here on (coordinates, connectivity, sets, field
+    // steps): the database context's default compression (VelContextRef::SetDefaultCompression),
+    // which the layers below apply to each new drawer.  None until set, also when a file is
+    // opened again; what was written before keeps its own filters, and reading is the same.
+    void SetCompression(const VelCompression& compression);
+    VelCompression Compression() const;
 
     // A new step at `time` (times need not grow); returns its index, counted from 0.
     int AddStep(double time);

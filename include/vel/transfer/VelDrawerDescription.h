@@ -2,6 +2,7 @@
 #define VEL_TRANSFER_VELDRAWERDESCRIPTION_H
 
 #include "vel/VelExport.h"
+#include "vel/context/VelCompression.h"
 #include "vel/context/VelDistributionID.h"
 #include "vel/context/VelOCompartment.h"
 #include "vel/core/VelArray.h"
@@ -29,6 +30,9 @@ public:
     const VelArray<int>& Sizes() const;
     // The chunk shape of a standard drawer stored in chunks; empty when it is stored contiguous.
     const VelArray<int>& ChunkSizes() const;
+    // The filters the drawer's values pass through in the file; none for an uncompressed
+    // drawer (and for an empty one, which has no chunk to compress).
+    const VelCompression& Compression() const;
     // Sparse drawers: the nonzeros stored off the diagonal (all of them when not symmetric).
     int NumNonzeros() const;
     bool IsSymmetric() const;
@@ -40,7 +44,7 @@ public:
     const VelBufferDataKeys& DataKeys() const;
 
     // "drawer <id>: <serialization> over <compartment> sizes <sizes>", then ", chunks <sizes>"
-    // when chunked and ", nonzeros <n>" when sparse.
+    // when chunked, ", nonzeros <n>" when sparse and ", filters <name>" when compressed.
     void WriteToOstream(aio_ostream& os) const;
 
 protected:
@@ -52,6 +56,7 @@ protected:
     VelOCompartment m_compartment;
     VelArray<int> m_sizes;
     VelArray<int> m_chunkSizes;
+    VelCompression m_compression;
     int m_numNonzeros = 0;
     bool m_symmetric = false;
     VelBufferSizes m_bufferSizes;

@@ -68,6 +68,12 @@ public:
     VelTransfer& SetMakeNewDrawer();
     VelTransfer& SetMakeNewDrawerChunked(const VelArray<int>& sizes);
     VelTransfer& SetSparseNNonzero(int n);
+    // The filters of the drawer SetMakeNewDrawer makes (VelCompression.h), in place of the
+    // context's default: the drawer is stored in chunks (the SetMakeNewDrawerChunked sizes, or
+    // whole rows of its last dimensions up to 256 KiB) that HDF5 compresses, and is read like
+    // any other.  A pipeline this machine lacks fails here; on a transfer that makes no drawer
+    // it fails at CheckView, since an existing drawer keeps the filters it was made with.
+    VelTransfer& SetCompression(const VelCompression& compression);
     VelTransfer& SetWriteNewDomainError();
     VelTransfer& SetWriteNewDomainMake();
     VelTransfer& SetWriteNewDomainIgnore();
@@ -146,6 +152,7 @@ private:
     bool HoldsCallerBuffer() const;
 
     void ReportBadArguments(VelArgsErrorKey key) const;
+    void RequireNewDrawerForCompression() const;
     VelArgsErrorKey CheckOrdinalRanges() const;
     void InitializeBufferSetting();
     void ComputeDimensionSizes();

@@ -2,6 +2,7 @@
 #define VEL_TRANSFER_VELTRANSFERARGS_H
 
 #include "vel/VelExport.h"
+#include "vel/context/VelCompression.h"
 #include "vel/context/VelDistributionID.h"
 #include "vel/core/VelArgsErrorKey.h"
 #include "vel/core/VelArray.h"
@@ -30,6 +31,8 @@ public:
     VelTransferArgs& SetMakeNewDrawer();
     // SetMakeNewDrawer with the new drawer's chunk sizes, one per grid dimension.
     VelTransferArgs& SetMakeNewDrawerChunked(const VelArray<int>& sizes);
+    // The filters of the new drawer, in place of its context's default compression.
+    VelTransferArgs& SetCompression(const VelCompression& compression);
     // The number of nonzeros of a new sparse drawer.
     VelTransferArgs& SetSparseNNonzero(int n);
     VelTransferArgs& SetWriteNewDomainError();
@@ -59,11 +62,13 @@ public:
     const VelOptionalFlag& RequireReadCoverage() const { return m_requireReadCoverage; }
     bool ChunkSizesGiven() const { return m_chunkSizesGiven; }
     const VelArray<int>& ChunkSizes() const { return m_chunkSizes; }
+    bool CompressionGiven() const { return m_compressionGiven; }
+    const VelCompression& Compression() const { return m_compression; }
     bool Padding() const { return m_padding; }
     int SparseNNonzero() const { return m_sparseNNonzero; }
 
-    // One line per field, each flushed: "Is writing: 1", ..., "sparseNNonzero: 0".  The pool and
-    // padding are not printed.
+    // One line per field, each flushed: "Is writing: 1", ..., "sparseNNonzero: 0", then
+    // "compression: <name>" when one was given.  The pool and padding are not printed.
     void WriteToOstream(aio_ostream& os) const;
 
 private:
@@ -89,6 +94,8 @@ private:
     VelArray<int> m_chunkSizes;
     bool m_padding = true;
     int m_sparseNNonzero = 0;
+    bool m_compressionGiven = false;
+    VelCompression m_compression;
 };
 
 VEL_API aio_ostream& operator<<(aio_ostream& os, const VelTransferArgs& args);

@@ -277,7 +277,6 @@ void VelContext::WriteContextAttributes() {
 // file in one step with the HDF5 objects it describes.
 void VelContext::Checkpoint(bool sync) {
     VelASSERT(!m_readOnly && !m_file.IsEmpty());
-    Agree("VelManager::FlushContext", {sync});
     hdf_Journal::BeginCommit(m_file.GetFileID());
     if (m_recordStore) m_recordStore->WriteBack();
     WriteBack();

@@ -79,6 +79,8 @@ public:
     }
     // The ranks sharing the context; null for a serial context.
     VelCollective* Collective() const { return m_collective.get(); }
+    // VelCollective::Agree for a parallel context; nothing for a serial one.
+    void Agree(const char* operation, std::initializer_list<int64_t> arguments) const;
 
     // Creates the file: signature block with `schemaVersion`, "Context attributes" [0, 8] and
     // the record store.
@@ -150,7 +152,6 @@ private:
     void Load();
     hdf_File CreateFile(hdf_File::CreateFlags flags, const char* block);
     hdf_File OpenFile(hdf_File::OpenFlags flags, char* block);
-    void Agree(const char* operation, std::initializer_list<int64_t> arguments) const;
     std::vector<TypedMember> TypedMembers(long long numObjects);
     void RemoveUncommitted();
     void LoadObject(const TypedMember& member);

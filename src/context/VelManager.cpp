@@ -190,6 +190,8 @@ void VelManager::Checkpoint(const VelContextID& id, bool sync) {
     VelContext& context = **found;
     VelManagerAccess::RequireUsable(context);
     VelVALIDATE(!context.IsReadOnly() && "A context opened read-only cannot be checkpointed");
+    // Ranks that differ are refused before the file is touched: the context stays usable.
+    context.Agree("VelManager::FlushContext", {sync});
     try {
         context.Checkpoint(sync);
     } catch (const hdf_Exception& e) {

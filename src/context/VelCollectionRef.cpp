@@ -32,7 +32,8 @@ VelCSetID VelCollectionRef::CreateCSetStrided(int start, int stride, int count, 
 }
 
 VelCSetID VelCollectionRef::CreateOrderedCSet(const int* order, int count) const {
-    VelAgreeOnMembers(m_id.ContextID().Value(), "VelCollectionRef::CreateOrderedCSet", order, count);
+    VelAgreeOnMembers(m_id.ContextID().Value(), "VelCollectionRef::CreateOrderedCSet", order,
+                      count);
     return Target().CreateOrderedCSet(order, count, m_id.Color());
 }
 
@@ -71,7 +72,8 @@ VelCollectionID VelCollectionRef::CreateColorVariant(int color) const {
 }
 
 void VelCollectionRef::ExtendSpace(int count) const {
-    VelAgree(m_id.ContextID().Value(), "VelCollectionRef::ExtendSpace", {m_id.Minor().Value(), count});
+    VelAgree(m_id.ContextID().Value(), "VelCollectionRef::ExtendSpace",
+             {m_id.Minor().Value(), count});
     Target().ExtendSpace(count);
 }
 

@@ -61,7 +61,6 @@ VelCollective* VelCollectiveOf(unsigned contextValue);
 void VelAgree(unsigned contextValue, const char* operation,
               std::initializer_list<int64_t> arguments);
 // The same for an operation on `count` members, which take part in the fingerprint.
-void VelAgreeOnMembers(unsigned contextValue, const char* operation, const int* members,
-                       int count);
+void VelAgreeOnMembers(unsigned contextValue, const char* operation, const int* members, int count);
 
 #endif

@@ -1,9 +1,9 @@
 #include <mpi.h>
 
-#include <cstdio>
-#include <string>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <thread>
 
 #include "context/VelCollective.h"
@@ -66,8 +66,9 @@ public:
         Wait(request, operation);
         if (global[0] == ~global[1]) return;
         const std::string text =
-            std::string("The ranks of a parallel context differ in a collective call: this rank "
-                        "called ") +
+            std::string(
+                "The ranks of a parallel context differ in a collective call: this rank "
+                "called ") +
             operation +
             "; every rank must make the same collective calls, in the same order, with the same "
             "arguments";

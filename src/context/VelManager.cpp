@@ -55,8 +55,9 @@ VelContextID VelManager::CreateContextParallel(const char* fileName, hdf_File::C
     VelManager& manager = Running();
     VelVALIDATE(fileName);
     std::unique_ptr<VelCollective> collective = VelMakeCollective(comm);
-    collective->Agree("VelManager::CreateContextParallel",
-                      {flags, schemaVersion, static_cast<int64_t>(std::hash<std::string>()(fileName))});
+    collective->Agree(
+        "VelManager::CreateContextParallel",
+        {flags, schemaVersion, static_cast<int64_t>(std::hash<std::string>()(fileName))});
     return manager.Create(fileName, flags, schemaVersion, false, std::move(collective));
 }
 
@@ -65,8 +66,9 @@ VelContextID VelManager::OpenContextParallel(const char* fileName, hdf_File::Ope
     VelManager& manager = Running();
     VelVALIDATE(fileName);
     std::unique_ptr<VelCollective> collective = VelMakeCollective(comm);
-    collective->Agree("VelManager::OpenContextParallel",
-                      {flags, schemaVersion, static_cast<int64_t>(std::hash<std::string>()(fileName))});
+    collective->Agree(
+        "VelManager::OpenContextParallel",
+        {flags, schemaVersion, static_cast<int64_t>(std::hash<std::string>()(fileName))});
     return manager.Open(fileName, flags, schemaVersion, std::move(collective));
 }
 

@@ -150,16 +150,16 @@ std::shared_ptr<VelResultsFile> VelResultsFile::CreateParallel(const std::string
                                                                MPI_Comm comm) {
     std::shared_ptr<VelResultsFile> file(new VelResultsFile(path, true));
     file->m_parallel = true;
-    file->m_id = VelManager::CreateContextParallel(path.c_str(), hdf_File::CreateFlagsTruncate,
-                                                   1, comm);
+    file->m_id =
+        VelManager::CreateContextParallel(path.c_str(), hdf_File::CreateFlagsTruncate, 1, comm);
     if (file->m_id.IsNull())
         file->Fail("VelResultsWriter::CreateParallel", "cannot create " + Quoted(path));
     file->MakeSteps();
     return file;
 }
 
-std::shared_ptr<VelResultsFile> VelResultsFile::OpenParallel(const std::string& path,
-                                                             bool writable, MPI_Comm comm) {
+std::shared_ptr<VelResultsFile> VelResultsFile::OpenParallel(const std::string& path, bool writable,
+                                                             MPI_Comm comm) {
     std::shared_ptr<VelResultsFile> file(new VelResultsFile(path, writable));
     file->m_parallel = true;
     file->m_id = VelManager::OpenContextParallel(
@@ -230,8 +230,8 @@ void VelResultsFile::CheckRows(const char* who, const std::string& what, int fir
                                int count) const {
     if (rows < 1 || first < 0 || first > count - rows)
         Fail(who, what + ": rows " + std::to_string(first) + " to " +
-                      std::to_string(static_cast<int64_t>(first) + rows - 1) + " are not among its " +
-                      std::to_string(count));
+                      std::to_string(static_cast<int64_t>(first) + rows - 1) +
+                      " are not among its " + std::to_string(count));
     if (!m_parallel && rows != count)
         Fail(who, what + ": a file written by one process takes all " + std::to_string(count) +
                       " rows at once");
@@ -272,8 +272,8 @@ void VelResultsFile::AddElementBlock(const std::string& name, VelCellType cellTy
     for (size_t k = 0; k < entries; ++k)
         if (connectivity[k] < 0 || connectivity[k] >= m_nodeCount)
             Fail(who, "block " + Quoted(name) + ": element " +
-                          std::to_string(first + k / nodesPerElement) +
-                          " names node " + std::to_string(connectivity[k]) + ", the mesh has " +
+                          std::to_string(first + k / nodesPerElement) + " names node " +
+                          std::to_string(connectivity[k]) + ", the mesh has " +
                           std::to_string(m_nodeCount));
     const VelContextRef context(m_id);
     Block block;
@@ -406,9 +406,10 @@ void VelResultsFile::WriteFieldRows(const char* who, int index, int step, int fi
     CheckRows(who, "field " + Quoted(field.name), first, rows, EntityCount(field));
     if (!values) Fail(who, "field " + Quoted(field.name) + ": no values given");
     const VelCollectionID entities = field.block < 0 ? m_nodes : m_blocks[field.block].elements;
-    WriteDrawerRows(field.values,
-                    ArrayOf<VelCSetID>({StepCSet(step), All(entities), All(field.componentCollection)}),
-                    Rows{1, entities, first, rows, EntityCount(field)}, values);
+    WriteDrawerRows(
+        field.values,
+        ArrayOf<VelCSetID>({StepCSet(step), All(entities), All(field.componentCollection)}),
+        Rows{1, entities, first, rows, EntityCount(field)}, values);
 }
 
 // Names become records of a new view that inherits every record of the last one; the records
@@ -910,8 +911,7 @@ void VelResultsFile::ReadField(int index, int step, int set, double* values, siz
                     values + r * width);
 }
 
-void VelResultsFile::ReadFieldRows(int index, int step, int first, int rows,
-                                   double* values) const {
+void VelResultsFile::ReadFieldRows(int index, int step, int first, int rows, double* values) const {
     const Field& field = m_fields[static_cast<size_t>(index)];
     const char* const who = "VelResultsField::ReadRows";
     RequireOpen(who);

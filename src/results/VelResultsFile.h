@@ -70,8 +70,12 @@ public:
 
     // Publishes what is new (when writable) and closes the database.
     void Close();
-    bool IsOpen() const { return !m_id.IsNull(); }
-    const std::string& Path() const { return m_path; }
+    bool IsOpen() const {
+        return !m_id.IsNull();
+    }
+    const std::string& Path() const {
+        return m_path;
+    }
     // Stops with "<who>: <path> is closed" unless the file is open (and writable if asked).
     void RequireOpen(const char* who) const;
     void RequireWritable(const char* who) const;
@@ -91,16 +95,24 @@ public:
     void Checkpoint();
 
     // Reading.
-    int NodeCount() const { return m_nodeCount; }
+    int NodeCount() const {
+        return m_nodeCount;
+    }
     int StepCount() const;
     const std::vector<double>& Times() const;
     std::vector<double> Coordinates() const;
     std::vector<int> Connectivity(int block) const;
     std::vector<int> SetMembers(const Set& set) const;
 
-    const std::vector<Block>& Blocks() const { return m_blocks; }
-    const std::vector<Set>& Sets() const { return m_sets; }
-    const std::vector<Field>& Fields() const { return m_fields; }
+    const std::vector<Block>& Blocks() const {
+        return m_blocks;
+    }
+    const std::vector<Set>& Sets() const {
+        return m_sets;
+    }
+    const std::vector<Field>& Fields() const {
+        return m_fields;
+    }
     // The index of the named object; -1 when there is none.
     int BlockIndex(const std::string& name) const;
     int SetIndex(const std::string& name, bool elementSet) const;

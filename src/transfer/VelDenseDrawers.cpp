@@ -241,7 +241,8 @@ void MoveHolders(const VelDistribution& distribution, const std::vector<Holder>&
         return;
     }
     std::vector<int64_t> drawers{distribution.ID().Minor().Value(), write};
-    for (const Holder& holder : holders) drawers.push_back(holder.drawer->Desc().ID().Minor().Value());
+    for (const Holder& holder : holders)
+        drawers.push_back(holder.drawer->Desc().ID().Minor().Value());
     ranks->Agree(write ? "VelTransfer::ExecWrite" : "VelTransfer::ExecRead", drawers);
     VelGuardDrawer(failed, [&] {
         for (const Holder& holder : holders)
@@ -266,7 +267,10 @@ VelArray<VelCSetID> JointCompartment(const VelDrawerRequest& request,
             compartment[d] = selection[d].CSetID();
             continue;
         }
+        // The condition is the report: its text must stay on one line.
+        // clang-format off
         VelVALIDATE(ranged < 0 && "A drawer made by the ranks of a parallel context has at most one dimension of ordinal ranges");
+        // clang-format on
         ranged = d;
     }
     ranks.Agree("VelTransfer::ExecWrite (new drawer)",
@@ -276,8 +280,10 @@ VelArray<VelCSetID> JointCompartment(const VelDrawerRequest& request,
     const VelDimSelection& range = selection[ranged];
     const std::vector<int64_t> bounds =
         ranks.GatherPairs("VelTransfer::ExecWrite (new drawer)", range.First(), range.Last());
+    // clang-format off
     for (size_t r = 1; r < bounds.size() / 2; ++r)
         VelVALIDATE(bounds[2 * r] == bounds[2 * r - 1] + 1 && "The ranks' ordinal ranges of a new drawer must follow one another in rank order, without a gap or an overlap");
+    // clang-format on
     const int first = static_cast<int>(bounds.front());
     const int last = static_cast<int>(bounds.back());
     const VelCollectionRef collection(range.CollectionID());

@@ -138,8 +138,8 @@ struct Slab {
         const hdf_DimArray blocks(n, block);
         file.SelectHyperslab(op, hdf_DimSpace(n, drawerStart), hdf_DimSpace(n, drawerStride),
                              counts, blocks);
-        memory.SelectHyperslab(op, hdf_DimSpace(n, viewStart), hdf_DimSpace(n, viewStride),
-                               counts, blocks);
+        memory.SelectHyperslab(op, hdf_DimSpace(n, viewStart), hdf_DimSpace(n, viewStride), counts,
+                               blocks);
     }
 };
 

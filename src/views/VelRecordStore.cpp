@@ -59,7 +59,12 @@ void VelRecordStore::CommitSerials() {
     VelStoreIO::WriteInt64Dataset(m_root, e_Serials, &m_nextSerial, 1);
 }
 
+// Every commit of records starts here, so the ranks of a parallel context agree before any of
+// its HDF5 calls: on the commit, and on the serial counter, which tells records made on one
+// rank only.
 void VelRecordStore::BeginCommit() {
+    VelManagerAccess::Get(m_contextID.Value())
+        .Agree("a commit of records (a view made or published, a transaction)", {m_nextSerial});
     hdf_Journal::BeginCommit(m_file.GetFileID());
 }
 

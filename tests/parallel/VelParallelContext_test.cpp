@@ -4,7 +4,6 @@
 // every rank; the file reads back in one process, with the library and with HDF5 directly.
 #include <gtest/gtest.h>
 #include <mpi.h>
-
 #include <unistd.h>
 
 #include <cstdio>
@@ -104,9 +103,8 @@ protected:
 TEST_F(VelParallelContext, RanksWriteOneDrawerAndReadEachOthersBlocks) {
     const std::string path = SharedPath("drawers");
     const int count = 10 * Size() + 3;
-    const VelContextID id =
-        VelManager::CreateContextParallel(path.c_str(), hdf_File::CreateFlagsTruncate, 1,
-                                          MPI_COMM_WORLD);
+    const VelContextID id = VelManager::CreateContextParallel(
+        path.c_str(), hdf_File::CreateFlagsTruncate, 1, MPI_COMM_WORLD);
     ASSERT_FALSE(id.IsNull());
     const VelContextRef context(id);
     const VelCollectionID rows = context.CreateCollection(count);
@@ -175,16 +173,16 @@ TEST_F(VelParallelContext, CallsThatDifferBetweenRanksAreRefusedOnEveryRank) {
     if (Size() < 2) GTEST_SKIP() << "one rank cannot differ from the others";
     VelAssert::SetFailurePolicy(VelThrowOnFailure);
     const std::string path = SharedPath("differ");
-    const VelContextID id =
-        VelManager::CreateContextParallel(path.c_str(), hdf_File::CreateFlagsTruncate, 1,
-                                          MPI_COMM_WORLD);
+    const VelContextID id = VelManager::CreateContextParallel(
+        path.c_str(), hdf_File::CreateFlagsTruncate, 1, MPI_COMM_WORLD);
     const VelContextRef context(id);
     try {
         context.CreateCollection(5 + Rank());
         ADD_FAILURE() << "collections of different sizes were made";
     } catch (const VelFailure& failure) {
-        EXPECT_NE(std::string(failure.what()).find("this rank called "
-                                                   "VelContextRef::CreateCollection"),
+        EXPECT_NE(std::string(failure.what())
+                      .find("this rank called "
+                            "VelContextRef::CreateCollection"),
                   std::string::npos)
             << failure.what();
     }

@@ -92,8 +92,7 @@ std::vector<double> StressRows(int step, Split rows) {
 }
 
 // The mesh is a chain: element e joins nodes e and e + 1.  `rank` and `size` split the rows.
-void WriteResults(VelResultsWriter& out, int nodes, int steps, int rank, int size,
-                  int killAtStep) {
+void WriteResults(VelResultsWriter& out, int nodes, int steps, int rank, int size, int killAtStep) {
     const Split myNodes = RowsOf(nodes, rank, size);
     const Split myElements = RowsOf(nodes - 1, rank, size);
     const std::vector<double> xyz = CoordinateRows(myNodes);
@@ -111,8 +110,7 @@ void WriteResults(VelResultsWriter& out, int nodes, int steps, int rank, int siz
         // Killed here, the step's displacement has reached the file, its stress and its
         // checkpoint have not.
         if (step == killAtStep && rank == size - 1) raise(SIGKILL);
-        s.WriteRows(step, myElements.first, myElements.rows,
-                    StressRows(step, myElements).data());
+        s.WriteRows(step, myElements.first, myElements.rows, StressRows(step, myElements).data());
         out.Checkpoint();
     }
 }
@@ -144,12 +142,12 @@ void CheckResults(VelResultsReader& in, int nodes, int steps, int rank, int size
                "stress rows of step " + std::to_string(step));
         std::vector<double> ends;
         u.Read(step, "ends", ends);
-        Expect(ends == std::vector<double>{Displacement(step, 0, 0), Displacement(step, 0, 1),
-                                           Displacement(step, 0, 2),
-                                           Displacement(step, nodes - 1, 0),
-                                           Displacement(step, nodes - 1, 1),
-                                           Displacement(step, nodes - 1, 2)},
-               "node set rows of step " + std::to_string(step));
+        Expect(
+            ends == std::vector<double>{Displacement(step, 0, 0), Displacement(step, 0, 1),
+                                        Displacement(step, 0, 2), Displacement(step, nodes - 1, 0),
+                                        Displacement(step, nodes - 1, 1),
+                                        Displacement(step, nodes - 1, 2)},
+            "node set rows of step " + std::to_string(step));
     }
 }
 
@@ -181,8 +179,10 @@ void Differ(const std::string& path) {
     // Every rank one row further: neighbours overlap by one.
     const Split overlapping{mine.first, mine.rows + (g_rank + 1 < g_size ? 1 : 0)};
     RefusedEverywhere(
-        [&] { u.WriteRows(0, overlapping.first, overlapping.rows,
-                          DisplacementRows(0, overlapping).data()); },
+        [&] {
+            u.WriteRows(0, overlapping.first, overlapping.rows,
+                        DisplacementRows(0, overlapping).data());
+        },
         "overlapping rows");
     u.WriteRows(0, mine.first, mine.rows, DisplacementRows(0, mine).data());
     out.Checkpoint();

@@ -115,7 +115,9 @@ private:
     VelContext* FindByName(const char* fileName) const;
     void Start();
     void Shut();
-    int OpenCount() const { return m_contexts.Count() + m_tempContexts.Count(); }
+    int OpenCount() const {
+        return m_contexts.Count() + m_tempContexts.Count();
+    }
 
     unsigned m_contextCounter;
     bool m_shut;

@@ -69,17 +69,25 @@ public:
     static hdf_File OpenParallel_NoThrow(const char* name, OpenFlags flags, MPI_Comm comm,
                                          char* userBlock, int length);
     // Whether the file was opened through the MPI-IO driver.
-    bool IsParallel() const { return m_parallel; }
+    bool IsParallel() const {
+        return m_parallel;
+    }
 #endif
 
     // Whether `name` is an HDF5 file; a file that cannot be examined throws.
     static bool IsHdf5(const char* name);
 
-    const cow_String& Name() const { return m_name; }
+    const cow_String& Name() const {
+        return m_name;
+    }
     // False for every created file; true for a file opened read-only.
-    bool IsReadOnly() const { return m_readOnly; }
+    bool IsReadOnly() const {
+        return m_readOnly;
+    }
     // The file identifier (the same as GetID() while the object is whole).
-    hid_t GetFileID() const { return m_file.GetID(); }
+    hid_t GetFileID() const {
+        return m_file.GetID();
+    }
     // Flush, then forces the file's data to stable storage (fsync), so that what the file
     // holds survives a power loss too.  Throws hdf_Exception on failure.
     void Sync() const;

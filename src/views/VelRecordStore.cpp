@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "context/VelCollective.h"
 #include "context/VelContextLayout.h"
 #include "context/VelManagerAccess.h"
 #include "hdf/hdf_Journal.h"
@@ -63,8 +64,8 @@ void VelRecordStore::CommitSerials() {
 // its HDF5 calls: on the commit, and on the serial counter, which tells records made on one
 // rank only.
 void VelRecordStore::BeginCommit() {
-    VelManagerAccess::Get(m_contextID.Value())
-        .Agree("a commit of records (a view made or published, a transaction)", {m_nextSerial});
+    VelAgree(m_contextID.Value(), "a commit of records (a view made or published, a transaction)",
+             {m_nextSerial});
     hdf_Journal::BeginCommit(m_file.GetFileID());
 }
 

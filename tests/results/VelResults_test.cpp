@@ -225,10 +225,10 @@ TEST_F(VelResultsDeathTest, RowsAreEveryRowInAFileOfOneProcessAndAnyRowsWhenRead
                               "VelResultsWriter::AddNodes: the mesh's nodes: a file written by "
                               "one process takes all 60 rows at once");
         out.AddNodes(kNodes, 0, kNodes, xyz.data());
-        ExpectValidateFailure(out.AddElementBlock("bars", VelCellType::Line2, 4, 2, 2, 3,
-                                                  bars.data()),
-                              "VelResultsWriter::AddElementBlock: block \"bars\": rows 2 to 4 "
-                              "are not among its 4");
+        ExpectValidateFailure(
+            out.AddElementBlock("bars", VelCellType::Line2, 4, 2, 2, 3, bars.data()),
+            "VelResultsWriter::AddElementBlock: block \"bars\": rows 2 to 4 "
+            "are not among its 4");
         out.AddElementBlock("bars", VelCellType::Line2, 4, 2, 0, 4, bars.data());
         VelResultsField u = out.AddNodalField("u", {"x", "y"});
         out.AddStep(0.0);

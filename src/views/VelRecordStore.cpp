@@ -69,8 +69,12 @@ void VelRecordStore::BeginCommit() {
     hdf_Journal::BeginCommit(m_file.GetFileID());
 }
 
+// In a parallel context a flush is a collective fsync that writes metadata in place: the
+// records are written back with the file's next checkpoint instead, in the same single flush.
 void VelRecordStore::Flush() {
-    VelManagerAccess::Get(m_contextID.Value()).Checkpoint(false);
+    VelContext& context = VelManagerAccess::Get(m_contextID.Value());
+    if (context.Collective()) return;
+    context.Checkpoint(false);
 }
 
 void VelRecordStore::WriteBack() {

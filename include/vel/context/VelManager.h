@@ -55,6 +55,7 @@ public:
     // Between checkpoints HDF5 keeps its changes in memory and puts new values behind the
     // file's end, so a job killed between checkpoints leaves a file that a serial reader opens
     // with its last checkpoint; a kill while a checkpoint writes its metadata is not covered.
+    // Commits of records reach the file with the next checkpoint, its only flush.
     static VelContextID CreateContextParallel(const char* fileName, hdf_File::CreateFlags flags,
                                               int schemaVersion, MPI_Comm comm);
     static VelContextID OpenContextParallel(const char* fileName, hdf_File::OpenFlags flags,

@@ -2,6 +2,7 @@
 
 #include "context/VelCollection.h"
 #include "context/VelCollectionAccess.h"
+#include "context/VelCollective.h"
 #include "context/VelContext.h"
 #include "context/VelManagerAccess.h"
 #include "vel/core/VelAssert.h"
@@ -16,6 +17,7 @@ VelCollection& VelCollectionRef::Target() const {
 }
 
 VelCSetID VelCollectionRef::CreateCSet(const int* members, int count) const {
+    VelAgreeOnMembers(m_id.ContextID().Value(), "VelCollectionRef::CreateCSet", members, count);
     return Target().CreateCSet(members, count, m_id.Color());
 }
 
@@ -24,10 +26,14 @@ VelCSetID VelCollectionRef::CreateCSet(const omi_BlkBitVect& members) const {
 }
 
 VelCSetID VelCollectionRef::CreateCSetStrided(int start, int stride, int count, int block) const {
+    VelAgree(m_id.ContextID().Value(), "VelCollectionRef::CreateCSetStrided",
+             {m_id.Minor().Value(), start, stride, count, block});
     return Target().CreateCSetStrided(start, stride, count, block, m_id.Color());
 }
 
 VelCSetID VelCollectionRef::CreateOrderedCSet(const int* order, int count) const {
+    VelAgreeOnMembers(m_id.ContextID().Value(), "VelCollectionRef::CreateOrderedCSet", order,
+                      count);
     return Target().CreateOrderedCSet(order, count, m_id.Color());
 }
 
@@ -70,6 +76,8 @@ VelCollectionID VelCollectionRef::CreateColorVariant(int color) const {
 }
 
 void VelCollectionRef::ExtendSpace(int count) const {
+    VelAgree(m_id.ContextID().Value(), "VelCollectionRef::ExtendSpace",
+             {m_id.Minor().Value(), count});
     Target().ExtendSpace(count);
 }
 

@@ -49,8 +49,7 @@ void VelContext::Create(hdf_File::CreateFlags flags, int schemaVersion,
     m_pool.emplace(allocator, e_PoolBlockSize);
     char block[VelSignature::e_Size];
     VelSignature::Fill(block, schemaVersion);
-    m_file =
-        hdf_File::Create(m_name.c_str(), flags, JournaledAccess(), block, VelSignature::e_Size);
+    m_file = CreateFile(flags, block);
     m_abandoned = hdf_Journal::FailureFlag(m_file.GetFileID());
     m_readOnly = false;
     const int attributes[2] = {m_nextID, ObjectCount() + 2 * VelNUM_CONTEXT_TYPES};
@@ -64,8 +63,7 @@ void VelContext::Create(hdf_File::CreateFlags flags, int schemaVersion,
 
 int VelContext::Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheManager& allocator) {
     char block[VelSignature::e_Size];
-    hdf_File file = hdf_File::Open_NoThrow(m_name.c_str(), flags, JournaledAccess(), block,
-                                           VelSignature::e_Size);
+    hdf_File file = OpenFile(flags, block);
     if (file.IsEmpty()) return e_Unreadable;
     const int result = VelSignature::Check(block, schemaVersion);
     if (result != VelSignature::e_Accepted) return result;
@@ -75,6 +73,23 @@ int VelContext::Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheMana
     m_pool.emplace(allocator, e_PoolBlockSize);
     Load();
     return result;
+}
+
+hdf_File VelContext::CreateFile(hdf_File::CreateFlags flags, const char* block) {
+    if (m_collective)
+        return m_collective->CreateFile(m_name.c_str(), flags, block, VelSignature::e_Size);
+    return hdf_File::Create(m_name.c_str(), flags, JournaledAccess(), block, VelSignature::e_Size);
+}
+
+hdf_File VelContext::OpenFile(hdf_File::OpenFlags flags, char* block) {
+    if (m_collective)
+        return m_collective->OpenFile(m_name.c_str(), flags, block, VelSignature::e_Size);
+    return hdf_File::Open_NoThrow(m_name.c_str(), flags, JournaledAccess(), block,
+                                  VelSignature::e_Size);
+}
+
+void VelContext::Agree(const char* operation, std::initializer_list<int64_t> arguments) const {
+    if (m_collective) m_collective->Agree(operation, arguments);
 }
 
 // One walk over the root group's members reads every "type"; every count, kind and serial read
@@ -277,6 +292,7 @@ void VelContext::Abandon() {
 }
 
 void VelContext::Close() {
+    if (!m_file.IsEmpty()) Agree("VelManager::CloseContext", {});
     const bool writeBack = !m_file.IsEmpty() && !m_readOnly && !IsAbandoned();
     if (writeBack) hdf_Journal::BeginCommit(m_file.GetFileID());
     if (m_recordStore) {
@@ -302,6 +318,7 @@ int VelContext::AllocateCollectionSerial() {
 }
 
 VelCollectionID VelContext::CreateCollection(int size) {
+    Agree("VelContextRef::CreateCollection", {size});
     const VelCollectionID id = VelIDAccess::MakeCollectionID(m_myID, AllocateCollectionSerial());
     m_collectionMap.Insert(id, VelCollection::Create(m_file, id, size, m_readOnly, Pool()), false);
     return id;
@@ -321,6 +338,11 @@ bool VelContext::HasCollection(const VelCollectionID& id) const {
 VelDistributionID VelContext::CreateDistribution(const VelGrid& grid,
                                                  const VelRangeType& rangeType) {
     VelVALIDATE(!m_readOnly);
+    if (m_collective) {
+        std::vector<int64_t> arguments{rangeType.TypeKey()};
+        for (int i = 0; i < grid.Size(); ++i) arguments.push_back(grid[i].Minor().Value());
+        m_collective->Agree("VelContextRef::CreateDistribution", arguments);
+    }
     const VelDistributionID id =
         VelIDAccess::MakeDistributionID(m_myID, AllocateCollectionSerial());
     m_distributionMap.Insert(id, VelDistribution::Create(*this, id, grid, rangeType), false);
@@ -329,6 +351,7 @@ VelDistributionID VelContext::CreateDistribution(const VelGrid& grid,
 
 VelDSetID VelContext::CreateDSet(const VelCtation& ctation) {
     VelVALIDATE(!m_readOnly);
+    Agree("VelContextRef::CreateDSet", {ctation.Size()});
     const VelDSetID id = VelIDAccess::MakeDSetID(m_myID, AllocateCollectionSerial());
     m_dsetMap.Insert(id, VelDSet::Create(*this, id, ctation), false);
     return id;

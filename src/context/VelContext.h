@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "context/VelCollection.h"
+#include "context/VelCollective.h"
 #include "context/VelDSet.h"
 #include "context/VelDistribution.h"
 #include "context/VelSignature.h"
@@ -71,6 +72,16 @@ public:
 
     // Gives the context its identity; a context gets one exactly once.
     void SetIdentity(const VelContextID& id, const char* name);
+    // Makes the context a parallel one, before Create or Open: its file is then shared by the
+    // ranks through MPI-IO instead of the journaled driver, and its collective operations are
+    // checked (VelCollective::Agree).
+    void SetCollective(std::unique_ptr<VelCollective> collective) {
+        m_collective = std::move(collective);
+    }
+    // The ranks sharing the context; null for a serial context.
+    VelCollective* Collective() const { return m_collective.get(); }
+    // VelCollective::Agree for a parallel context; nothing for a serial one.
+    void Agree(const char* operation, std::initializer_list<int64_t> arguments) const;
 
     // Creates the file: signature block with `schemaVersion`, "Context attributes" [0, 8] and
     // the record store.
@@ -144,6 +155,8 @@ private:
     };
 
     void Load();
+    hdf_File CreateFile(hdf_File::CreateFlags flags, const char* block);
+    hdf_File OpenFile(hdf_File::OpenFlags flags, char* block);
     std::vector<TypedMember> TypedMembers(long long numObjects);
     void RemoveUncommitted();
     void LoadObject(const TypedMember& member);
@@ -162,6 +175,8 @@ private:
 
     VelContextID m_myID;
     cow_String m_name;
+    // Outlives the file, which a parallel context closes collectively.
+    std::unique_ptr<VelCollective> m_collective;
     hdf_File m_file;
     // The journaled driver's flag of a given-up file.
     const bool* m_abandoned = nullptr;

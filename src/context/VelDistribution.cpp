@@ -5,6 +5,7 @@
 #include <string>
 
 #include "context/VelCollectionLayout.h"
+#include "context/VelCollective.h"
 #include "context/VelContext.h"
 #include "context/VelContextLayout.h"
 #include "context/VelIDAccess.h"
@@ -355,6 +356,11 @@ VelDrawerID VelDistribution::CreateDrawer(DrawerKind kind, const std::vector<int
     VelASSERT(place.size() == 3 * static_cast<size_t>(NumDimensions()));
     // Sparse drawers name a dataset by their number plus one, which must stay a valid number.
     VelASSERT(m_nextDrawer <= INT_MAX - 2 && "drawer numbers are exhausted");
+    if (VelCollective* ranks = VelCollectiveOf(m_id.ContextID().Value())) {
+        std::vector<int64_t> arguments{m_id.Minor().Value(), kind};
+        arguments.insert(arguments.end(), place.begin(), place.end());
+        ranks->Agree("VelTransfer: a new drawer", arguments);
+    }
     const int number = m_nextDrawer;
     const VelDrawerID drawer = VelIDAccess::MakeDrawerID(m_id, number);
     VelGuardStorage([&] {

@@ -1,6 +1,8 @@
 #include "vel/context/VelManager.h"
 
 #include <cstring>
+#include <functional>
+#include <string>
 
 #include "context/VelContext.h"
 #include "context/VelIDAccess.h"
@@ -47,6 +49,34 @@ VelManager& VelManager::Running() {
     return *g_manager;
 }
 
+#ifdef VEL_PARALLEL
+VelContextID VelManager::CreateContextParallel(const char* fileName, hdf_File::CreateFlags flags,
+                                               int schemaVersion, MPI_Comm comm) {
+    VelManager& manager = Running();
+    VelVALIDATE(fileName);
+    std::unique_ptr<VelCollective> collective = VelMakeCollective(comm);
+    collective->Agree(
+        "VelManager::CreateContextParallel",
+        {flags, schemaVersion, static_cast<int64_t>(std::hash<std::string>()(fileName))});
+    return manager.Create(fileName, flags, schemaVersion, false, std::move(collective));
+}
+
+VelContextID VelManager::OpenContextParallel(const char* fileName, hdf_File::OpenFlags flags,
+                                             int schemaVersion, MPI_Comm comm) {
+    VelManager& manager = Running();
+    VelVALIDATE(fileName);
+    std::unique_ptr<VelCollective> collective = VelMakeCollective(comm);
+    collective->Agree(
+        "VelManager::OpenContextParallel",
+        {flags, schemaVersion, static_cast<int64_t>(std::hash<std::string>()(fileName))});
+    return manager.Open(fileName, flags, schemaVersion, std::move(collective));
+}
+
+void VelManager::SetCollectiveTimeout(double seconds) {
+    VelSetCollectiveTimeout(seconds);
+}
+#endif
+
 VelContextID VelManager::CreateContext(const char* fileName, hdf_File::CreateFlags flags,
                                        int schemaVersion) {
     return Running().Create(fileName, flags, schemaVersion, false);
@@ -82,12 +112,14 @@ VelContextID VelManager::NextID(bool isTemp) {
 // A context that fails while it is made, opened, checkpointed or closed gives its file up
 // before the failure goes on: the file keeps its last commit, whatever was half written.
 VelContextID VelManager::Create(const char* fileName, hdf_File::CreateFlags flags,
-                                int schemaVersion, bool isTemp) {
+                                int schemaVersion, bool isTemp,
+                                std::unique_ptr<VelCollective> collective) {
     VelVALIDATE(fileName);
     const VelContextID id = NextID(isTemp);
     VelAutoPtr<VelContext> context = NewContext();
     try {
         context->SetIdentity(id, fileName);
+        context->SetCollective(std::move(collective));
         context->Create(flags, schemaVersion, *this);
     } catch (const hdf_Exception& e) {
         VelPrintStorageFailure(e);
@@ -102,7 +134,8 @@ VelContextID VelManager::Create(const char* fileName, hdf_File::CreateFlags flag
     return id;
 }
 
-VelContextID VelManager::Open(const char* fileName, hdf_File::OpenFlags flags, int schemaVersion) {
+VelContextID VelManager::Open(const char* fileName, hdf_File::OpenFlags flags, int schemaVersion,
+                              std::unique_ptr<VelCollective> collective) {
     VelVALIDATE(fileName);
     if (VelContext* open = FindByName(fileName)) return open->ID();
     const VelContextID id = NextID(false);
@@ -110,6 +143,7 @@ VelContextID VelManager::Open(const char* fileName, hdf_File::OpenFlags flags, i
     int result = VelSignature::e_Accepted;
     try {
         context->SetIdentity(id, fileName);
+        context->SetCollective(std::move(collective));
         result = context->Open(flags, schemaVersion, *this);
     } catch (const hdf_Exception& e) {
         VelPrintStorageFailure(e);
@@ -158,6 +192,8 @@ void VelManager::Checkpoint(const VelContextID& id, bool sync) {
     VelContext& context = **found;
     VelManagerAccess::RequireUsable(context);
     VelVALIDATE(!context.IsReadOnly() && "A context opened read-only cannot be checkpointed");
+    // Ranks that differ are refused before the file is touched: the context stays usable.
+    context.Agree("VelManager::FlushContext", {sync});
     try {
         context.Checkpoint(sync);
     } catch (const hdf_Exception& e) {

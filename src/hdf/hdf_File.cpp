@@ -245,3 +245,108 @@ bool hdf_File::IsHdf5(const char* name) {
     if (isHdf5 < 0) throw hdf_Exception(HDF_HERE, true);
     return isHdf5 > 0;
 }
+
+#ifdef VEL_PARALLEL
+
+namespace {
+
+// What HDF5 changes stays in the metadata cache until a flush: HDF5 writes dirty entries
+// between flushes only to keep free a fraction of the cache's size, so the cache is made large
+// (64 MiB) and the fraction small (1 %).  Nothing is evicted on close: HDF5 1.10 does not offer
+// that under MPI-IO.  Metadata is written collectively at a flush.
+constexpr size_t kParallelCacheBytes = size_t{64} << 20;
+
+hdf_PropListFileAccess ParallelAccess(MPI_Comm comm) {
+    hdf_PropListFileAccess access;
+    const hid_t id = access.ID();
+    if (H5Pset_fapl_mpio(id, comm, MPI_INFO_NULL) < 0) throw hdf_Exception(HDF_HERE, true);
+    if (H5Pset_coll_metadata_write(id, 1) < 0) throw hdf_Exception(HDF_HERE, true);
+    H5AC_cache_config_t config;
+    config.version = H5AC__CURR_CACHE_CONFIG_VERSION;
+    if (H5Pget_mdc_config(id, &config) < 0) throw hdf_Exception(HDF_HERE, true);
+    config.set_initial_size = 1;
+    config.initial_size = kParallelCacheBytes;
+    config.min_size = kParallelCacheBytes;
+    config.max_size = kParallelCacheBytes;
+    config.min_clean_fraction = 0.01;
+    config.incr_mode = H5C_incr__off;
+    config.flash_incr_mode = H5C_flash_incr__off;
+    config.decr_mode = H5C_decr__off;
+    config.dirty_bytes_threshold = kParallelCacheBytes / 4;
+    if (H5Pset_mdc_config(id, &config) < 0) throw hdf_Exception(HDF_HERE, true);
+    // The placement of the serial files: objects of 64 KiB and more at multiples of 512 bytes.
+    if (H5Pset_alignment(id, hsize_t{64} << 10, 512) < 0) throw hdf_Exception(HDF_HERE, true);
+    return access;
+}
+
+// A user block of `length` bytes, and no reuse of freed space while the file is open: space
+// HDF5 gives back may still hold what the last flush wrote.
+hdf_PropListFileCreate ParallelCreation(int length) {
+    hdf_PropListFileCreate creation;
+    const hsize_t units = (static_cast<hsize_t>(length) + kUserBlockUnit - 1) / kUserBlockUnit;
+    creation.SetUserBlockSize(units * kUserBlockUnit);
+    if (H5Pset_file_space_strategy(creation.ID(), H5F_FSPACE_STRATEGY_NONE, 0, 1) < 0)
+        throw hdf_Exception(HDF_HERE, true);
+    return creation;
+}
+
+// Rank 0's outcome, the same on every rank: true, or false with `error` set.
+bool SharedOutcome(MPI_Comm comm, bool succeeded, hdf_Exception& error, const char* what,
+                   const char* name) {
+    int rank = 0;
+    MPI_Comm_rank(comm, &rank);
+    int ok = succeeded ? 1 : 0;
+    MPI_Bcast(&ok, 1, MPI_INT, 0, comm);
+    if (ok) return true;
+    if (rank != 0) {
+        atr_String text;
+        atr_translate(text, "Rank 0 was unable to %s the user block of \"%s\"\n", what, name);
+        error = hdf_Exception(kHdfUnit, __LINE__, hdf_ErrorCode::MajorFile,
+                              hdf_ErrorCode::MinorCantOpenFile, text.c_str());
+    }
+    return false;
+}
+
+}  // namespace
+
+hdf_File hdf_File::CreateParallel(const char* name, CreateFlags flags, MPI_Comm comm,
+                                  const char* userBlock, int length) {
+    const unsigned accessFlags = CreateAccess(flags);
+    H5open();
+    const hdf_PropListFileAccess access = ParallelAccess(comm);
+    const hdf_PropListFileCreate creation = ParallelCreation(length);
+    const hid_t id = H5Fcreate(name, accessFlags, creation.ID(), access.ID());
+    if (id < 0) throw hdf_Exception(HDF_HERE, true);
+    if (H5Fclose(id) < 0) throw hdf_Exception(HDF_HERE, true);
+    int rank = 0;
+    MPI_Comm_rank(comm, &rank);
+    hdf_Exception error;
+    const bool written = rank != 0 || WriteUserBlock(name, userBlock, length, error);
+    if (!SharedOutcome(comm, written, error, "write", name)) error.Propagate();
+    hdf_File file = ThrowIfEmpty(OpenWith(name, H5F_ACC_RDWR, access.ID(), false));
+    file.m_parallel = true;
+    return file;
+}
+
+hdf_File hdf_File::OpenParallel_NoThrow(const char* name, OpenFlags flags, MPI_Comm comm,
+                                        char* userBlock, int length) {
+    const unsigned accessFlags = OpenAccess(flags);
+    H5open();
+    int rank = 0;
+    MPI_Comm_rank(comm, &rank);
+    hdf_Exception error;
+    const bool read = rank != 0 || ReadUserBlock(name, userBlock, length, error);
+    if (!SharedOutcome(comm, read, error, "read", name)) return hdf_File(error);
+    MPI_Bcast(userBlock, length, MPI_CHAR, 0, comm);
+    hdf_PropListFileAccess access{hid_t{-1}};
+    try {
+        access = ParallelAccess(comm);
+    } catch (const hdf_Exception& failure) {
+        return hdf_File(failure);
+    }
+    hdf_File file = OpenWith(name, accessFlags, access.ID(), flags == OpenFlagsReadOnly);
+    file.m_parallel = !file.IsEmpty();
+    return file;
+}
+
+#endif

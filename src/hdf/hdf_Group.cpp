@@ -156,7 +156,28 @@ void hdf_Group::Flush() const {
     }
 }
 
+#ifdef VEL_PARALLEL
+namespace {
+// Whether the file of `id` was opened through the MPI-IO driver.
+bool IsMpio(hid_t id) {
+    const hid_t file = H5Iget_file_id(id);
+    if (file < 0) return false;
+    const hid_t access = H5Fget_access_plist(file);
+    H5Fclose(file);
+    if (access < 0) return false;
+    const hid_t driver = H5Pget_driver(access);
+    H5Pclose(access);
+    return driver == H5FD_MPIO;
+}
+}  // namespace
+#endif
+
 void hdf_Group::WriteBuffers() const {
+#ifdef VEL_PARALLEL
+    // Under MPI-IO a flush is collective and writes metadata in place: the cache keeps it until
+    // the file's next flush instead.
+    if (IsMpio(ID())) return;
+#endif
     Succeeded(H5Fflush(ID(), H5F_SCOPE_LOCAL), HDF_HERE);
 }
 

@@ -687,7 +687,11 @@ void hdf_Journal::Use(hid_t access) {
     config.flash_incr_mode = H5C_flash_incr__off;
     config.decr_mode = H5C_decr__off;
     if (H5Pset_mdc_config(access, &config) < 0) throw hdf_Exception(HDF_HERE, true);
+#ifndef H5_HAVE_PARALLEL
+    // A parallel HDF5 refuses eviction on close for every file, serial ones too: there the
+    // fixed size alone bounds the entries a flush visits.
     if (H5Pset_evict_on_close(access, 1) < 0) throw hdf_Exception(HDF_HERE, true);
+#endif
     // Bulk data starts on a page: copying a drawer out of the page cache is fastest from an
     // aligned address.  Small objects stay packed.
     if (H5Pset_alignment(access, kAlignedFrom, kAlignment) < 0) throw hdf_Exception(HDF_HERE, true);

@@ -50,6 +50,14 @@ void VelResultsField::Write(int step, const std::vector<double>& values) const {
     Write(step, values.data(), values.size());
 }
 
+void VelResultsField::WriteRows(int step, int first, int rows, const double* values) const {
+    File().WriteFieldRows("VelResultsField::WriteRows", m_index, step, first, rows, values);
+}
+
+void VelResultsField::ReadRows(int step, int first, int rows, double* values) const {
+    File().ReadFieldRows(m_index, step, first, rows, values);
+}
+
 void VelResultsField::Read(int step, double* values, size_t count) const {
     File().ReadField(m_index, step, -1, values, count);
 }

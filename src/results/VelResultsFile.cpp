@@ -73,6 +73,41 @@ void WriteDrawer(const VelDistributionID& distribution, const VelArray<VelCSetID
     transfer.RelinquishBuffers();
 }
 
+// Where a rank's rows go: rows `first` to `first + count - 1` of the `total` members of
+// `collection`, dimension `dimension` of a new drawer.
+struct Rows {
+    int dimension;
+    VelCollectionID collection;
+    int first;
+    int count;
+    int total;
+};
+
+// The rows' part of a new drawer over `csets`: the whole drawer when they are every row, else
+// this rank's block of a drawer the ranks of a parallel file make together, over their rows.
+void WriteDrawerRows(const VelDistributionID& distribution, const VelArray<VelCSetID>& csets,
+                     const Rows& rows, const void* values) {
+    if (rows.first == 0 && rows.count == rows.total) {
+        WriteDrawer(distribution, csets, values);
+        return;
+    }
+    VelTransfer transfer{VelDistributionRef(distribution)};
+    transfer.SetMakeNewDrawer().SetBufferPadding(false);
+    for (int d = 0; d < csets.Size(); ++d) {
+        if (d == rows.dimension) {
+            transfer.SetDimOrdinalRange(d, rows.collection, rows.first,
+                                        rows.first + rows.count - 1);
+        } else {
+            transfer.SetDim(d, csets[d]);
+        }
+    }
+    transfer.CheckView();
+    transfer.SetBuffer(VelbufMain, const_cast<void*>(values),
+                       transfer.RequiredBufferSize(VelbufMain));
+    transfer.ExecWrite();
+    transfer.RelinquishBuffers();
+}
+
 VelCSetID All(const VelCollectionID& collection) {
     return VelCollectionRef(collection).BiggestCSetID();
 }
@@ -109,6 +144,34 @@ std::shared_ptr<VelResultsFile> VelResultsFile::Create(const std::string& path) 
     file->MakeSteps();
     return file;
 }
+
+#ifdef VEL_PARALLEL
+std::shared_ptr<VelResultsFile> VelResultsFile::CreateParallel(const std::string& path,
+                                                               MPI_Comm comm) {
+    std::shared_ptr<VelResultsFile> file(new VelResultsFile(path, true));
+    file->m_parallel = true;
+    file->m_id =
+        VelManager::CreateContextParallel(path.c_str(), hdf_File::CreateFlagsTruncate, 1, comm);
+    if (file->m_id.IsNull())
+        file->Fail("VelResultsWriter::CreateParallel", "cannot create " + Quoted(path));
+    file->MakeSteps();
+    return file;
+}
+
+std::shared_ptr<VelResultsFile> VelResultsFile::OpenParallel(const std::string& path, bool writable,
+                                                             MPI_Comm comm) {
+    std::shared_ptr<VelResultsFile> file(new VelResultsFile(path, writable));
+    file->m_parallel = true;
+    file->m_id = VelManager::OpenContextParallel(
+        path.c_str(), writable ? hdf_File::OpenFlagsReadWrite : hdf_File::OpenFlagsReadOnly, 1,
+        comm);
+    if (file->m_id.IsNull())
+        file->Fail("VelResultsReader::OpenParallel",
+                   Quoted(path) + " is not a database this library can open");
+    file->Load();
+    return file;
+}
+#endif
 
 std::shared_ptr<VelResultsFile> VelResultsFile::Open(const std::string& path, bool writable) {
     std::shared_ptr<VelResultsFile> file(new VelResultsFile(path, writable));
@@ -163,24 +226,38 @@ void VelResultsFile::CheckNewName(const char* who, const std::string& name, bool
     if (taken) Fail(who, "the name " + Quoted(name) + " is taken");
 }
 
-void VelResultsFile::AddNodes(int count, const double* coordinates) {
+void VelResultsFile::CheckRows(const char* who, const std::string& what, int first, int rows,
+                               int count) const {
+    if (rows < 1 || first < 0 || first > count - rows)
+        Fail(who, what + ": rows " + std::to_string(first) + " to " +
+                      std::to_string(static_cast<int64_t>(first) + rows - 1) +
+                      " are not among its " + std::to_string(count));
+    if (!m_parallel && rows != count)
+        Fail(who, what + ": a file written by one process takes all " + std::to_string(count) +
+                      " rows at once");
+}
+
+void VelResultsFile::AddNodes(int count, int first, int rows, const double* coordinates) {
     const char* const who = "VelResultsWriter::AddNodes";
     RequireWritable(who);
     if (m_hasMesh) Fail(who, "the mesh already has its nodes");
     if (count <= 0) Fail(who, "a mesh needs at least one node");
     if (!coordinates) Fail(who, "no coordinates given");
+    CheckRows(who, "the mesh's nodes", first, rows, count);
     const VelContextRef context(m_id);
     m_nodes = context.CreateCollection(count);
     m_axes = context.CreateCollection(3);
     m_coordinates =
         context.CreateDistribution(GridOf({m_nodes, m_axes}), VelRangeType(VelTypeKeyDouble));
-    WriteDrawer(m_coordinates, ArrayOf<VelCSetID>({All(m_nodes), All(m_axes)}), coordinates);
+    WriteDrawerRows(m_coordinates, ArrayOf<VelCSetID>({All(m_nodes), All(m_axes)}),
+                    Rows{0, m_nodes, first, rows, count}, coordinates);
     m_nodeCount = count;
     m_hasMesh = true;
 }
 
 void VelResultsFile::AddElementBlock(const std::string& name, VelCellType cellType, int count,
-                                     int nodesPerElement, const int* connectivity) {
+                                     int nodesPerElement, int first, int rows,
+                                     const int* connectivity) {
     const char* const who = "VelResultsWriter::AddElementBlock";
     CheckNewName(who, name, BlockIndex(name) >= 0);
     if (!m_hasMesh) Fail(who, "block " + Quoted(name) + ": the mesh has no nodes yet");
@@ -190,11 +267,13 @@ void VelResultsFile::AddElementBlock(const std::string& name, VelCellType cellTy
                       std::to_string(nodesPerElement));
     if (count <= 0) Fail(who, "block " + Quoted(name) + " needs at least one element");
     if (!connectivity) Fail(who, "block " + Quoted(name) + ": no connectivity given");
-    const size_t entries = static_cast<size_t>(count) * static_cast<size_t>(nodesPerElement);
+    CheckRows(who, "block " + Quoted(name), first, rows, count);
+    const size_t entries = static_cast<size_t>(rows) * static_cast<size_t>(nodesPerElement);
     for (size_t k = 0; k < entries; ++k)
         if (connectivity[k] < 0 || connectivity[k] >= m_nodeCount)
-            Fail(who, "block " + Quoted(name) + ": element " + std::to_string(k / nodesPerElement) +
-                          " names node " + std::to_string(connectivity[k]) + ", the mesh has " +
+            Fail(who, "block " + Quoted(name) + ": element " +
+                          std::to_string(first + k / nodesPerElement) + " names node " +
+                          std::to_string(connectivity[k]) + ", the mesh has " +
                           std::to_string(m_nodeCount));
     const VelContextRef context(m_id);
     Block block;
@@ -206,8 +285,9 @@ void VelResultsFile::AddElementBlock(const std::string& name, VelCellType cellTy
     block.corners = context.CreateCollection(nodesPerElement);
     block.connectivity = context.CreateDistribution(GridOf({block.elements, block.corners}),
                                                     VelRangeType(VelTypeKeyInt));
-    WriteDrawer(block.connectivity, ArrayOf<VelCSetID>({All(block.elements), All(block.corners)}),
-                connectivity);
+    WriteDrawerRows(block.connectivity,
+                    ArrayOf<VelCSetID>({All(block.elements), All(block.corners)}),
+                    Rows{0, block.elements, first, rows, count}, connectivity);
     m_blockIndex[name] = static_cast<int>(m_blocks.size());
     m_blocks.push_back(block);
 }
@@ -313,10 +393,23 @@ void VelResultsFile::WriteField(int index, int step, const double* values, size_
     if (count != expected || !values)
         Fail(who, "field " + Quoted(field.name) + " takes " + std::to_string(expected) +
                       " values per step, not " + std::to_string(count));
+    WriteFieldRows(who, index, step, 0, EntityCount(field), values);
+}
+
+void VelResultsFile::WriteFieldRows(const char* who, int index, int step, int first, int rows,
+                                    const double* values) {
+    const Field& field = m_fields[static_cast<size_t>(index)];
+    RequireWritable(who);
+    if (step < 0 || step >= StepCount())
+        Fail(who, "field " + Quoted(field.name) + ": step " + std::to_string(step) +
+                      " does not exist; the file has " + std::to_string(StepCount()) + " steps");
+    CheckRows(who, "field " + Quoted(field.name), first, rows, EntityCount(field));
+    if (!values) Fail(who, "field " + Quoted(field.name) + ": no values given");
     const VelCollectionID entities = field.block < 0 ? m_nodes : m_blocks[field.block].elements;
-    WriteDrawer(field.values,
-                ArrayOf<VelCSetID>({StepCSet(step), All(entities), All(field.componentCollection)}),
-                values);
+    WriteDrawerRows(
+        field.values,
+        ArrayOf<VelCSetID>({StepCSet(step), All(entities), All(field.componentCollection)}),
+        Rows{1, entities, first, rows, EntityCount(field)}, values);
 }
 
 // Names become records of a new view that inherits every record of the last one; the records
@@ -816,6 +909,28 @@ void VelResultsFile::ReadField(int index, int step, int set, double* values, siz
     for (size_t r = 0; r < rows; ++r)
         std::copy_n(ascending.data() + static_cast<size_t>(position[r]) * width, width,
                     values + r * width);
+}
+
+void VelResultsFile::ReadFieldRows(int index, int step, int first, int rows, double* values) const {
+    const Field& field = m_fields[static_cast<size_t>(index)];
+    const char* const who = "VelResultsField::ReadRows";
+    RequireOpen(who);
+    if (step < 0 || step >= StepCount())
+        Fail(who, "field " + Quoted(field.name) + ": step " + std::to_string(step) +
+                      " does not exist; the file has " + std::to_string(StepCount()) + " steps");
+    if (rows < 1 || first < 0 || first > EntityCount(field) - rows)
+        Fail(who, "field " + Quoted(field.name) + ": rows " + std::to_string(first) + " to " +
+                      std::to_string(static_cast<int64_t>(first) + rows - 1) +
+                      " are not among its " + std::to_string(EntityCount(field)));
+    if (!values) Fail(who, "field " + Quoted(field.name) + ": no buffer given");
+    const VelCollectionID entities = field.block < 0 ? m_nodes : m_blocks[field.block].elements;
+    VelTransfer transfer{VelDistributionRef(field.values)};
+    transfer.SetRead().SetRequireReadCoverage().SetBufferPadding(false);
+    transfer.SetDimOrdinalRange(0, m_steps, step, step);
+    transfer.SetDimOrdinalRange(1, entities, first, first + rows - 1);
+    transfer.SetDim(2, All(field.componentCollection));
+    ReadInto(transfer, values,
+             static_cast<size_t>(rows) * field.components.size() * sizeof(double));
 }
 
 void VelResultsFile::ReadHistory(int index, int entity, double* values, size_t count) const {

@@ -5,6 +5,9 @@
 #include <memory>
 #include <string>
 #include <vector>
+#ifdef VEL_PARALLEL
+#include <mpi.h>
+#endif
 
 #include "results/VelResultsSchema.h"
 #include "vel/context/VelCSetID.h"
@@ -57,6 +60,12 @@ public:
     // records contradict its data, stops with a message (a validation failure).
     static std::shared_ptr<VelResultsFile> Create(const std::string& path);
     static std::shared_ptr<VelResultsFile> Open(const std::string& path, bool writable);
+#ifdef VEL_PARALLEL
+    // The same, shared by the ranks of `comm` (VelManager's parallel contexts).
+    static std::shared_ptr<VelResultsFile> CreateParallel(const std::string& path, MPI_Comm comm);
+    static std::shared_ptr<VelResultsFile> OpenParallel(const std::string& path, bool writable,
+                                                        MPI_Comm comm);
+#endif
     ~VelResultsFile();
 
     // Publishes what is new (when writable) and closes the database.
@@ -71,9 +80,11 @@ public:
     [[noreturn]] void Fail(const char* who, const std::string& message) const;
 
     // Writing.
-    void AddNodes(int count, const double* coordinates);
+    // Rows `first` to `first + rows - 1` of the `count` nodes or elements: every row in a file
+    // of one process, a rank's own rows in a parallel one.
+    void AddNodes(int count, int first, int rows, const double* coordinates);
     void AddElementBlock(const std::string& name, VelCellType cellType, int count,
-                         int nodesPerElement, const int* connectivity);
+                         int nodesPerElement, int first, int rows, const int* connectivity);
     void AddSet(const std::string& name, int block, const int* ids, int count);
     int AddField(const std::string& name, int block, const std::vector<std::string>& components,
                  const std::string& units);
@@ -81,16 +92,24 @@ public:
     void Checkpoint();
 
     // Reading.
-    int NodeCount() const { return m_nodeCount; }
+    int NodeCount() const {
+        return m_nodeCount;
+    }
     int StepCount() const;
     const std::vector<double>& Times() const;
     std::vector<double> Coordinates() const;
     std::vector<int> Connectivity(int block) const;
     std::vector<int> SetMembers(const Set& set) const;
 
-    const std::vector<Block>& Blocks() const { return m_blocks; }
-    const std::vector<Set>& Sets() const { return m_sets; }
-    const std::vector<Field>& Fields() const { return m_fields; }
+    const std::vector<Block>& Blocks() const {
+        return m_blocks;
+    }
+    const std::vector<Set>& Sets() const {
+        return m_sets;
+    }
+    const std::vector<Field>& Fields() const {
+        return m_fields;
+    }
     // The index of the named object; -1 when there is none.
     int BlockIndex(const std::string& name) const;
     int SetIndex(const std::string& name, bool elementSet) const;
@@ -102,6 +121,9 @@ public:
 
     // Field values, checked against the field's shape; `set` is -1 for every row.
     void WriteField(int field, int step, const double* values, size_t count);
+    void WriteFieldRows(const char* who, int field, int step, int first, int rows,
+                        const double* values);
+    void ReadFieldRows(int field, int step, int first, int rows, double* values) const;
     void ReadField(int field, int step, int set, double* values, size_t count) const;
     void ReadHistory(int field, int entity, double* values, size_t count) const;
     int EntityCount(const Field& field) const;
@@ -124,11 +146,16 @@ private:
     void LoadFields(const VelResultsLoader& load);
     void Publish();
     void CheckNewName(const char* who, const std::string& name, bool taken) const;
+    // Stops unless rows `first` to `first + rows - 1` are among `count`, and all of them in a
+    // file of one process.
+    void CheckRows(const char* who, const std::string& what, int first, int rows, int count) const;
     VelCSetID StepCSet(int step);
     [[noreturn]] void Refuse(const std::string& reason) const;
 
     std::string m_path;
     bool m_writable = false;
+    // Shared by the ranks of a parallel context.
+    bool m_parallel = false;
     int m_modules = 0;
     VelContextID m_id;
     std::unique_ptr<VelResultsSchema> m_schema;

@@ -22,6 +22,12 @@ VelResultsReader VelResultsReader::Open(const std::string& path) {
     return VelResultsReader(VelResultsFile::Open(path, false));
 }
 
+#ifdef VEL_PARALLEL
+VelResultsReader VelResultsReader::OpenParallel(const std::string& path, MPI_Comm comm) {
+    return VelResultsReader(VelResultsFile::OpenParallel(path, false, comm));
+}
+#endif
+
 VelResultsFile& VelResultsReader::File() const {
     if (!m_file) VelAssert::FailValidation("VelResultsReader: the reader was moved from");
     return *m_file;

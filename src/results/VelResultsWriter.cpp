@@ -23,6 +23,22 @@ VelResultsWriter VelResultsWriter::Create(const std::string& path) {
     return VelResultsWriter(VelResultsFile::Create(path));
 }
 
+#ifdef VEL_PARALLEL
+VelResultsWriter VelResultsWriter::CreateParallel(const std::string& path, MPI_Comm comm) {
+    return VelResultsWriter(VelResultsFile::CreateParallel(path, comm));
+}
+#endif
+
+void VelResultsWriter::AddNodes(int count, int first, int rows, const double* coordinates) {
+    File().AddNodes(count, first, rows, coordinates);
+}
+
+void VelResultsWriter::AddElementBlock(const std::string& name, VelCellType cellType, int count,
+                                       int nodesPerElement, int first, int rows,
+                                       const int* connectivity) {
+    File().AddElementBlock(name, cellType, count, nodesPerElement, first, rows, connectivity);
+}
+
 VelResultsWriter VelResultsWriter::Open(const std::string& path) {
     return VelResultsWriter(VelResultsFile::Open(path, true));
 }
@@ -33,14 +49,15 @@ VelResultsFile& VelResultsWriter::File() const {
 }
 
 void VelResultsWriter::AddNodes(int count, const double* coordinates) {
-    File().AddNodes(count, coordinates);
+    File().AddNodes(count, 0, count, coordinates);
 }
 
 void VelResultsWriter::AddNodes(const std::vector<double>& coordinates) {
     if (coordinates.size() % 3 != 0)
         File().Fail("VelResultsWriter::AddNodes",
                     std::to_string(coordinates.size()) + " coordinates are not 3 per node");
-    File().AddNodes(static_cast<int>(coordinates.size() / 3), coordinates.data());
+    const int count = static_cast<int>(coordinates.size() / 3);
+    File().AddNodes(count, 0, count, coordinates.data());
 }
 
 int VelResultsWriter::NodeCount() const {
@@ -50,7 +67,7 @@ int VelResultsWriter::NodeCount() const {
 
 void VelResultsWriter::AddElementBlock(const std::string& name, VelCellType cellType, int count,
                                        int nodesPerElement, const int* connectivity) {
-    File().AddElementBlock(name, cellType, count, nodesPerElement, connectivity);
+    File().AddElementBlock(name, cellType, count, nodesPerElement, 0, count, connectivity);
 }
 
 void VelResultsWriter::AddElementBlock(const std::string& name, VelCellType cellType,
@@ -60,8 +77,9 @@ void VelResultsWriter::AddElementBlock(const std::string& name, VelCellType cell
         File().Fail("VelResultsWriter::AddElementBlock",
                     "block \"" + name + "\": " + std::to_string(connectivity.size()) +
                         " node numbers are not " + std::to_string(nodes) + " per element");
-    File().AddElementBlock(name, cellType, static_cast<int>(connectivity.size() / nodes),
-                           static_cast<int>(nodes), connectivity.data());
+    const int count = static_cast<int>(connectivity.size() / nodes);
+    File().AddElementBlock(name, cellType, count, static_cast<int>(nodes), 0, count,
+                           connectivity.data());
 }
 
 void VelResultsWriter::AddNodeSet(const std::string& name, const int* ids, int count) {

@@ -25,10 +25,12 @@
 #include <cstring>
 #include <string>
 
+#include "context/VelCollective.h"
 #include "context/VelIDAccess.h"
 #include "transfer/VelDrawerGuard.h"
 #include "transfer/VelDrawerOps.h"
 #include "transfer/VelDrawerView.h"
+#include "vel/context/VelCSet.h"
 #include "vel/context/VelCollectionRef.h"
 #include "vel/core/VelAssert.h"
 #include "vel/platform/aio_Stream.h"
@@ -221,6 +223,84 @@ VelArray<int> RequestedChunks(const VelDrawerRequest& request, int numDim) {
     return chunkSizes;
 }
 
+// The ranks of the distribution's context; null for a serial context.
+VelCollective* RanksOf(const VelDistribution& distribution) {
+    return VelCollectiveOf(distribution.ID().ContextID().Value());
+}
+
+// Moves the values of every holder, oldest first.  The ranks of a parallel context first agree
+// on the drawers (each rank's view is its own, the drawers must be the same), then move each
+// drawer's values in one collective call.
+void MoveHolders(const VelDistribution& distribution, const std::vector<Holder>& holders,
+                 const VelDrawerView& view, void* buffer, bool write, const char* failed) {
+    VelCollective* const ranks = RanksOf(distribution);
+    if (!ranks) {
+        VelGuardDrawer(failed, [&] {
+            for (const Holder& holder : holders)
+                VelMoveValues(*holder.drawer, holder.mapping, view, buffer, write);
+        });
+        return;
+    }
+    std::vector<int64_t> drawers{distribution.ID().Minor().Value(), write};
+    for (const Holder& holder : holders)
+        drawers.push_back(holder.drawer->Desc().ID().Minor().Value());
+    ranks->Agree(write ? "VelTransfer::ExecWrite" : "VelTransfer::ExecRead", drawers);
+    VelGuardDrawer(failed, [&] {
+        for (const Holder& holder : holders)
+            VelMoveValuesCollective(*holder.drawer, holder.mapping, view, buffer, write,
+                                    ranks->CollectiveTransfer());
+    });
+}
+
+// The compartment of a drawer the ranks of a parallel context make together.  Their views
+// select the same CSets, except in at most one dimension, where each rank may give an ordinal
+// range of its own: the ranges, in rank order, must follow one another without a gap or an
+// overlap, and the drawer holds their union, as the collection's full CSet when they cover it
+// (the drawer one process would make for the whole of it).
+VelArray<VelCSetID> JointCompartment(const VelDrawerRequest& request,
+                                     const VelDistribution& distribution, VelCollective& ranks) {
+    const VelArray<VelDimSelection>& selection = request.view.DimSelections();
+    VelVALIDATE(selection.Size() == distribution.NumDimensions());
+    VelArray<VelCSetID> compartment(selection.Size());
+    int ranged = -1;
+    for (int d = 0; d < selection.Size(); ++d) {
+        if (selection[d].IsCSet()) {
+            compartment[d] = selection[d].CSetID();
+            continue;
+        }
+        // The condition is the report: its text must stay on one line.
+        // clang-format off
+        VelVALIDATE(ranged < 0 && "A drawer made by the ranks of a parallel context has at most one dimension of ordinal ranges");
+        // clang-format on
+        ranged = d;
+    }
+    ranks.Agree("VelTransfer::ExecWrite (new drawer)",
+                {distribution.ID().Minor().Value(), ranged,
+                 ranged < 0 ? -1 : selection[ranged].CollectionID().Minor().Value()});
+    if (ranged < 0) return compartment;
+    const VelDimSelection& range = selection[ranged];
+    const std::vector<int64_t> bounds =
+        ranks.GatherPairs("VelTransfer::ExecWrite (new drawer)", range.First(), range.Last());
+    // clang-format off
+    for (size_t r = 1; r < bounds.size() / 2; ++r)
+        VelVALIDATE(bounds[2 * r] == bounds[2 * r - 1] + 1 && "The ranks' ordinal ranges of a new drawer must follow one another in rank order, without a gap or an overlap");
+    // clang-format on
+    const int first = static_cast<int>(bounds.front());
+    const int last = static_cast<int>(bounds.back());
+    const VelCollectionRef collection(range.CollectionID());
+    compartment[ranged] = first == 0 && last == collection.Space() - 1
+                              ? collection.BiggestCSetID()
+                              : collection.CreateCSetStrided(first, 1, last - first + 1, 1);
+    return compartment;
+}
+
+// The sizes of a new drawer over `compartment`.
+VelArray<int> SizesOf(const VelArray<VelCSetID>& compartment) {
+    VelArray<int> sizes(compartment.Size());
+    for (int d = 0; d < compartment.Size(); ++d) sizes[d] = VelCSet(compartment[d]).Size();
+    return sizes;
+}
+
 }  // namespace
 
 void VelReadDense(const VelDrawerRequest& request) {
@@ -229,9 +309,8 @@ void VelReadDense(const VelDrawerRequest& request) {
     void* const buffer = MainBuffer(request);
 
     if (request.args.LookInOnlyOneDrawer().IsTrue()) {
-        const Holder only = OnlyDrawer(distribution, request, view, false);
-        VelGuardDrawer(kReadFailed,
-                       [&] { VelMoveValues(*only.drawer, only.mapping, view, buffer, false); });
+        MoveHolders(distribution, {OnlyDrawer(distribution, request, view, false)}, view, buffer,
+                    false, kReadFailed);
         return;
     }
 
@@ -252,10 +331,7 @@ void VelReadDense(const VelDrawerRequest& request) {
         std::memset(buffer, 0, static_cast<size_t>(request.drawer.BufferSizes()[VelbufMain]));
     }
     // Oldest first, so that newer drawers overwrite what older ones hold of the same values.
-    VelGuardDrawer(kReadFailed, [&] {
-        for (const Holder& holder : holders)
-            VelMoveValues(*holder.drawer, holder.mapping, view, buffer, false);
-    });
+    MoveHolders(distribution, holders, view, buffer, false, kReadFailed);
 }
 
 void VelWriteDense(const VelDrawerRequest& request) {
@@ -268,8 +344,7 @@ void VelWriteDense(const VelDrawerRequest& request) {
     if (request.args.LookInOnlyOneDrawer().IsTrue()) {
         const Holder only = OnlyDrawer(distribution, request, view, true);
         if (!overwrite) return;
-        VelGuardDrawer(kWriteFailed,
-                       [&] { VelMoveValues(*only.drawer, only.mapping, view, buffer, true); });
+        MoveHolders(distribution, {only}, view, buffer, true, kWriteFailed);
         return;
     }
 
@@ -281,29 +356,28 @@ void VelWriteDense(const VelDrawerRequest& request) {
                     "policy is error\n";
         VelVALIDATE(!"Writing values outside every drawer is refused by SetWriteNewDomainError");
     }
-    if (overwrite) {
-        VelGuardDrawer(kWriteFailed, [&] {
-            for (const Holder& holder : holders)
-                VelMoveValues(*holder.drawer, holder.mapping, view, buffer, true);
-        });
-    }
+    if (overwrite) MoveHolders(distribution, holders, view, buffer, true, kWriteFailed);
     if (!uncovered.empty() && request.args.WriteNewDomainMake().Value())
         MakeDrawers(distribution, request, view, uncovered);
 }
 
 void VelCreateDenseDrawer(const VelDrawerRequest& request) {
     VelDistribution& distribution = VelDistributionOf(request);
+    VelCollective* const ranks = RanksOf(distribution);
     VelPersistentDrawer::NewDrawer made;
-    made.compartment = VelNewDrawerCompartment(request, distribution);
     const VelDrawerView view = VelDrawerView::Of(request);
-    made.sizes = SizesOf(view.members);
+    if (ranks) {
+        made.compartment = JointCompartment(request, distribution, *ranks);
+        made.sizes = SizesOf(made.compartment);
+    } else {
+        made.compartment = VelNewDrawerCompartment(request, distribution);
+        made.sizes = SizesOf(view.members);
+    }
     made.chunkSizes = RequestedChunks(request, view.NumDimensions());
     made.compression = VelNewDrawerCompression(request);
     VelPersistentDrawer& drawer = VelPersistentDrawer::Create(distribution, made);
-    VelGuardDrawer(kWriteFailed, [&] {
-        VelMoveValues(drawer, VelMapView(view, drawer.Desc().Members()), view, MainBuffer(request),
-                      true);
-    });
+    MoveHolders(distribution, {Holder{&drawer, VelMapView(view, drawer.Desc().Members())}}, view,
+                MainBuffer(request), true, kWriteFailed);
     drawer.Complete();
 }
 

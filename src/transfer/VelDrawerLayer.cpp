@@ -1,6 +1,8 @@
+#include "context/VelCollective.h"
 #include "transfer/VelDrawerIO.h"
 #include "transfer/VelDrawerOps.h"
 #include "transfer/VelDrawerView.h"
+#include "vel/core/VelAssert.h"
 
 namespace {
 
@@ -19,6 +21,7 @@ public:
         VelReadDense(request);
     }
     void ReadSparse(const VelDrawerRequest& request) override {
+        RequireSerial(request);
         LetGo(request);
         VelReadSparse(request);
     }
@@ -27,6 +30,7 @@ public:
         VelWriteDense(request);
     }
     void WriteSparse(const VelDrawerRequest& request) override {
+        RequireSerial(request);
         LetGo(request);
         VelWriteSparse(request);
     }
@@ -35,6 +39,7 @@ public:
         VelCreateDenseDrawer(request);
     }
     void CreateSparseDrawer(const VelDrawerRequest& request) override {
+        RequireSerial(request);
         LetGo(request);
         VelCreateSparseDrawer(request);
     }
@@ -45,6 +50,11 @@ public:
     }
 
 private:
+    // Sparse drawers' arrays are sized by the whole drawer, which no rank's block would be.
+    static void RequireSerial(const VelDrawerRequest& request) {
+        const bool parallel = VelCollectiveOf(request.distribution.ID().ContextID().Value());
+        VelVALIDATE(!parallel && "Sparse drawers are not offered in parallel contexts");
+    }
     static void LetGo(const VelDrawerRequest& request) {
         VelDistributionOf(request).BoundOpenDrawers();
     }

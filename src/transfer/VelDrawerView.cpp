@@ -113,6 +113,37 @@ private:
     std::vector<size_t> m_at;
 };
 
+// One piece per dimension, as HDF5's hyperslab arguments.
+struct Slab {
+    hsize_t viewStart[hdf_DimSpace::MaxRank];
+    hsize_t viewStride[hdf_DimSpace::MaxRank];
+    hsize_t drawerStart[hdf_DimSpace::MaxRank];
+    hsize_t drawerStride[hdf_DimSpace::MaxRank];
+    int32_t count[hdf_DimSpace::MaxRank];
+    int32_t block[hdf_DimSpace::MaxRank];
+
+    Slab(const PieceOdometer& pieces, int n) {
+        for (int d = 0; d < n; ++d) {
+            const VelPositionPiece& p = pieces[static_cast<size_t>(d)];
+            viewStart[d] = static_cast<hsize_t>(p.view);
+            viewStride[d] = static_cast<hsize_t>(p.viewStride);
+            drawerStart[d] = static_cast<hsize_t>(p.drawer);
+            drawerStride[d] = static_cast<hsize_t>(p.drawerStride);
+            count[d] = p.count;
+            block[d] = p.block;
+        }
+    }
+    void Select(hdf_Dataspace& memory, hdf_Dataspace& file, hdf_Dataspace::Seloper op,
+                int n) const {
+        const hdf_DimArray counts(n, count);
+        const hdf_DimArray blocks(n, block);
+        file.SelectHyperslab(op, hdf_DimSpace(n, drawerStart), hdf_DimSpace(n, drawerStride),
+                             counts, blocks);
+        memory.SelectHyperslab(op, hdf_DimSpace(n, viewStart), hdf_DimSpace(n, viewStride), counts,
+                               blocks);
+    }
+};
+
 void Transfer(const hdf_Dataset& dataset, const hdf_Datatype& type, const hdf_Dataspace& memory,
               const hdf_Dataspace& file, void* buffer, bool write) {
     if (write) {
@@ -138,30 +169,34 @@ void VelMoveValues(VelPersistentDrawer& drawer, const std::vector<VelDimMapping>
     hdf_Dataspace& file = drawer.ValuesSpace();
     const hdf_Datatype& type = drawer.StoredType();
 
-    hsize_t viewStart[hdf_DimSpace::MaxRank];
-    hsize_t viewStride[hdf_DimSpace::MaxRank];
-    hsize_t drawerStart[hdf_DimSpace::MaxRank];
-    hsize_t drawerStride[hdf_DimSpace::MaxRank];
-    int32_t count[hdf_DimSpace::MaxRank];
-    int32_t block[hdf_DimSpace::MaxRank];
     PieceOdometer pieces(mapping);
     do {
-        for (int d = 0; d < n; ++d) {
-            const VelPositionPiece& p = pieces[static_cast<size_t>(d)];
-            viewStart[d] = static_cast<hsize_t>(p.view);
-            viewStride[d] = static_cast<hsize_t>(p.viewStride);
-            drawerStart[d] = static_cast<hsize_t>(p.drawer);
-            drawerStride[d] = static_cast<hsize_t>(p.drawerStride);
-            count[d] = p.count;
-            block[d] = p.block;
-        }
-        const hdf_DimArray counts(n, count);
-        const hdf_DimArray blocks(n, block);
-        file.SelectHyperslab(hdf_Dataspace::SeloperSet, hdf_DimSpace(n, drawerStart),
-                             hdf_DimSpace(n, drawerStride), counts, blocks);
         // The memory space is shared with earlier transfers: its selection is always set.
-        memory.SelectHyperslab(hdf_Dataspace::SeloperSet, hdf_DimSpace(n, viewStart),
-                               hdf_DimSpace(n, viewStride), counts, blocks);
+        Slab(pieces, n).Select(memory, file, hdf_Dataspace::SeloperSet, n);
         Transfer(drawer.Values(), type, memory, file, buffer, write);
     } while (pieces.Next());
+}
+
+void VelMoveValuesCollective(VelPersistentDrawer& drawer, const std::vector<VelDimMapping>& mapping,
+                             const VelDrawerView& view, void* buffer, bool write,
+                             const hdf_PropListTransfer& transfer) {
+    const int n = view.NumDimensions();
+    hdf_Dataspace& memory = drawer.MemorySpace(view.sizes);
+    hdf_Dataspace& file = drawer.ValuesSpace();
+    if (VelMeetsView(mapping)) {
+        PieceOdometer pieces(mapping);
+        hdf_Dataspace::Seloper op = hdf_Dataspace::SeloperSet;
+        do {
+            Slab(pieces, n).Select(memory, file, op, n);
+            op = hdf_Dataspace::SeloperOr;
+        } while (pieces.Next());
+    } else {
+        memory.SelectNone();
+        file.SelectNone();
+    }
+    if (write) {
+        drawer.Values().Write(drawer.StoredType(), memory, file, transfer, buffer);
+    } else {
+        drawer.Values().Read(drawer.StoredType(), memory, file, transfer, buffer);
+    }
 }

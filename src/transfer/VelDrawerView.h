@@ -52,4 +52,13 @@ bool VelHoldsView(const std::vector<VelDimMapping>& mapping, const VelDrawerView
 void VelMoveValues(VelPersistentDrawer& drawer, const std::vector<VelDimMapping>& mapping,
                    const VelDrawerView& view, void* buffer, bool write);
 
+// The same for the ranks of a parallel context, each with its own view: the pieces are joined
+// into one selection on each side (both in row-major order, which the mapping keeps, as it
+// never reorders members), and moved in one HDF5 call with `transfer`, HDF5's collective
+// transfer list.  Every rank makes the call, a rank whose view misses the drawer with an empty
+// selection.
+void VelMoveValuesCollective(VelPersistentDrawer& drawer, const std::vector<VelDimMapping>& mapping,
+                             const VelDrawerView& view, void* buffer, bool write,
+                             const hdf_PropListTransfer& transfer);
+
 #endif

@@ -2,6 +2,7 @@
 
 #include <exception>
 
+#include "context/VelCollective.h"
 #include "context/VelIDAccess.h"
 #include "transfer/VelDrawerIO.h"
 #include "vel/context/VelCSet.h"
@@ -218,7 +219,12 @@ void VelTransfer::CheckView() {
     if (!m_argumentsChecked) m_viewChanged = true;
     if (m_viewChanged) {
         ++m_argumentChecks;
-        const VelArgsErrorKey key = VelNormalizeArgs(m_rangeViewArgs, m_transferArgs, m_grid);
+        VelArgsErrorKey key = VelNormalizeArgs(m_rangeViewArgs, m_transferArgs, m_grid);
+        // In a parallel context the ranks' ordinal ranges join into one new drawer; the check
+        // refusing them is the normalisation's last, so everything else has been normalised.
+        if (key == VelArgsOrdinalRangeOnNewDrawer &&
+            VelCollectiveOf(m_distributionRef.ID().ContextID().Value()))
+            key = VelArgsNoError;
         if (key != VelArgsNoError) ReportBadArguments(key);
         RequireNewDrawerForCompression();
         m_argumentsChecked = true;

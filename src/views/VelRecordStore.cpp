@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "context/VelCollective.h"
 #include "context/VelContextLayout.h"
 #include "context/VelManagerAccess.h"
 #include "hdf/hdf_Journal.h"
@@ -59,12 +60,21 @@ void VelRecordStore::CommitSerials() {
     VelStoreIO::WriteInt64Dataset(m_root, e_Serials, &m_nextSerial, 1);
 }
 
+// Every commit of records starts here, so the ranks of a parallel context agree before any of
+// its HDF5 calls: on the commit, and on the serial counter, which tells records made on one
+// rank only.
 void VelRecordStore::BeginCommit() {
+    VelAgree(m_contextID.Value(), "a commit of records (a view made or published, a transaction)",
+             {m_nextSerial});
     hdf_Journal::BeginCommit(m_file.GetFileID());
 }
 
+// In a parallel context a flush is a collective fsync that writes metadata in place: the
+// records are written back with the file's next checkpoint instead, in the same single flush.
 void VelRecordStore::Flush() {
-    VelManagerAccess::Get(m_contextID.Value()).Checkpoint(false);
+    VelContext& context = VelManagerAccess::Get(m_contextID.Value());
+    if (context.Collective()) return;
+    context.Checkpoint(false);
 }
 
 void VelRecordStore::WriteBack() {

@@ -270,6 +270,41 @@ TEST_F(VelResultsTest, AWriterCompressesWhatItWritesAfterSetCompression) {
     EXPECT_TRUE(again.Compression().IsNone());
 }
 
+// The row forms a parallel writer's ranks use: in a file of one process they take every row,
+// and any rows read back.
+TEST_F(VelResultsDeathTest, RowsAreEveryRowInAFileOfOneProcessAndAnyRowsWhenRead) {
+    VelTempFile file("rows.vel");
+    const std::vector<double> xyz = Coordinates();
+    const std::vector<int> bars = Connectivity(VelCellType::Line2, 4, 0);
+    {
+        VelResultsWriter out = VelResultsWriter::Create(file.str());
+        ExpectValidateFailure(out.AddNodes(kNodes, 1, kNodes - 1, xyz.data() + 3),
+                              "VelResultsWriter::AddNodes: the mesh's nodes: a file written by "
+                              "one process takes all 60 rows at once");
+        out.AddNodes(kNodes, 0, kNodes, xyz.data());
+        ExpectValidateFailure(
+            out.AddElementBlock("bars", VelCellType::Line2, 4, 2, 2, 3, bars.data()),
+            "VelResultsWriter::AddElementBlock: block \"bars\": rows 2 to 4 "
+            "are not among its 4");
+        out.AddElementBlock("bars", VelCellType::Line2, 4, 2, 0, 4, bars.data());
+        VelResultsField u = out.AddNodalField("u", {"x", "y"});
+        out.AddStep(0.0);
+        u.WriteRows(0, 0, kNodes, StepValues(0, kNodes, 2, 1.0).data());
+        ExpectValidateFailure(u.WriteRows(0, 0, 10, StepValues(0, 10, 2, 1.0).data()),
+                              "VelResultsField::WriteRows: field \"u\": a file written by one "
+                              "process takes all 60 rows at once");
+    }
+    VelResultsReader in = VelResultsReader::Open(file.str());
+    EXPECT_EQ(in.ElementBlocks()[0].connectivity, bars);
+    const std::vector<double> all = StepValues(0, kNodes, 2, 1.0);
+    std::vector<double> rows(2 * 7);
+    in.Field("u").ReadRows(0, 13, 7, rows.data());
+    EXPECT_EQ(rows, std::vector<double>(all.begin() + 2 * 13, all.begin() + 2 * 20));
+    ExpectValidateFailure(in.Field("u").ReadRows(0, 55, 6, rows.data()),
+                          "VelResultsField::ReadRows: field \"u\": rows 55 to 60 are not among "
+                          "its 60");
+}
+
 TEST_F(VelResultsDeathTest, MistakesByNameAreRefusedWithTheirName) {
     VelTempFile file("mistakes.vel");
     WriteEveryKind(file.str(), 2);

@@ -1,6 +1,8 @@
 #ifndef VEL_CONTEXT_VELMANAGER_H
 #define VEL_CONTEXT_VELMANAGER_H
 
+#include <memory>
+
 #include "vel/VelExport.h"
 #include "vel/context/VelContextID.h"
 #include "vel/core/VelAutoBtree.h"
@@ -8,6 +10,7 @@
 #include "vel/hdf/hdf_File.h"
 #include "vel/platform/mem_Memory.h"
 
+class VelCollective;
 class VelContext;
 struct VelManagerAccess;
 
@@ -34,6 +37,35 @@ public:
     // refused file (not a database, altered signature, other versions) gives a null ID.
     static VelContextID OpenContext(const char* fileName, hdf_File::OpenFlags flags,
                                     int schemaVersion);
+#ifdef VEL_PARALLEL
+    // Parallel contexts (built with VEL_PARALLEL): every rank of `comm` creates or opens the same
+    // database file through HDF5's MPI-IO driver.  Both are collective, and so is everything
+    // that changes what the file holds or how it is laid out: creating collections, CSets,
+    // distributions, DSets and drawers, ExtendSpace, transfers (every rank makes the same
+    // transfers, in the same order, each with its own block of the view: see VelTransfer),
+    // records (views, transactions, publishing), checkpoints and CloseContext.  Every rank
+    // makes these calls in the same order with the same arguments; the library checks that it
+    // does (one small reduction per call) and refuses a call made with different arguments on
+    // different ranks with a validation failure on every rank.  A rank that waits longer than
+    // the collective timeout (SetCollectiveTimeout) for the others prints the call it waited
+    // in and aborts the job.  Reading what the file names (IDs, sizes, records) is
+    // independent.  docs/parallel.md states the rules and what a checkpoint guarantees.
+    //
+    // A parallel checkpoint writes back the same state as a serial one and flushes the file
+    // collectively, which forces it to storage: FlushContext and SyncContext do the same.
+    // Between checkpoints HDF5 keeps its changes in memory and puts new values behind the
+    // file's end, so a job killed between checkpoints leaves a file that a serial reader opens
+    // with its last checkpoint; a kill while a checkpoint writes its metadata is not covered.
+    // Commits of records reach the file with the next checkpoint, its only flush.
+    static VelContextID CreateContextParallel(const char* fileName, hdf_File::CreateFlags flags,
+                                              int schemaVersion, MPI_Comm comm);
+    static VelContextID OpenContextParallel(const char* fileName, hdf_File::OpenFlags flags,
+                                            int schemaVersion, MPI_Comm comm);
+    // How long a rank waits for the others in one collective call before it aborts the job
+    // (MPI_Abort); 600 seconds unless set, no bound when `seconds` is not positive.
+    static void SetCollectiveTimeout(double seconds);
+#endif
+
     // Writes the context back and closes its file; an ID that is not open is ignored.
     static void CloseContext(VelContextID id);
 
@@ -75,8 +107,9 @@ private:
     static VelManager& Running();
 
     VelContextID Create(const char* fileName, hdf_File::CreateFlags flags, int schemaVersion,
-                        bool isTemp);
-    VelContextID Open(const char* fileName, hdf_File::OpenFlags flags, int schemaVersion);
+                        bool isTemp, std::unique_ptr<VelCollective> collective = nullptr);
+    VelContextID Open(const char* fileName, hdf_File::OpenFlags flags, int schemaVersion,
+                      std::unique_ptr<VelCollective> collective = nullptr);
     void Close(const VelContextID& id);
     void Checkpoint(const VelContextID& id, bool sync);
     VelContextID NextID(bool isTemp);
@@ -84,7 +117,9 @@ private:
     VelContext* FindByName(const char* fileName) const;
     void Start();
     void Shut();
-    int OpenCount() const { return m_contexts.Count() + m_tempContexts.Count(); }
+    int OpenCount() const {
+        return m_contexts.Count() + m_tempContexts.Count();
+    }
 
     unsigned m_contextCounter;
     bool m_shut;

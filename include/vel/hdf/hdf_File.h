@@ -2,6 +2,9 @@
 #define VEL_HDF_HDF_FILE_H
 
 #include <hdf5.h>
+#ifdef VEL_PARALLEL
+#include <mpi.h>
+#endif
 
 #include "vel/VelExport.h"
 #include "vel/hdf/hdf_Group.h"
@@ -54,14 +57,38 @@ public:
     static hdf_File Open_NoThrow(const char* name, OpenFlags flags,
                                  const hdf_PropListFileAccess& access, char* userBlock, int length);
 
+#ifdef VEL_PARALLEL
+    // The file shared by every rank of `comm` through HDF5's MPI-IO driver.  Collective: every
+    // rank calls with the same arguments.  Rank 0 alone writes (Create) or reads (Open) the user
+    // block and hands the outcome to the others, so every rank throws, or returns an empty
+    // file, together.  The metadata cache holds what HDF5 changes until the file is flushed
+    // (up to 48 MiB of metadata), and a created file never reuses space freed while it is
+    // open: between two flushes nothing the last flush wrote is overwritten.  A flush (Flush,
+    // Sync, closing) is collective and forces the file to storage (MPI_File_sync).
+    static hdf_File CreateParallel(const char* name, CreateFlags flags, MPI_Comm comm,
+                                   const char* userBlock, int length);
+    static hdf_File OpenParallel_NoThrow(const char* name, OpenFlags flags, MPI_Comm comm,
+                                         char* userBlock, int length);
+    // Whether the file was opened through the MPI-IO driver.
+    bool IsParallel() const {
+        return m_parallel;
+    }
+#endif
+
     // Whether `name` is an HDF5 file; a file that cannot be examined throws.
     static bool IsHdf5(const char* name);
 
-    const cow_String& Name() const { return m_name; }
+    const cow_String& Name() const {
+        return m_name;
+    }
     // False for every created file; true for a file opened read-only.
-    bool IsReadOnly() const { return m_readOnly; }
+    bool IsReadOnly() const {
+        return m_readOnly;
+    }
     // The file identifier (the same as GetID() while the object is whole).
-    hid_t GetFileID() const { return m_file.GetID(); }
+    hid_t GetFileID() const {
+        return m_file.GetID();
+    }
     // Flush, then forces the file's data to stable storage (fsync), so that what the file
     // holds survives a power loss too.  Throws hdf_Exception on failure.
     void Sync() const;
@@ -81,6 +108,9 @@ private:
 
     hdf_Object m_file;
     bool m_readOnly = false;
+#ifdef VEL_PARALLEL
+    bool m_parallel = false;
+#endif
     cow_String m_name;
 };
 

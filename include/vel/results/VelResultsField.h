@@ -39,10 +39,17 @@ public:
     // Writes the values of `step` (EntityCount() * ComponentCount() of them, row after row).
     void Write(int step, const double* values, size_t count) const;
     void Write(int step, const std::vector<double>& values) const;
+    // Writes rows `first` to `first + rows - 1` of `step` (rows * ComponentCount() values): a
+    // rank's own rows in a parallel file (see VelResultsWriter::CreateParallel), all of them in
+    // a file of one process.
+    void WriteRows(int step, int first, int rows, const double* values) const;
 
     // Reads the values of `step`; the vector is sized to hold them.
     void Read(int step, double* values, size_t count) const;
     void Read(int step, std::vector<double>& values) const;
+    // Reads rows `first` to `first + rows - 1` of `step` (rows * ComponentCount() values); in a
+    // parallel file every rank reads (collective), each its own rows.
+    void ReadRows(int step, int first, int rows, double* values) const;
     // Reads only the rows of one set (a node set for a nodal field, an element set of the
     // field's block for an element field), in the set's order.
     void Read(int step, const std::string& setName, double* values, size_t count) const;

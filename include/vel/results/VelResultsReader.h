@@ -4,6 +4,9 @@
 #include <memory>
 #include <string>
 #include <vector>
+#ifdef VEL_PARALLEL
+#include <mpi.h>
+#endif
 
 #include "vel/VelExport.h"
 #include "vel/results/VelCellType.h"
@@ -39,6 +42,13 @@ struct VEL_API VelResultsElementSet {
 class VEL_API VelResultsReader {
 public:
     static VelResultsReader Open(const std::string& path);
+#ifdef VEL_PARALLEL
+    // The file read by every rank of `comm` (built with VEL_PARALLEL).  Opening and closing are
+    // collective, and so is every read of values (fields, coordinates, blocks, sets, times):
+    // every rank makes it, in the same order; VelResultsField::ReadRows lets each read its own
+    // rows.  Names and counts are read by each rank on its own.
+    static VelResultsReader OpenParallel(const std::string& path, MPI_Comm comm);
+#endif
 
     VelResultsReader(VelResultsReader&&) noexcept;
     VelResultsReader& operator=(VelResultsReader&&) noexcept;

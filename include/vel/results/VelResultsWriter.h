@@ -4,6 +4,9 @@
 #include <memory>
 #include <string>
 #include <vector>
+#ifdef VEL_PARALLEL
+#include <mpi.h>
+#endif
 
 #include "vel/VelExport.h"
 #include "vel/context/VelCompression.h"
@@ -37,6 +40,17 @@ public:
     static VelResultsWriter Create(const std::string& path);
     // An existing results file, to add steps, fields and sets to.
     static VelResultsWriter Open(const std::string& path);
+#ifdef VEL_PARALLEL
+    // A new results file written by every rank of `comm` together (built with VEL_PARALLEL).
+    // Every call on the writer and its fields is collective: every rank makes it, in the same
+    // order, with the same arguments, except that each rank passes its own rows to the row
+    // forms (AddNodes and AddElementBlock below, VelResultsField::WriteRows).  The ranks' rows,
+    // in rank order, follow one another and cover every node or element, each rank at least
+    // one row; each field's step is then one dataset, the one a single process writes.  A
+    // checkpoint is collective too; a job killed between checkpoints leaves a file that opens
+    // (in one process or many) with every step of its last checkpoint.  docs/parallel.md.
+    static VelResultsWriter CreateParallel(const std::string& path, MPI_Comm comm);
+#endif
 
     VelResultsWriter(VelResultsWriter&&) noexcept;
     VelResultsWriter& operator=(VelResultsWriter&&) noexcept;
@@ -45,6 +59,9 @@ public:
     // The mesh's nodes, once: `count` nodes of 3 coordinates each (x, y, z, node after node).
     void AddNodes(int count, const double* coordinates);
     void AddNodes(const std::vector<double>& coordinates);
+    // Nodes `first` to `first + rows - 1` of `count`, with their coordinates: a rank's own rows
+    // in a parallel file; all of them in a file of one process.
+    void AddNodes(int count, int first, int rows, const double* coordinates);
     int NodeCount() const;
 
     // A block of `count` elements of one cell type, each listing `nodesPerElement` node numbers
@@ -53,6 +70,9 @@ public:
                          int nodesPerElement, const int* connectivity);
     void AddElementBlock(const std::string& name, VelCellType cellType,
                          const std::vector<int>& connectivity);
+    // Elements `first` to `first + rows - 1` of a block of `count`, with their node numbers.
+    void AddElementBlock(const std::string& name, VelCellType cellType, int count,
+                         int nodesPerElement, int first, int rows, const int* connectivity);
 
     // Named sets of distinct node numbers, or of distinct element numbers of one block (numbers
     // within the block, from 0).  A set keeps its members in the order given.

@@ -41,6 +41,16 @@
 // buffer set with SetBuffer must be relinquished before the transfer is destroyed.  With
 // padding (the default) each used buffer carries 24 bytes of slack so that its data begin on
 // a 16-byte boundary; the transient drawer gives the addresses of the data.
+//
+// In a parallel context (VelManager::CreateContextParallel) ExecWrite, ExecRead and
+// InitializePersistentDrawer are collective: every rank makes the same transfers in the same
+// order, each with a view of its own.  A new drawer selects the same CSet on every rank in every
+// dimension but at most one, where each rank may give its own ordinal range: the ranks' ranges,
+// in rank order, follow one another without a gap or an overlap, and the drawer holds their
+// union (the collection's full CSet when they cover it).  Existing drawers are written and read
+// with any view per rank, as long as the ranks meet the same drawers; each drawer's values move
+// in one collective HDF5 call.  Ranks that differ are refused on every rank.  Sparse drawers are
+// not offered there.  docs/parallel.md.
 struct VelDrawerRequest;
 
 class VEL_API VelTransfer {

@@ -26,16 +26,25 @@ public:
 };
 
 // A data record in memory: its identifier, its row format (the flattened type) and its bytes,
-// each member at its offset in the store's byte order.  A record handed out by a transaction
-// carries the transaction's token and may be written while the token is active.
+// each member at its offset in the store's byte order.  The bytes are those of the record's row
+// in a shared block (a block of the table cache, or of the transaction that creates or changes
+// the record), which the record keeps alive.  A record handed out by a transaction carries the
+// transaction's token and may be written while the token is active; a record read from a table
+// is never written, so records may share the cache's rows.
 class VelDataRecordRepr : public VelRecShared {
 public:
-    // The record's bytes are copied from `bytes` when given, zero otherwise.
+    // The record whose row (serial first) is `row`, in `block`.
     VelDataRecordRepr(const VelDynamicID& id, const VelRecHandle<VelRowLayout>& layout,
-                      const VelRecHandle<VelViewRepr>& view, const unsigned char* bytes = nullptr);
+                      const VelRecHandle<VelViewRepr>& view, const VelRecHandle<VelRowBlock>& block,
+                      unsigned char* row)
+        : m_ID(id),
+          m_Layout(layout),
+          m_View(view),
+          m_Block(block),
+          m_Bytes(row + VelRowLayout::e_SerialSize) {}
 
     const VelRecTypeExpandedDataRecord& Record() const { return m_Layout->Record(); }
-    unsigned char* Slot(int member) { return m_Bytes.data() + Record().MemberOffset(member); }
+    unsigned char* Slot(int member) { return m_Bytes + Record().MemberOffset(member); }
     // Fills every member with its default; strings are interned in the string table.
     void SetDefaults();
     // Validates that the record was handed out by a transaction that is still active.
@@ -44,8 +53,9 @@ public:
 
     VelDynamicID m_ID;
     VelRecHandle<VelRowLayout> m_Layout;
-    std::vector<unsigned char> m_Bytes;
     VelRecHandle<VelViewRepr> m_View;
+    VelRecHandle<VelRowBlock> m_Block;
+    unsigned char* m_Bytes;
     VelRecHandle<VelTransactionToken> m_Token;
 };
 

@@ -3,9 +3,11 @@
 
 // The row formats of the record store's tables and the block cache through which rows are read.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -58,12 +60,15 @@ public:
     int Width() const { return m_width; }
     const hdf_Datatype& Type() const { return m_type; }
 
-    // Where each member of a data record row sits, and its category, by member position (the
-    // accessors' lookup, kept apart from the member descriptions).
+    // Where each member of a data record row sits, its category and, for a symbolic constant,
+    // its limit, by member position (the accessors' lookup, kept apart from the member
+    // descriptions).
     struct MemberSlot {
         VelRecTypeDataCategory category = VelRecTypeCategoryBoolean;
         int offset = 0;
+        int limit = 0;
         VelRecTypeDataCategory Category() const { return category; }
+        int LimitValue() const { return limit; }
     };
     const VelArray<MemberSlot>& Members() const { return m_members; }
 
@@ -92,21 +97,94 @@ private:
     int m_keySize[2] = {0, 0};
 };
 
-// Committed rows of one table, read a block at a time (a block is one chunk of the table) and
-// kept while the view is open, up to a bound.
+// Rows of one table in memory, in the file's format, shared by whoever reads them: the table
+// cache, the records read from it (which point into the block instead of copying their bytes) and
+// a transaction's new rows.  Its bytes are not initialised.
+class VelRowBlock : public VelRecShared {
+public:
+    // `rows` rows of `width` bytes; `first` is the position of the first of them in its table
+    // (or in the rows of a transaction).
+    VelRowBlock(int64_t first, int64_t rows, int width)
+        : m_First(first),
+          m_Rows(rows),
+          m_Width(width),
+          m_Bytes(new unsigned char[static_cast<size_t>(rows * width)]) {}
+
+    int64_t First() const { return m_First; }
+    int64_t Rows() const { return m_Rows; }
+    unsigned char* Data() const { return m_Bytes.get(); }
+    // Row `row` of the table, which the block must hold.
+    unsigned char* Row(int64_t row) const {
+        return m_Bytes.get() + static_cast<size_t>((row - m_First) * m_Width);
+    }
+
+private:
+    int64_t m_First;
+    int64_t m_Rows;
+    int m_Width;
+    std::unique_ptr<unsigned char[]> m_Bytes;
+};
+
+// Committed rows of one table, read a block at a time (a block is e_ChunksPerBlock chunks of
+// the table) and kept while the view is open, up to e_MaxBytes.  Rows are read in order far more
+// often than not, so the block of the last row asked for is tried first.
 class VelTableCache {
 public:
-    static constexpr int64_t e_BlockRows = 1024;
-    static constexpr size_t e_MaxBlocks = 64;
+    static constexpr int64_t e_ChunkRows = 1024;
+    static constexpr int64_t e_BlockRows = 8 * e_ChunkRows;
+    static constexpr int64_t e_MaxBytes = int64_t(32) << 20;
 
-    // Row `row` of the first `rows` rows of `table`; the pointer lasts until the next call.
-    const unsigned char* Row(const hdf_Dataset& table, const VelRowLayout& layout, int64_t rows,
-                             int64_t row);
+    // The block that holds row `row` of the first `rows` rows of `table`, a table that has
+    // passed VelStoreIO::CheckTable.  The block stays valid while the caller holds a handle to
+    // it, whatever the cache does next.
+    const VelRecHandle<VelRowBlock>& Block(const hdf_Dataset& table, const VelRowLayout& layout,
+                                           int64_t rows, int64_t row) {
+        if (m_Last && row >= m_Last->First() && row < m_Last->First() + m_Last->Rows())
+            return m_Last;
+        return Load(table, layout, rows, row);
+    }
     void Clear();
 
 private:
-    std::unordered_map<int64_t, std::vector<unsigned char>> m_blocks;
-    std::deque<int64_t> m_order;
+    const VelRecHandle<VelRowBlock>& Load(const hdf_Dataset& table, const VelRowLayout& layout,
+                                          int64_t rows, int64_t row);
+
+    std::unordered_map<int64_t, VelRecHandle<VelRowBlock>> m_Blocks;
+    std::deque<int64_t> m_Order;
+    int64_t m_Bytes = 0;
+    VelRecHandle<VelRowBlock> m_Last;
+};
+
+// Rows added one at a time, each at an address that does not move while the rows are kept: a
+// transaction's new rows, which its records point into while they are being set, and which its
+// commit writes as they stand, a block per HDF5 call.  Each block holds twice the rows of the one
+// before it, up to e_MaxBlockBytes.
+class VelRowArena {
+public:
+    static constexpr int64_t e_FirstBlockRows = 256;
+    static constexpr int64_t e_MaxBlockBytes = int64_t(16) << 20;
+
+    explicit VelRowArena(int width) : m_Width(width) {}
+
+    int Width() const { return m_Width; }
+    int64_t Count() const { return m_Count; }
+    // A new row at the end, its bytes not initialised; `block` is set to the block holding it.
+    unsigned char* Append(const VelRecHandle<VelRowBlock>*& block);
+    // Row `index` (below Count()), and the block that holds it.
+    unsigned char* Row(int64_t index, const VelRecHandle<VelRowBlock>*& block) const;
+    // Calls `act(first, count, bytes)` for each run of rows that lies in one block, in order.
+    template <class Act>
+    void ForEachRun(Act act) const {
+        for (const VelRecHandle<VelRowBlock>& block : m_Blocks) {
+            const int64_t count = std::min(block->Rows(), m_Count - block->First());
+            if (count > 0) act(block->First(), count, block->Data());
+        }
+    }
+
+private:
+    int m_Width;
+    int64_t m_Count = 0;
+    std::vector<VelRecHandle<VelRowBlock>> m_Blocks;
 };
 
 #endif

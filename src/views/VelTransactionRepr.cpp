@@ -39,6 +39,8 @@ void VelTransactionRepr::CheckActive() const {
 
 void VelTransactionRepr::End() {
     m_Token->m_Active = false;
+    m_Recent = nullptr;
+    m_RecentSlot = -1;
     m_Changes.clear();
     View().EndTransaction();
 }
@@ -209,6 +211,24 @@ int VelTransactionRepr::SlotFor(const VelTypeID& typeID, int category) {
     return View().AddSlot(typeID, category);
 }
 
+VelTransactionRepr::SlotChanges& VelTransactionRepr::ChangesOf(int slot, int width) {
+    if (m_RecentSlot != slot) {
+        m_Recent = &m_Changes.try_emplace(slot, width).first->second;
+        m_RecentSlot = slot;
+    }
+    return *m_Recent;
+}
+
+VelRecHandle<VelDataRecordRepr> VelTransactionRepr::WritableRecord(
+    const VelDynamicID& id, int slot, const VelRecHandle<VelRowBlock>& block, unsigned char* row) {
+    VelRecHandle<VelDataRecordRepr> record(
+        new VelDataRecordRepr(id, View().Slot(slot).m_Layout, m_View, block, row));
+    record->m_Token = m_Token;
+    return record;
+}
+
+// The new record's row is added to the transaction's rows of its table, serial first, every
+// member at its default.
 VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateRecordOf(const VelTypeID& typeID) {
     const int slot = m_LastSlot >= 0 && m_LastSlot < View().SlotCount() &&
                              View().Slot(m_LastSlot).m_Type == typeID
@@ -217,14 +237,14 @@ VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateRecordOf(const VelType
     VelViewRepr& view = View();
     const VelRowLayout* layout = view.Layout(slot);
     VelVALIDATE(layout && "The type is not registered in the view");
-    SlotChanges& changes = m_Changes[slot];
-    const int64_t row = view.Slot(slot).m_Rows + static_cast<int64_t>(changes.created.size());
+    SlotChanges& changes = ChangesOf(slot, layout->Width());
+    const int64_t row = view.Slot(slot).m_Rows + changes.created.Count();
     const VelDynamicID id = view.RecordID(view.Store().NextSerial(), slot, row);
-    VelRecHandle<VelDataRecordRepr> record(
-        new VelDataRecordRepr(id, view.Slot(slot).m_Layout, m_View));
-    record->m_Token = m_Token;
+    const VelRecHandle<VelRowBlock>* block = nullptr;
+    unsigned char* bytes = changes.created.Append(block);
+    VelRecordBytes::Put64(bytes, static_cast<uint64_t>(id.First()));
+    VelRecHandle<VelDataRecordRepr> record = WritableRecord(id, slot, *block, bytes);
     record->SetDefaults();
-    changes.created.push_back(record);
     return record;
 }
 
@@ -244,32 +264,40 @@ VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateDataRecord(const VelTy
     return CreateRecordOf(typeID);
 }
 
+// A record created here is handed out again at its row; a committed one gets a copy of its row,
+// made once, which the commit writes back.  The serial in the row must be the identifier's.
 VelRecHandle<VelDataRecordRepr> VelTransactionRepr::ModifyDataRecord(const VelDynamicID& id) {
     CheckActive();
     VelViewRepr& view = View();
     int slot = 0;
     int64_t row = 0;
     view.Locate(id, slot, row);
-    SlotChanges& changes = m_Changes[slot];
     const int64_t committed = view.Slot(slot).m_Rows;
+    const VelRecHandle<VelRowBlock>* block = nullptr;
     if (row >= committed) {
-        const size_t created = static_cast<size_t>(row - committed);
-        VelVALIDATE(created < changes.created.size() && changes.created[created]->m_ID == id &&
+        const auto changes = m_Changes.find(slot);
+        const int64_t created = row - committed;
+        VelVALIDATE(changes != m_Changes.end() && created < changes->second.created.Count() &&
                     "Record not found");
-        return changes.created[created];
+        unsigned char* bytes = changes->second.created.Row(created, block);
+        VelVALIDATE(static_cast<int64_t>(VelRecordBytes::Get64(bytes)) == id.First() &&
+                    "Record not found");
+        return WritableRecord(id, slot, *block, bytes);
     }
-    const auto found = changes.modified.find(row);
-    if (found != changes.modified.end()) {
-        VelVALIDATE(found->second->m_ID == id && "Record not found");
-        return found->second;
+    const VelRecHandle<VelRowBlock>& stored = view.CommittedRecord(id, slot, row);
+    const VelRowLayout& layout = *view.Slot(slot).m_Layout.Get();
+    SlotChanges& changes = ChangesOf(slot, layout.Width());
+    const auto copied = changes.modifiedRows.find(row);
+    unsigned char* bytes = nullptr;
+    if (copied != changes.modifiedRows.end()) {
+        bytes = changes.modified.Row(copied->second, block);
+    } else {
+        changes.modifiedRows.emplace(row, changes.modified.Count());
+        bytes = changes.modified.Append(block);
+        std::memcpy(bytes, stored->Row(row), static_cast<size_t>(layout.Width()));
     }
-    const unsigned char* bytes = view.CommittedRecord(id, slot, row);
-    VelRecHandle<VelDataRecordRepr> record(new VelDataRecordRepr(
-        id, view.Slot(slot).m_Layout, m_View, bytes + VelRowLayout::e_SerialSize));
-    record->m_Token = m_Token;
-    changes.modified.emplace(row, record);
     view.LockSlot(slot);
-    return record;
+    return WritableRecord(id, slot, *block, bytes);
 }
 
 const VelRowLayout& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
@@ -283,18 +311,22 @@ const VelRowLayout& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
         return *view.Slot(slot).m_Layout.Get();
     }
     const auto changes = m_Changes.find(slot);
-    const size_t created = static_cast<size_t>(row - committed);
-    VelVALIDATE(changes != m_Changes.end() && created < changes->second.created.size() &&
-                changes->second.created[created]->m_ID == id && "Record not found");
+    const int64_t created = row - committed;
+    VelVALIDATE(changes != m_Changes.end() && created < changes->second.created.Count() &&
+                "Record not found");
+    const VelRecHandle<VelRowBlock>* block = nullptr;
+    const unsigned char* bytes = changes->second.created.Row(created, block);
+    VelVALIDATE(static_cast<int64_t>(VelRecordBytes::Get64(bytes)) == id.First() &&
+                "Record not found");
     return *view.Slot(slot).m_Layout.Get();
 }
 
 VelRecHandle<VelAssociationRepr> VelTransactionRepr::PairsOf(int slot, bool replace) {
     VelViewRepr& view = View();
-    SlotChanges& changes = m_Changes[slot];
+    const VelRowLayout* layout = view.Layout(slot);
+    VelVALIDATE(layout && "The association's type is not part of this view");
+    SlotChanges& changes = ChangesOf(slot, layout->Width());
     if (!changes.pairs) {
-        const VelRowLayout* layout = view.Layout(slot);
-        VelVALIDATE(layout && "The association's type is not part of this view");
         const VelSlot& s = view.Slot(slot);
         const VelAssociationID id(
             VelDynamicID(VelCategoryAssociation, view.Context(), s.m_Serial, slot), s.m_Type);
@@ -366,38 +398,32 @@ void VelTransactionRepr::Commit() {
     End();
 }
 
+// The changed committed rows go back a run of neighbouring rows at a time; the new rows follow
+// the committed ones, one HDF5 call per block of them.
 void VelTransactionRepr::WriteDataSlot(int slot, SlotChanges& changes) {
-    if (changes.created.empty() && changes.modified.empty()) return;
+    if (changes.created.Count() == 0 && changes.modifiedRows.empty()) return;
     VelViewRepr& view = View();
     const hdf_Dataset& table = view.OwnTable(slot, true);
     const VelRowLayout& layout = *view.Slot(slot).m_Layout.Get();
     const size_t width = static_cast<size_t>(layout.Width());
     std::vector<unsigned char> rows;
-    auto append = [&](const VelDataRecordRepr& record) {
-        const size_t start = rows.size();
-        rows.resize(start + width);
-        VelRecordBytes::Put64(rows.data() + start, static_cast<uint64_t>(record.m_ID.First()));
-        std::memcpy(rows.data() + start + VelRowLayout::e_SerialSize, record.m_Bytes.data(),
-                    record.m_Bytes.size());
-    };
-
-    // Changed committed rows, a run of neighbouring rows at a time.
-    for (auto it = changes.modified.begin(); it != changes.modified.end();) {
+    const VelRecHandle<VelRowBlock>* block = nullptr;
+    for (auto it = changes.modifiedRows.begin(); it != changes.modifiedRows.end();) {
         const int64_t first = it->first;
         int64_t next = first;
         rows.clear();
-        for (; it != changes.modified.end() && it->first == next; ++it, ++next)
-            append(*it->second.Get());
+        for (; it != changes.modifiedRows.end() && it->first == next; ++it, ++next) {
+            const unsigned char* row = changes.modified.Row(it->second, block);
+            rows.insert(rows.end(), row, row + width);
+        }
         VelStoreIO::WriteRows(table, layout.Type(), first, next - first, rows.data());
     }
 
-    rows.clear();
-    rows.reserve(changes.created.size() * width);
-    for (const VelRecHandle<VelDataRecordRepr>& record : changes.created) append(*record.Get());
     VelSlot& s = view.Slot(slot);
-    const int64_t count = static_cast<int64_t>(changes.created.size());
-    VelStoreIO::WriteRows(table, layout.Type(), s.m_Rows, count, rows.data());
-    s.m_Rows += count;
+    changes.created.ForEachRun([&](int64_t first, int64_t count, const unsigned char* bytes) {
+        VelStoreIO::WriteRows(table, layout.Type(), s.m_Rows + first, count, bytes);
+    });
+    s.m_Rows += changes.created.Count();
 }
 
 void VelTransactionRepr::WritePairSlot(int slot, SlotChanges& changes,

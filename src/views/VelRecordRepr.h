@@ -2,6 +2,7 @@
 #define VEL_SRC_VIEWS_VELRECORDREPR_H
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <string>
 #include <unordered_map>
@@ -11,6 +12,7 @@
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelRecType.h"
 #include "vel/views/VelAssociationID.h"
+#include "views/VelParticipantGroups.h"
 #include "views/VelRecordTable.h"
 #include "views/VelViewRepr.h"
 
@@ -59,10 +61,15 @@ public:
     VelRecHandle<VelTransactionToken> m_Token;
 };
 
-// The key of a string-key member in a pair.
+// The key of a string-key member in a pair: its text is kept once by the association (or, while
+// a pair is being inserted, by the caller), so that an entry holds no text of its own.  A member
+// without a key has the empty string.
 struct VelAssociationKey {
-    cow_String m_Text;
-    const cow_String& String() const { return m_Text; }
+    const cow_String* m_Text = nullptr;
+    const cow_String& String() const {
+        static const cow_String none;
+        return m_Text ? *m_Text : none;
+    }
 };
 
 // One member of a pair: the participant, and its key or position when the member has one.
@@ -135,19 +142,6 @@ public:
     VelTransactionRepr* m_Transaction = nullptr;
 
 private:
-    struct IDKey {
-        VelDynamicID id;
-        bool operator==(const IDKey& other) const { return id == other.id; }
-    };
-    static size_t Hash(const VelDynamicID& id) {
-        uint64_t h = static_cast<uint64_t>(id.Category()) * 0x9E3779B97F4A7C15ull;
-        h ^= static_cast<uint64_t>(id.First()) + 0x9E3779B97F4A7C15ull + (h << 6) + (h >> 2);
-        h ^= static_cast<uint64_t>(id.Second()) + 0x9E3779B97F4A7C15ull + (h << 6) + (h >> 2);
-        return static_cast<size_t>(h);
-    }
-    struct IDHash {
-        size_t operator()(const IDKey& key) const { return Hash(key.id); }
-    };
     // A participant of one member with a key of the other.
     struct KeyKey {
         VelDynamicID id;
@@ -156,26 +150,24 @@ private:
     };
     struct KeyHash {
         size_t operator()(const KeyKey& k) const {
-            return Hash(k.id) * 31 + std::hash<std::string>()(k.key);
+            return static_cast<size_t>(k.id.First() * 31 + k.id.Second()) * 31 +
+                   std::hash<std::string>()(k.key);
         }
     };
-    // The chain of entries whose member k is one participant, its length, and how many of
-    // its entries are live.
-    struct Group {
-        int head = -1;
-        int tail = -1;
-        int length = 0;
-        int live = 0;
-    };
+    using Group = VelParticipantGroup;
 
     void Prepare(int k, const VelParticipant& given, VelAssociationMemberEntry& entry) const;
+    // A key kept for the association's entries; it does not move while the association lives.
+    const cow_String* AddKey(const cow_String& key);
     void CheckParticipant(int k, const VelDynamicID& id) const;
     Group* FindGroup(int k, const VelDynamicID& id);
     const Group* FindGroup(int k, const VelDynamicID& id) const;
     // The live entry whose member k is `id` and whose other member is `other` (or has `key`);
-    // -1 when there is none.  A pair lies on the chains of both its participants, so the
+    // -1 when there is none.  `mine` and `theirs` are the groups of `id` in member k and of
+    // `other` in the other member.  A pair lies on the chains of both its participants, so the
     // shorter of the two is walked.
-    int Partner(int k, const VelDynamicID& id, const VelDynamicID& other) const;
+    int Partner(int k, const Group* mine, const Group* theirs, const VelDynamicID& id,
+                const VelDynamicID& other) const;
     int KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const;
     void Add(const VelAssociationEntry& entry);
     void Link(int k, int index) const;
@@ -199,7 +191,11 @@ private:
     int m_LiveCount = 0;
     bool m_Rewrite = false;
     mutable bool m_Indexed[2] = {false, false};
-    mutable std::unordered_map<IDKey, Group, IDHash> m_Groups[2];
+    mutable VelParticipantGroups m_Groups[2];
+    // Per member, the row format of the last record found to be of one of the member's target
+    // types: records come in runs of one type, which is checked once per run.
+    mutable VelRecHandle<VelRowLayout> m_Allowed[2];
+    std::deque<cow_String> m_Keys;
     // For an association being changed whose other member is keyed by string: per member k, the
     // live entry pairing a participant of k with a key of the other member.
     mutable std::unordered_map<KeyKey, int, KeyHash> m_OtherKeys[2];

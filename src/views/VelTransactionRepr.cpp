@@ -300,7 +300,7 @@ VelRecHandle<VelDataRecordRepr> VelTransactionRepr::ModifyDataRecord(const VelDy
     return WritableRecord(id, slot, *block, bytes);
 }
 
-const VelRowLayout& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
+const VelRecHandle<VelRowLayout>& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
     VelViewRepr& view = View();
     int slot = 0;
     int64_t row = 0;
@@ -308,7 +308,7 @@ const VelRowLayout& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
     const int64_t committed = view.Slot(slot).m_Rows;
     if (row < committed) {
         view.CommittedRecord(id, slot, row);
-        return *view.Slot(slot).m_Layout.Get();
+        return view.Slot(slot).m_Layout;
     }
     const auto changes = m_Changes.find(slot);
     const int64_t created = row - committed;
@@ -318,7 +318,7 @@ const VelRowLayout& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
     const unsigned char* bytes = changes->second.created.Row(created, block);
     VelVALIDATE(static_cast<int64_t>(VelRecordBytes::Get64(bytes)) == id.First() &&
                 "Record not found");
-    return *view.Slot(slot).m_Layout.Get();
+    return view.Slot(slot).m_Layout;
 }
 
 VelRecHandle<VelAssociationRepr> VelTransactionRepr::PairsOf(int slot, bool replace) {

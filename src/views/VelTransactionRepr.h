@@ -44,7 +44,7 @@ public:
 
     // The row format of a data record this transaction can see (created here or committed);
     // validates that the record exists.
-    const VelRowLayout& RecordLayout(const VelDynamicID& id);
+    const VelRecHandle<VelRowLayout>& RecordLayout(const VelDynamicID& id);
 
     void Commit();
 

@@ -64,11 +64,6 @@ void VelDataRecordRepr::SetDefaults() {
     defaults.assign(m_Bytes, m_Bytes + size);
 }
 
-void VelDataRecordRepr::CheckWritable() const {
-    VelVALIDATE(m_Token && m_Token->m_Active && "The record's transaction has ended");
-    m_View->Store();
-}
-
 VelStringTable& VelDataRecordRepr::Strings() const {
     return m_View->Store().Strings();
 }

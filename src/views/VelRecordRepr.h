@@ -50,7 +50,10 @@ public:
     // Fills every member with its default; strings are interned in the string table.
     void SetDefaults();
     // Validates that the record was handed out by a transaction that is still active.
-    void CheckWritable() const;
+    void CheckWritable() const {
+        VelVALIDATE(m_Token && m_Token->m_Active && "The record's transaction has ended");
+        m_View->Store();
+    }
     VelStringTable& Strings() const;
 
     VelDynamicID m_ID;

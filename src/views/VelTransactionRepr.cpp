@@ -234,6 +234,12 @@ VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateRecordOf(const VelType
                              View().Slot(m_LastSlot).m_Type == typeID
                          ? m_LastSlot
                          : SlotFor(typeID, VelCategoryDataRecord);
+    return CreateRecordIn(slot);
+}
+
+// The new record's row is added to the transaction's rows of its table, serial first, every
+// member at its default.
+VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateRecordIn(int slot) {
     VelViewRepr& view = View();
     const VelRowLayout* layout = view.Layout(slot);
     VelVALIDATE(layout && "The type is not registered in the view");
@@ -261,7 +267,7 @@ VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateDataRecord(const VelTy
         m_LastSlot = SlotFor(typeID, VelCategoryDataRecord);
     }
     view.LockSlot(m_LastSlot);
-    return CreateRecordOf(typeID);
+    return CreateRecordIn(m_LastSlot);
 }
 
 // A record created here is handed out again at its row; a committed one gets a copy of its row,

@@ -64,6 +64,8 @@ private:
     // The changes to a slot of rows `width` bytes wide, made on first use; the last slot's
     // are kept at hand.
     SlotChanges& ChangesOf(int slot, int width);
+    // A new record in a slot of data records.
+    VelRecHandle<VelDataRecordRepr> CreateRecordIn(int slot);
     // A record handed out for writing, whose row is `row` in `block`.
     VelRecHandle<VelDataRecordRepr> WritableRecord(const VelDynamicID& id, int slot,
                                                    const VelRecHandle<VelRowBlock>& block,

@@ -364,11 +364,6 @@ VelDynamicID VelViewRepr::FocusID() const {
     return VelDynamicID(VelCategoryDataRecord, m_context, m_focus, -1);
 }
 
-VelRecordStore& VelViewRepr::Store() const {
-    VelVALIDATE(m_store && "The view's context has been closed");
-    return *m_store;
-}
-
 void VelViewRepr::Detach() {
     if (!m_store) return;
     m_store->Detach(this);

@@ -10,6 +10,7 @@
 
 #include "vel/context/VelDynamicID.h"
 #include "vel/core/VelArray.h"
+#include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_Dataset.h"
 #include "vel/hdf/hdf_Group.h"
 #include "vel/types/VelRecHandle.h"
@@ -119,7 +120,10 @@ public:
 
     // ---- the store ----------------------------------------------------------------------
     // Validates that the view's context is still open.
-    VelRecordStore& Store() const;
+    VelRecordStore& Store() const {
+        VelVALIDATE(m_store && "The view's context has been closed");
+        return *m_store;
+    }
     // Releases every HDF5 object; the context is closing.
     void Detach();
 

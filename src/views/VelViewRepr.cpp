@@ -546,7 +546,9 @@ VelRecHandle<VelDataRecordRepr> VelViewRepr::ReadDataRecord(const VelDynamicID& 
     return record;
 }
 
-// The serials are read a block at a time, through the cache that the records' reads use next.
+// The serials are read a block at a time through the cache that the records' reads use next,
+// from the last block to the first: a caller that then reads the records in order finds the
+// first blocks, as many as the cache holds, still there.
 VelArray<VelDynamicID> VelViewRepr::DataRecordIDs(const VelTypeID& typeID) {
     Store();
     const int slot = SlotOf(typeID);
@@ -557,15 +559,16 @@ VelArray<VelDynamicID> VelViewRepr::DataRecordIDs(const VelTypeID& typeID) {
     if (!layout) return VelArray<VelDynamicID>();
     VelArray<VelDynamicID> ids(static_cast<int>(s.m_Rows));
     const int64_t limit = m_store->SerialLimit();
-    for (int64_t row = 0; row < s.m_Rows;) {
+    for (int64_t end = s.m_Rows; end > 0;) {
         const VelRecHandle<VelRowBlock> block = VelGuardStorage(
-            [&] { return s.m_Cache.Block(ReadableTable(slot), *layout, s.m_Rows, row); });
-        for (const int64_t end = block->First() + block->Rows(); row < end; ++row) {
+            [&] { return s.m_Cache.Block(ReadableTable(slot), *layout, s.m_Rows, end - 1); });
+        for (int64_t row = block->First(); row < end; ++row) {
             const int64_t serial = static_cast<int64_t>(VelRecordBytes::Get64(block->Row(row)));
             VelVALIDATE(serial >= 0 && serial < limit &&
                         "Damaged record store: a record's serial is out of range");
             ids[static_cast<int>(row)] = RecordID(serial, slot, row);
         }
+        end = block->First();
     }
     return ids;
 }

@@ -113,6 +113,18 @@ public:
     const std::vector<VelAssociationEntry>& Entries() const { return m_Entries; }
     // The entries, in list order, whose member `whichMember` is `id`.
     std::vector<int> EntriesOf(int whichMember, const VelDynamicID& id) const;
+    // Calls `act(entry)` for each of them.
+    template <class Act>
+    void ForEachEntryOf(int whichMember, const VelDynamicID& id, Act act) const {
+        const Group* group = FindGroup(whichMember, id);
+        for (int i = group ? group->head : -1; i >= 0;
+             i = m_Entries[static_cast<size_t>(i)].m_Next[whichMember])
+            act(m_Entries[static_cast<size_t>(i)]);
+    }
+    // Makes room for `count` more entries.
+    void Reserve(int64_t count) {
+        m_Entries.reserve(m_Entries.size() + static_cast<size_t>(count));
+    }
 
     // Decodes `count` rows of the table format and appends them as stored entries.
     void AppendRows(const unsigned char* rows, int64_t count, VelStringTable& strings);

@@ -76,15 +76,13 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
     m_Stored = m_Entries.size();
 }
 
-std::vector<unsigned char> VelAssociationRepr::EncodeRows(bool all, VelStringTable& strings) const {
+void VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& strings,
+                                    std::vector<unsigned char>& rows) const {
     const VelRowLayout& layout = *m_Layout.Get();
-    std::vector<unsigned char> rows;
     const VelRecTypeAssociationMemberOption options[2] = {m_Type.Member(0).Option(),
                                                           m_Type.Member(1).Option()};
-    const size_t first = all ? 0 : m_Stored;
-    rows.reserve((m_Entries.size() - std::min(first, m_Entries.size())) *
-                 static_cast<size_t>(layout.Width()));
-    for (size_t i = first; i < m_Entries.size(); ++i) {
+    rows.reserve(rows.size() + (end - begin) * static_cast<size_t>(layout.Width()));
+    for (size_t i = begin; i < end; ++i) {
         const VelAssociationEntry& entry = m_Entries[i];
         if (!entry.m_Live) continue;
         const size_t start = rows.size();
@@ -110,7 +108,6 @@ std::vector<unsigned char> VelAssociationRepr::EncodeRows(bool all, VelStringTab
             }
         }
     }
-    return rows;
 }
 
 void VelAssociationRepr::DropStored() {

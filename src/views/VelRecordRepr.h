@@ -12,6 +12,7 @@
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelRecType.h"
 #include "vel/views/VelAssociationID.h"
+#include "views/VelChunkedVector.h"
 #include "views/VelParticipantGroups.h"
 #include "views/VelRecordTable.h"
 #include "views/VelViewRepr.h"
@@ -110,7 +111,7 @@ public:
 
     const VelRecTypeAssociation& Type() const { return m_Type; }
     int LiveCount() const { return m_LiveCount; }
-    const std::vector<VelAssociationEntry>& Entries() const { return m_Entries; }
+    const VelChunkedVector<VelAssociationEntry>& Entries() const { return m_Entries; }
     // The entries, in list order, whose member `whichMember` is `id`.
     std::vector<int> EntriesOf(int whichMember, const VelDynamicID& id) const;
     // Calls `act(entry)` for each of them.
@@ -121,17 +122,22 @@ public:
              i = m_Entries[static_cast<size_t>(i)].m_Next[whichMember])
             act(m_Entries[static_cast<size_t>(i)]);
     }
-    // Makes room for `count` more entries.
-    void Reserve(int64_t count) {
-        m_Entries.reserve(m_Entries.size() + static_cast<size_t>(count));
-    }
 
     // Decodes `count` rows of the table format and appends them as stored entries.
     void AppendRows(const unsigned char* rows, int64_t count, VelStringTable& strings);
-    // The rows to write at commit: every live entry when the table is rewritten, otherwise the
-    // entries added since it was read.  Keys are interned in the string table.
-    std::vector<unsigned char> EncodeRows(bool all, VelStringTable& strings) const;
+    // Appends the rows of the live entries among [begin, end) to `rows`, in the table format;
+    // keys are interned in the string table.  The entries to write at commit are those from
+    // FirstToWrite() on: every entry when the table is rewritten, otherwise those added since it
+    // was read.
+    void EncodeRows(size_t begin, size_t end, VelStringTable& strings,
+                    std::vector<unsigned char>& rows) const;
+    size_t FirstToWrite() const { return m_Rewrite ? 0 : m_Stored; }
     bool NeedsRewrite() const { return m_Rewrite; }
+    // Whether a member is keyed by string, so that encoding the rows adds to the string table.
+    bool HasStringKeys() const {
+        return m_Type.Member(0).Option() == VelRecTypeStringKey ||
+               m_Type.Member(1).Option() == VelRecTypeStringKey;
+    }
     // Drops every stored entry: the table is rewritten from the entries inserted from now on.
     void DropStored();
 
@@ -201,7 +207,7 @@ private:
     VelDynamicID m_Focus;
     // The chains and indexes are built when first needed, so they may change in a const
     // operation.
-    mutable std::vector<VelAssociationEntry> m_Entries;
+    mutable VelChunkedVector<VelAssociationEntry> m_Entries;
     size_t m_Stored = 0;
     int m_LiveCount = 0;
     bool m_Rewrite = false;

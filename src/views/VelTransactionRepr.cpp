@@ -1,5 +1,6 @@
 #include "views/VelTransactionRepr.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "vel/core/VelAssert.h"
@@ -9,6 +10,9 @@
 #include "views/VelTypeRecords.h"
 
 namespace {
+
+// Pairs are encoded for writing this many entries at a time.
+constexpr size_t e_EncodedEntries = 65536;
 
 VelRecType RecordTypeOf(const VelTypeSchemaSnapshot& snapshot, int i, const char* unrecognized) {
     const VelRecTypeFactory factory;
@@ -361,8 +365,9 @@ VelRecHandle<VelAssociationRepr> VelTransactionRepr::UpdateAssociation(const Vel
 
 // The type records go in first, since they are records and pairs like any other; then every
 // association changed is checked against its occurrence bounds, before anything is written.
-// Keys are interned while the pairs are encoded, so the string table is written after that and
-// before the tables that refer to it; the catalogue and its counts come last.
+// Keys are interned while the pairs are encoded, so the pairs of an association keyed by string
+// are encoded before the string table is written, and written after it; the catalogue and its
+// counts come last.
 void VelTransactionRepr::Commit() {
     CheckActive();
     VelViewRepr& view = View();
@@ -374,16 +379,19 @@ void VelTransactionRepr::Commit() {
     VelVALIDATE(store.IsWritable() && "The database is open read-only");
     VelGuardStorage([&] {
         store.BeginCommit();
-        std::map<int, std::vector<unsigned char>> pairRows;
+        std::map<int, std::vector<unsigned char>> keyedRows;
         for (auto& changed : m_Changes) {
             const VelRecHandle<VelAssociationRepr>& pairs = changed.second.pairs;
-            if (pairs)
-                pairRows[changed.first] = pairs->EncodeRows(pairs->NeedsRewrite(), store.Strings());
+            if (pairs && pairs->HasStringKeys())
+                pairs->EncodeRows(pairs->FirstToWrite(), pairs->Entries().size(), store.Strings(),
+                                  keyedRows[changed.first]);
         }
         store.Strings().Commit();
         for (auto& changed : m_Changes) {
             if (changed.second.pairs) {
-                WritePairSlot(changed.first, changed.second, pairRows[changed.first]);
+                const auto keyed = keyedRows.find(changed.first);
+                WritePairSlot(changed.first, changed.second,
+                              keyed == keyedRows.end() ? nullptr : &keyed->second);
             } else {
                 WriteDataSlot(changed.first, changed.second);
             }
@@ -432,19 +440,34 @@ void VelTransactionRepr::WriteDataSlot(int slot, SlotChanges& changes) {
     s.m_Rows += changes.created.Count();
 }
 
+// A rewritten table is made anew, even when no pair is left; otherwise the new pairs follow the
+// stored ones.  Pairs without string keys are encoded and written a piece at a time.
 void VelTransactionRepr::WritePairSlot(int slot, SlotChanges& changes,
-                                       const std::vector<unsigned char>& rows) {
+                                       const std::vector<unsigned char>* encoded) {
     VelViewRepr& view = View();
     VelSlot& s = view.Slot(slot);
     const VelRowLayout& layout = *s.m_Layout.Get();
-    const int64_t count = static_cast<int64_t>(rows.size()) / layout.Width();
-    if (changes.pairs->NeedsRewrite()) {
-        const hdf_Dataset& table = view.OwnTable(slot, false);
-        VelStoreIO::WriteRows(table, layout.Type(), 0, count, rows.data());
-        s.m_Rows = count;
-    } else if (count > 0) {
-        const hdf_Dataset& table = view.OwnTable(slot, true);
-        VelStoreIO::WriteRows(table, layout.Type(), s.m_Rows, count, rows.data());
-        s.m_Rows += count;
+    const VelAssociationRepr& pairs = *changes.pairs.Get();
+    const bool rewrite = pairs.NeedsRewrite();
+    if (rewrite) view.OwnTable(slot, false);
+    int64_t next = rewrite ? 0 : s.m_Rows;
+    const auto write = [&](const std::vector<unsigned char>& rows) {
+        const int64_t count = static_cast<int64_t>(rows.size()) / layout.Width();
+        if (count == 0) return;
+        VelStoreIO::WriteRows(view.OwnTable(slot, true), layout.Type(), next, count, rows.data());
+        next += count;
+    };
+    if (encoded) {
+        write(*encoded);
+    } else {
+        std::vector<unsigned char> rows;
+        const size_t end = pairs.Entries().size();
+        for (size_t begin = pairs.FirstToWrite(); begin < end; begin += e_EncodedEntries) {
+            rows.clear();
+            pairs.EncodeRows(begin, std::min(end, begin + e_EncodedEntries),
+                             View().Store().Strings(), rows);
+            write(rows);
+        }
     }
+    s.m_Rows = next;
 }

@@ -80,7 +80,9 @@ private:
     void Register(const VelRecType& type);
     VelRecHandle<VelAssociationRepr> PairsOf(int slot, bool replace);
     void WriteDataSlot(int slot, SlotChanges& changes);
-    void WritePairSlot(int slot, SlotChanges& changes, const std::vector<unsigned char>& rows);
+    // Writes the changed pairs of a slot: the rows in `encoded` when given (pairs with string
+    // keys, encoded before the string table was written), otherwise those it encodes.
+    void WritePairSlot(int slot, SlotChanges& changes, const std::vector<unsigned char>* encoded);
     void End();
     void Drop();
 

@@ -24,7 +24,6 @@ constexpr const char* e_Catalogue = "slots";
 constexpr int e_ViewFields = 6;
 // Pairs are read in pieces of this many rows when a whole association is loaded.
 constexpr int64_t e_LoadRows = 65536;
-constexpr int64_t e_ReservedPairs = int64_t(1) << 24;
 
 }  // namespace
 
@@ -618,8 +617,6 @@ void VelViewRepr::LoadPairs(int slot, VelAssociationRepr& pairs) {
     VelSlot& s = Slot(slot);
     const VelRowLayout* layout = Layout(slot);
     VelVALIDATE(layout && "The association's type is not part of this view");
-    // Room for the entries at once, up to a bound: the count is the file's word.
-    pairs.Reserve(std::min(s.m_Rows, e_ReservedPairs));
     std::vector<unsigned char> rows;
     for (int64_t first = 0; first < s.m_Rows; first += e_LoadRows) {
         const int64_t count = s.m_Rows - first < e_LoadRows ? s.m_Rows - first : e_LoadRows;

@@ -14,9 +14,12 @@ bool NeedsSwap(VelByteOrder order) {
 
 // Copies one field between memory and the stored form, reversing its bytes when the stored
 // order differs from the machine's.
-void CopyField(void* to, const void* from, size_t width, bool swap) {
-    std::memcpy(to, from, width);
-    if (swap) omi_Swapper::SwapInPlace(to, width, 1);
+template <class Word>
+void CopyField(void* to, const void* from, bool swap) {
+    Word value;
+    std::memcpy(&value, from, sizeof value);
+    if (swap) value = omi_Swapper::Swap(value);
+    std::memcpy(to, &value, sizeof value);
 }
 
 }  // namespace
@@ -42,9 +45,9 @@ int VelDynamicID::Compare(const VelDynamicID& other) const {
 void VelDynamicID::WritePersistent(unsigned char* out, VelByteOrder order) const {
     const bool swap = NeedsSwap(order);
     const int32_t category = m_category;
-    CopyField(out, &category, 4, swap);
-    CopyField(out + 4, &m_first, 8, swap);
-    CopyField(out + 12, &m_second, 8, swap);
+    CopyField<uint32_t>(out, &category, swap);
+    CopyField<uint64_t>(out + 4, &m_first, swap);
+    CopyField<uint64_t>(out + 12, &m_second, swap);
 }
 
 VelDynamicID VelDynamicID::ReadPersistent(const unsigned char* in, unsigned context,
@@ -53,9 +56,9 @@ VelDynamicID VelDynamicID::ReadPersistent(const unsigned char* in, unsigned cont
     int32_t tempCategory = 0;
     int64_t first = 0;
     int64_t second = 0;
-    CopyField(&tempCategory, in, 4, swap);
-    CopyField(&first, in + 4, 8, swap);
-    CopyField(&second, in + 12, 8, swap);
+    CopyField<uint32_t>(&tempCategory, in, swap);
+    CopyField<uint64_t>(&first, in + 4, swap);
+    CopyField<uint64_t>(&second, in + 12, swap);
     VelVALIDATE(tempCategory < VelCategoryLimit);
     return VelDynamicID(tempCategory, context, first, second);
 }

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "vel/core/VelAssert.h"
 #include "views/VelRecordRepr.h"
 #include "views/VelRecordStore.h"
@@ -18,24 +20,33 @@ VelAssociationRepr::VelAssociationRepr(const VelAssociationID& id,
       m_View(&view),
       m_Type(layout->Association()),
       m_Context(view.Context()),
-      m_Focus(view.FocusID()) {}
+      m_Focus(view.FocusID()),
+      m_Groups{{view.Context(), view.SlotCount()}, {view.Context(), view.SlotCount()}} {}
+
+const cow_String* VelAssociationRepr::AddKey(const cow_String& key) {
+    m_Keys.push_back(key);
+    return &m_Keys.back();
+}
 
 // ---- the table format -------------------------------------------------------------------------
 
+// The members' kinds and options are looked up once per call, not once per row; the entries
+// grow geometrically, since a whole table comes in many calls.
 void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
                                     VelStringTable& strings) {
     const VelRowLayout& layout = *m_Layout.Get();
     const unsigned context = m_Context;
-    m_Entries.reserve(m_Entries.size() + static_cast<size_t>(count));
+    int kinds[2];
+    VelRecTypeAssociationMemberOption options[2];
     for (int k = 0; k < 2; ++k) {
-        if (m_Indexed[k]) m_Groups[k].reserve(m_Groups[k].size() + static_cast<size_t>(count));
+        kinds[k] = m_Type.Member(k).Category();
+        options[k] = m_Type.Member(k).Option();
     }
     for (int64_t r = 0; r < count; ++r) {
         const unsigned char* row = rows + r * layout.Width();
         VelAssociationEntry entry;
         for (int k = 0; k < 2; ++k) {
-            const VelRecTypeAssociationMember& member = m_Type.Member(k);
-            const int kind = member.Category();
+            const int kind = kinds[k];
             const unsigned char* at = row + layout.IDOffset(k);
             VelDynamicID& id = entry.m_Members[k].m_ID;
             if (layout.IDSize(k) == 4) {
@@ -51,12 +62,13 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
                             "Damaged record store: a pair's participant is of another kind");
             }
             const unsigned char* key = row + layout.KeyOffset(k);
-            if (member.Option() == VelRecTypeOrdered) {
+            if (options[k] == VelRecTypeOrdered) {
                 entry.m_Members[k].m_Position = static_cast<int32_t>(VelRecordBytes::Get32(key));
                 VelVALIDATE(entry.m_Members[k].m_Position >= 0 &&
                             "Damaged record store: a pair's position is negative");
-            } else if (member.Option() == VelRecTypeStringKey) {
-                entry.m_Members[k].m_Key.m_Text = strings.Lookup(VelRecordBytes::Get32(key));
+            } else if (options[k] == VelRecTypeStringKey) {
+                entry.m_Members[k].m_Key.m_Text =
+                    AddKey(strings.Lookup(VelRecordBytes::Get32(key)));
             }
         }
         Add(entry);
@@ -64,10 +76,13 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
     m_Stored = m_Entries.size();
 }
 
-std::vector<unsigned char> VelAssociationRepr::EncodeRows(bool all, VelStringTable& strings) const {
+void VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& strings,
+                                    std::vector<unsigned char>& rows) const {
     const VelRowLayout& layout = *m_Layout.Get();
-    std::vector<unsigned char> rows;
-    for (size_t i = all ? 0 : m_Stored; i < m_Entries.size(); ++i) {
+    const VelRecTypeAssociationMemberOption options[2] = {m_Type.Member(0).Option(),
+                                                          m_Type.Member(1).Option()};
+    rows.reserve(rows.size() + (end - begin) * static_cast<size_t>(layout.Width()));
+    for (size_t i = begin; i < end; ++i) {
         const VelAssociationEntry& entry = m_Entries[i];
         if (!entry.m_Live) continue;
         const size_t start = rows.size();
@@ -85,7 +100,7 @@ std::vector<unsigned char> VelAssociationRepr::EncodeRows(bool all, VelStringTab
                 member.m_ID.WritePersistent(at, VelByteOrderBigEndian);
             }
             unsigned char* key = row + layout.KeyOffset(k);
-            const VelRecTypeAssociationMemberOption option = m_Type.Member(k).Option();
+            const VelRecTypeAssociationMemberOption option = options[k];
             if (option == VelRecTypeOrdered) {
                 VelRecordBytes::Put32(key, static_cast<uint32_t>(member.m_Position));
             } else if (option == VelRecTypeStringKey) {
@@ -93,13 +108,13 @@ std::vector<unsigned char> VelAssociationRepr::EncodeRows(bool all, VelStringTab
             }
         }
     }
-    return rows;
 }
 
 void VelAssociationRepr::DropStored() {
     m_Entries.clear();
+    m_Keys.clear();
     for (int k = 0; k < 2; ++k) {
-        m_Groups[k].clear();
+        m_Groups[k].Clear();
         m_OtherKeys[k].clear();
     }
     m_Stored = 0;
@@ -120,20 +135,17 @@ std::vector<int> VelAssociationRepr::EntriesOf(int whichMember, const VelDynamic
 
 VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k, const VelDynamicID& id) {
     EnsureIndex(k);
-    const auto found = m_Groups[k].find(IDKey{id});
-    return found == m_Groups[k].end() ? nullptr : &found->second;
+    return m_Groups[k].Find(id);
 }
 
 const VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k,
                                                                const VelDynamicID& id) const {
     EnsureIndex(k);
-    const auto found = m_Groups[k].find(IDKey{id});
-    return found == m_Groups[k].end() ? nullptr : &found->second;
+    return m_Groups[k].Find(id);
 }
 
-int VelAssociationRepr::Partner(int k, const VelDynamicID& id, const VelDynamicID& other) const {
-    const Group* mine = FindGroup(k, id);
-    const Group* theirs = FindGroup(1 - k, other);
+int VelAssociationRepr::Partner(int k, const Group* mine, const Group* theirs,
+                                const VelDynamicID& id, const VelDynamicID& other) const {
     if (!mine || !theirs) return -1;
     const int chain = mine->length <= theirs->length ? k : 1 - k;
     const VelDynamicID& far = chain == k ? other : id;
@@ -162,7 +174,7 @@ void VelAssociationRepr::Add(const VelAssociationEntry& entry) {
 // Appends entry `index` to the chain of its participant of member k.
 void VelAssociationRepr::Link(int k, int index) const {
     VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
-    Group& group = m_Groups[k][IDKey{entry.m_Members[k].m_ID}];
+    Group& group = m_Groups[k].Add(entry.m_Members[k].m_ID);
     if (group.tail >= 0) {
         m_Entries[static_cast<size_t>(group.tail)].m_Next[k] = index;
     } else {
@@ -231,11 +243,13 @@ void VelAssociationRepr::CheckParticipant(int k, const VelDynamicID& id) const {
     const int kind = member.Category();
     VelVALIDATE(id.Context() == m_Context && "The participant is of another context");
     if (kind == VelEntityDataRecord) {
-        const VelRowLayout& layout = m_Transaction->RecordLayout(id);
+        const VelRecHandle<VelRowLayout>& layout = m_Transaction->RecordLayout(id);
+        if (layout.Get() == m_Allowed[k].Get()) return;
         bool allowed = member.EntityTypeCount() == 0;
         for (int i = 0; i < member.EntityTypeCount() && !allowed; ++i)
-            allowed = layout.Record().IsA(member.EntityType(i));
+            allowed = layout->Record().IsA(member.EntityType(i));
         VelVALIDATE(allowed && "The record's type is not a target type of the association member");
+        m_Allowed[k] = layout;
         return;
     }
     if (kind == VelEntityViewFocus) {
@@ -261,7 +275,8 @@ void VelAssociationRepr::Prepare(int k, const VelParticipant& given,
     CheckParticipant(k, given.id);
     entry.m_ID = given.id;
     entry.m_Position = given.hasPosition ? given.position : -1;
-    entry.m_Key.m_Text = given.key;
+    // The caller's key until the pair is added (Insert keeps a copy then).
+    entry.m_Key.m_Text = given.hasKey ? &given.key : nullptr;
 }
 
 // The new pair is compared, for each member, with the live pairs that share its other
@@ -287,7 +302,8 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
             VelVALIDATE(newMembFirst.m_Key.String() != oldMembFirst.m_Key.String());
         }
     } else {
-        const int found = Partner(1, newMembSecond.m_ID, newMembFirst.m_ID);
+        const int found =
+            Partner(1, sharingSecond, sharingFirst, newMembSecond.m_ID, newMembFirst.m_ID);
         if (found >= 0) {
             const VelAssociationMemberEntry& oldMembFirst =
                 m_Entries[static_cast<size_t>(found)].m_Members[0];
@@ -308,7 +324,8 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
             VelVALIDATE(newMembSecond.m_Key.String() != oldMembSecond.m_Key.String());
         }
     } else {
-        const int found = Partner(0, newMembFirst.m_ID, newMembSecond.m_ID);
+        const int found =
+            Partner(0, sharingFirst, sharingSecond, newMembFirst.m_ID, newMembSecond.m_ID);
         if (found >= 0) {
             const VelAssociationMemberEntry& oldMembSecond =
                 m_Entries[static_cast<size_t>(found)].m_Members[1];
@@ -326,6 +343,8 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
     if (optionSecond == VelRecTypeOrdered && sharingFirst &&
         newMembSecond.m_Position <= maxPosSecond)
         Shift(*sharingFirst, 1, newMembSecond.m_Position, 1);
+    if (first.hasKey) newMembFirst.m_Key.m_Text = AddKey(first.key);
+    if (second.hasKey) newMembSecond.m_Key.m_Text = AddKey(second.key);
     Add(entry);
 }
 
@@ -398,18 +417,18 @@ void VelAssociationRepr::CheckOccurrences() const {
     const int maxOccursFirst = m_Type.Member(1).MaxOccurs();
     const int minOccursSecond = m_Type.Member(0).MinOccurs();
     const int maxOccursSecond = m_Type.Member(0).MaxOccurs();
-    for (const auto& participant : m_Groups[0]) {
-        const int count = participant.second.live;
-        if (count == 0) continue;
+    m_Groups[0].ForEach([&](const Group& participant) {
+        const int count = participant.live;
+        if (count == 0) return;
         VelVALIDATE(count >= minOccursFirst);
         if (maxOccursFirst != VelTypeAssociationUnbounded)
             VelVALIDATE(maxOccursFirst > 0 && count <= maxOccursFirst);
-    }
-    for (const auto& participant : m_Groups[1]) {
-        const int count = participant.second.live;
-        if (count == 0) continue;
+    });
+    m_Groups[1].ForEach([&](const Group& participant) {
+        const int count = participant.live;
+        if (count == 0) return;
         VelVALIDATE(count >= minOccursSecond);
         if (maxOccursSecond != VelTypeAssociationUnbounded)
             VelVALIDATE(maxOccursSecond > 0 && count <= maxOccursSecond);
-    }
+    });
 }

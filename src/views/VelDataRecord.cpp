@@ -19,15 +19,15 @@ const MemberSlot& MemberAt(VelDataRecordRepr& record, int i) {
 }
 
 uint32_t Load32(const VelDataRecordRepr& record, const MemberSlot& member) {
-    return VelRecordBytes::Get32(record.m_Bytes.data() + member.offset);
+    return VelRecordBytes::Get32(record.m_Bytes + member.offset);
 }
 
 uint64_t Load64(const VelDataRecordRepr& record, const MemberSlot& member) {
-    return VelRecordBytes::Get64(record.m_Bytes.data() + member.offset);
+    return VelRecordBytes::Get64(record.m_Bytes + member.offset);
 }
 
 unsigned char* At(VelDataRecordRepr& record, const MemberSlot& member) {
-    return record.m_Bytes.data() + member.offset;
+    return record.m_Bytes + member.offset;
 }
 
 }  // namespace
@@ -214,7 +214,8 @@ void VelDataRecordUpdate::SetSymb(int i, int data) const {
     VelDataRecordRepr& record = Target();
     const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategorySymConst);
-    const VelRecTypeSymConst symMemberType(record.Record().Member(i));
+    // The limit is kept with the member's slot; the name is the one the condition text uses.
+    const MemberSlot& symMemberType = memberType;
     VelVALIDATE(data < symMemberType.LimitValue());
     record.CheckWritable();
     VelRecordBytes::Put32(At(record, memberType), static_cast<uint32_t>(data));

@@ -4,28 +4,17 @@
 #include "views/VelRecordRepr.h"
 #include "views/VelRecordStore.h"
 
-VelDataRecordRepr::VelDataRecordRepr(const VelDynamicID& id,
-                                     const VelRecHandle<VelRowLayout>& layout,
-                                     const VelRecHandle<VelViewRepr>& view,
-                                     const unsigned char* bytes)
-    : m_ID(id), m_Layout(layout), m_View(view) {
-    const size_t size = static_cast<size_t>(layout->RecordSize());
-    if (bytes) {
-        m_Bytes.assign(bytes, bytes + size);
-    } else {
-        m_Bytes.resize(size);
-    }
-}
-
 // The defaults of a type are worked out once, with its first record: a string default is
 // interned once and every record shares its reference.
 void VelDataRecordRepr::SetDefaults() {
     std::vector<unsigned char>& defaults = m_Layout->Defaults();
-    if (defaults.size() == m_Bytes.size()) {
-        if (!m_Bytes.empty()) std::memcpy(m_Bytes.data(), defaults.data(), m_Bytes.size());
+    const size_t size = static_cast<size_t>(m_Layout->RecordSize());
+    if (defaults.size() == size) {
+        if (size > 0) std::memcpy(m_Bytes, defaults.data(), size);
         return;
     }
     const VelRecTypeExpandedDataRecord& record = Record();
+    if (size > 0) std::memset(m_Bytes, 0, size);
     for (int i = 0; i < record.MemberCount(); ++i) {
         const VelRecTypeDataRecordMember& member = record.Member(i);
         unsigned char* at = Slot(i);
@@ -72,12 +61,7 @@ void VelDataRecordRepr::SetDefaults() {
                 break;
         }
     }
-    defaults = m_Bytes;
-}
-
-void VelDataRecordRepr::CheckWritable() const {
-    VelVALIDATE(m_Token && m_Token->m_Active && "The record's transaction has ended");
-    m_View->Store();
+    defaults.assign(m_Bytes, m_Bytes + size);
 }
 
 VelStringTable& VelDataRecordRepr::Strings() const {

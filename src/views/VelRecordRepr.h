@@ -2,6 +2,7 @@
 #define VEL_SRC_VIEWS_VELRECORDREPR_H
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <string>
 #include <unordered_map>
@@ -11,6 +12,8 @@
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelRecType.h"
 #include "vel/views/VelAssociationID.h"
+#include "views/VelChunkedVector.h"
+#include "views/VelParticipantGroups.h"
 #include "views/VelRecordTable.h"
 #include "views/VelViewRepr.h"
 
@@ -26,33 +29,51 @@ public:
 };
 
 // A data record in memory: its identifier, its row format (the flattened type) and its bytes,
-// each member at its offset in the store's byte order.  A record handed out by a transaction
-// carries the transaction's token and may be written while the token is active.
+// each member at its offset in the store's byte order.  The bytes are those of the record's row
+// in a shared block (a block of the table cache, or of the transaction that creates or changes
+// the record), which the record keeps alive.  A record handed out by a transaction carries the
+// transaction's token and may be written while the token is active; a record read from a table
+// is never written, so records may share the cache's rows.
 class VelDataRecordRepr : public VelRecShared {
 public:
-    // The record's bytes are copied from `bytes` when given, zero otherwise.
+    // The record whose row (serial first) is `row`, in `block`.
     VelDataRecordRepr(const VelDynamicID& id, const VelRecHandle<VelRowLayout>& layout,
-                      const VelRecHandle<VelViewRepr>& view, const unsigned char* bytes = nullptr);
+                      const VelRecHandle<VelViewRepr>& view, const VelRecHandle<VelRowBlock>& block,
+                      unsigned char* row)
+        : m_ID(id),
+          m_Layout(layout),
+          m_View(view),
+          m_Block(block),
+          m_Bytes(row + VelRowLayout::e_SerialSize) {}
 
     const VelRecTypeExpandedDataRecord& Record() const { return m_Layout->Record(); }
-    unsigned char* Slot(int member) { return m_Bytes.data() + Record().MemberOffset(member); }
+    unsigned char* Slot(int member) { return m_Bytes + Record().MemberOffset(member); }
     // Fills every member with its default; strings are interned in the string table.
     void SetDefaults();
     // Validates that the record was handed out by a transaction that is still active.
-    void CheckWritable() const;
+    void CheckWritable() const {
+        VelVALIDATE(m_Token && m_Token->m_Active && "The record's transaction has ended");
+        m_View->Store();
+    }
     VelStringTable& Strings() const;
 
     VelDynamicID m_ID;
     VelRecHandle<VelRowLayout> m_Layout;
-    std::vector<unsigned char> m_Bytes;
     VelRecHandle<VelViewRepr> m_View;
+    VelRecHandle<VelRowBlock> m_Block;
+    unsigned char* m_Bytes;
     VelRecHandle<VelTransactionToken> m_Token;
 };
 
-// The key of a string-key member in a pair.
+// The key of a string-key member in a pair: its text is kept once by the association (or, while
+// a pair is being inserted, by the caller), so that an entry holds no text of its own.  A member
+// without a key has the empty string.
 struct VelAssociationKey {
-    cow_String m_Text;
-    const cow_String& String() const { return m_Text; }
+    const cow_String* m_Text = nullptr;
+    const cow_String& String() const {
+        static const cow_String none;
+        return m_Text ? *m_Text : none;
+    }
 };
 
 // One member of a pair: the participant, and its key or position when the member has one.
@@ -90,16 +111,33 @@ public:
 
     const VelRecTypeAssociation& Type() const { return m_Type; }
     int LiveCount() const { return m_LiveCount; }
-    const std::vector<VelAssociationEntry>& Entries() const { return m_Entries; }
+    const VelChunkedVector<VelAssociationEntry>& Entries() const { return m_Entries; }
     // The entries, in list order, whose member `whichMember` is `id`.
     std::vector<int> EntriesOf(int whichMember, const VelDynamicID& id) const;
+    // Calls `act(entry)` for each of them.
+    template <class Act>
+    void ForEachEntryOf(int whichMember, const VelDynamicID& id, Act act) const {
+        const Group* group = FindGroup(whichMember, id);
+        for (int i = group ? group->head : -1; i >= 0;
+             i = m_Entries[static_cast<size_t>(i)].m_Next[whichMember])
+            act(m_Entries[static_cast<size_t>(i)]);
+    }
 
     // Decodes `count` rows of the table format and appends them as stored entries.
     void AppendRows(const unsigned char* rows, int64_t count, VelStringTable& strings);
-    // The rows to write at commit: every live entry when the table is rewritten, otherwise the
-    // entries added since it was read.  Keys are interned in the string table.
-    std::vector<unsigned char> EncodeRows(bool all, VelStringTable& strings) const;
+    // Appends the rows of the live entries among [begin, end) to `rows`, in the table format;
+    // keys are interned in the string table.  The entries to write at commit are those from
+    // FirstToWrite() on: every entry when the table is rewritten, otherwise those added since it
+    // was read.
+    void EncodeRows(size_t begin, size_t end, VelStringTable& strings,
+                    std::vector<unsigned char>& rows) const;
+    size_t FirstToWrite() const { return m_Rewrite ? 0 : m_Stored; }
     bool NeedsRewrite() const { return m_Rewrite; }
+    // Whether a member is keyed by string, so that encoding the rows adds to the string table.
+    bool HasStringKeys() const {
+        return m_Type.Member(0).Option() == VelRecTypeStringKey ||
+               m_Type.Member(1).Option() == VelRecTypeStringKey;
+    }
     // Drops every stored entry: the table is rewritten from the entries inserted from now on.
     void DropStored();
 
@@ -125,19 +163,6 @@ public:
     VelTransactionRepr* m_Transaction = nullptr;
 
 private:
-    struct IDKey {
-        VelDynamicID id;
-        bool operator==(const IDKey& other) const { return id == other.id; }
-    };
-    static size_t Hash(const VelDynamicID& id) {
-        uint64_t h = static_cast<uint64_t>(id.Category()) * 0x9E3779B97F4A7C15ull;
-        h ^= static_cast<uint64_t>(id.First()) + 0x9E3779B97F4A7C15ull + (h << 6) + (h >> 2);
-        h ^= static_cast<uint64_t>(id.Second()) + 0x9E3779B97F4A7C15ull + (h << 6) + (h >> 2);
-        return static_cast<size_t>(h);
-    }
-    struct IDHash {
-        size_t operator()(const IDKey& key) const { return Hash(key.id); }
-    };
     // A participant of one member with a key of the other.
     struct KeyKey {
         VelDynamicID id;
@@ -146,26 +171,24 @@ private:
     };
     struct KeyHash {
         size_t operator()(const KeyKey& k) const {
-            return Hash(k.id) * 31 + std::hash<std::string>()(k.key);
+            return static_cast<size_t>(k.id.First() * 31 + k.id.Second()) * 31 +
+                   std::hash<std::string>()(k.key);
         }
     };
-    // The chain of entries whose member k is one participant, its length, and how many of
-    // its entries are live.
-    struct Group {
-        int head = -1;
-        int tail = -1;
-        int length = 0;
-        int live = 0;
-    };
+    using Group = VelParticipantGroup;
 
     void Prepare(int k, const VelParticipant& given, VelAssociationMemberEntry& entry) const;
+    // A key kept for the association's entries; it does not move while the association lives.
+    const cow_String* AddKey(const cow_String& key);
     void CheckParticipant(int k, const VelDynamicID& id) const;
     Group* FindGroup(int k, const VelDynamicID& id);
     const Group* FindGroup(int k, const VelDynamicID& id) const;
     // The live entry whose member k is `id` and whose other member is `other` (or has `key`);
-    // -1 when there is none.  A pair lies on the chains of both its participants, so the
+    // -1 when there is none.  `mine` and `theirs` are the groups of `id` in member k and of
+    // `other` in the other member.  A pair lies on the chains of both its participants, so the
     // shorter of the two is walked.
-    int Partner(int k, const VelDynamicID& id, const VelDynamicID& other) const;
+    int Partner(int k, const Group* mine, const Group* theirs, const VelDynamicID& id,
+                const VelDynamicID& other) const;
     int KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const;
     void Add(const VelAssociationEntry& entry);
     void Link(int k, int index) const;
@@ -184,12 +207,16 @@ private:
     VelDynamicID m_Focus;
     // The chains and indexes are built when first needed, so they may change in a const
     // operation.
-    mutable std::vector<VelAssociationEntry> m_Entries;
+    mutable VelChunkedVector<VelAssociationEntry> m_Entries;
     size_t m_Stored = 0;
     int m_LiveCount = 0;
     bool m_Rewrite = false;
     mutable bool m_Indexed[2] = {false, false};
-    mutable std::unordered_map<IDKey, Group, IDHash> m_Groups[2];
+    mutable VelParticipantGroups m_Groups[2];
+    // Per member, the row format of the last record found to be of one of the member's target
+    // types: records come in runs of one type, which is checked once per run.
+    mutable VelRecHandle<VelRowLayout> m_Allowed[2];
+    std::deque<cow_String> m_Keys;
     // For an association being changed whose other member is keyed by string: per member k, the
     // live entry pairing a participant of k with a key of the other member.
     mutable std::unordered_map<KeyKey, int, KeyHash> m_OtherKeys[2];

@@ -1,5 +1,6 @@
 #include "views/VelRecordTable.h"
 
+#include <algorithm>
 #include <set>
 #include <string>
 
@@ -69,6 +70,8 @@ VelRowLayout::VelRowLayout(const VelRecTypeDataRecord& type, const VelTypeRegist
         const VelRecTypeDataRecordMember& member = m_record->Member(i);
         m_members[i].category = member.Category();
         m_members[i].offset = m_record->MemberOffset(i);
+        if (member.Category() == VelRecTypeCategorySymConst)
+            m_members[i].limit = VelRecTypeSymConst(member).LimitValue();
         builder.Insert(UniqueName(used, member.Name().str(), i).c_str(),
                        MemberType(member.Category()));
     }
@@ -97,26 +100,34 @@ VelRowLayout::VelRowLayout(const VelRecTypeAssociation& type)
     m_type = hdf_Datatype(builder);
 }
 
-const unsigned char* VelTableCache::Row(const hdf_Dataset& table, const VelRowLayout& layout,
-                                        int64_t rows, int64_t row) {
-    const int64_t block = row / e_BlockRows;
-    auto found = m_blocks.find(block);
-    if (found == m_blocks.end()) {
-        const int64_t first = block * e_BlockRows;
-        const int64_t count = rows - first < e_BlockRows ? rows - first : e_BlockRows;
-        std::vector<unsigned char> bytes(static_cast<size_t>(count * layout.Width()));
-        VelStoreIO::ReadRows(table, layout.Type(), first, count, bytes.data());
-        if (m_blocks.size() >= e_MaxBlocks) {
-            m_blocks.erase(m_order.front());
-            m_order.pop_front();
+const VelRecHandle<VelRowBlock>& VelTableCache::Load(const hdf_Dataset& table,
+                                                     const VelRowLayout& layout, int64_t rows,
+                                                     int64_t row) {
+    const int64_t number = row / e_BlockRows;
+    auto found = m_Blocks.find(number);
+    if (found == m_Blocks.end()) {
+        const int64_t first = number * e_BlockRows;
+        const int64_t count = std::min(rows - first, e_BlockRows);
+        VelRecHandle<VelRowBlock> block(new VelRowBlock(first, count, layout.Width()));
+        VelStoreIO::ReadCheckedRows(table, layout.Type(), first, count, block->Data());
+        const int64_t bytes = count * layout.Width();
+        while (!m_Order.empty() && m_Bytes + bytes > e_MaxBytes) {
+            const auto oldest = m_Blocks.find(m_Order.front());
+            m_Bytes -= oldest->second->Rows() * layout.Width();
+            m_Blocks.erase(oldest);
+            m_Order.pop_front();
         }
-        m_order.push_back(block);
-        found = m_blocks.emplace(block, std::move(bytes)).first;
+        m_Order.push_back(number);
+        m_Bytes += bytes;
+        found = m_Blocks.emplace(number, block).first;
     }
-    return found->second.data() + static_cast<size_t>((row % e_BlockRows) * layout.Width());
+    m_Last = found->second;
+    return m_Last;
 }
 
 void VelTableCache::Clear() {
-    m_blocks.clear();
-    m_order.clear();
+    m_Blocks.clear();
+    m_Order.clear();
+    m_Bytes = 0;
+    m_Last = VelRecHandle<VelRowBlock>();
 }

@@ -18,6 +18,7 @@
 #include "vel/types/VelRecType.h"
 #include "vel/types/VelRecTypeExpandedDataRecord.h"
 #include "vel/types/VelTypeRegistry.h"
+#include "views/VelRowBlock.h"
 
 // The stored values are big-endian whatever the host: the store's byte order is fixed, and the
 // swapper reverses bytes only on a little-endian host.
@@ -58,12 +59,15 @@ public:
     int Width() const { return m_width; }
     const hdf_Datatype& Type() const { return m_type; }
 
-    // Where each member of a data record row sits, and its category, by member position (the
-    // accessors' lookup, kept apart from the member descriptions).
+    // Where each member of a data record row sits, its category and, for a symbolic constant,
+    // its limit, by member position (the accessors' lookup, kept apart from the member
+    // descriptions).
     struct MemberSlot {
         VelRecTypeDataCategory category = VelRecTypeCategoryBoolean;
         int offset = 0;
+        int limit = 0;
         VelRecTypeDataCategory Category() const { return category; }
+        int LimitValue() const { return limit; }
     };
     const VelArray<MemberSlot>& Members() const { return m_members; }
 
@@ -92,21 +96,34 @@ private:
     int m_keySize[2] = {0, 0};
 };
 
-// Committed rows of one table, read a block at a time (a block is one chunk of the table) and
-// kept while the view is open, up to a bound.
+// Committed rows of one table, read a block at a time (a block is e_ChunksPerBlock chunks of
+// the table) and kept while the view is open, up to e_MaxBytes.  Rows are read in order far more
+// often than not, so the block of the last row asked for is tried first.
 class VelTableCache {
 public:
-    static constexpr int64_t e_BlockRows = 1024;
-    static constexpr size_t e_MaxBlocks = 64;
+    static constexpr int64_t e_ChunkRows = 1024;
+    static constexpr int64_t e_BlockRows = 8 * e_ChunkRows;
+    static constexpr int64_t e_MaxBytes = int64_t(32) << 20;
 
-    // Row `row` of the first `rows` rows of `table`; the pointer lasts until the next call.
-    const unsigned char* Row(const hdf_Dataset& table, const VelRowLayout& layout, int64_t rows,
-                             int64_t row);
+    // The block that holds row `row` of the first `rows` rows of `table`, a table that has
+    // passed VelStoreIO::CheckTable.  The block stays valid while the caller holds a handle to
+    // it, whatever the cache does next.
+    const VelRecHandle<VelRowBlock>& Block(const hdf_Dataset& table, const VelRowLayout& layout,
+                                           int64_t rows, int64_t row) {
+        if (m_Last && row >= m_Last->First() && row < m_Last->First() + m_Last->Rows())
+            return m_Last;
+        return Load(table, layout, rows, row);
+    }
     void Clear();
 
 private:
-    std::unordered_map<int64_t, std::vector<unsigned char>> m_blocks;
-    std::deque<int64_t> m_order;
+    const VelRecHandle<VelRowBlock>& Load(const hdf_Dataset& table, const VelRowLayout& layout,
+                                          int64_t rows, int64_t row);
+
+    std::unordered_map<int64_t, VelRecHandle<VelRowBlock>> m_Blocks;
+    std::deque<int64_t> m_Order;
+    int64_t m_Bytes = 0;
+    VelRecHandle<VelRowBlock> m_Last;
 };
 
 #endif

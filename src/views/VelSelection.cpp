@@ -9,24 +9,22 @@
 
 namespace {
 
-// The live pairs in which `id` is the participant of `whichMember`, as (entry index, other
-// member) in list order.
-std::vector<std::pair<int, const VelAssociationMemberEntry*>> Partners(
-    const VelAssociationRepr& pairs, int whichMember, const VelDynamicID& id) {
+// The other members of the live pairs in which `id` is the participant of `whichMember`, in list
+// order.
+std::vector<const VelAssociationMemberEntry*> Partners(const VelAssociationRepr& pairs,
+                                                       int whichMember, const VelDynamicID& id) {
     VelASSERT(0 == whichMember || 1 == whichMember);
-    std::vector<std::pair<int, const VelAssociationMemberEntry*>> partners;
-    for (const int index : pairs.EntriesOf(whichMember, id)) {
-        const VelAssociationEntry& entry = pairs.Entries()[static_cast<size_t>(index)];
-        if (entry.m_Live) partners.emplace_back(index, &entry.m_Members[1 - whichMember]);
-    }
+    std::vector<const VelAssociationMemberEntry*> partners;
+    pairs.ForEachEntryOf(whichMember, id, [&](const VelAssociationEntry& entry) {
+        if (entry.m_Live) partners.push_back(&entry.m_Members[1 - whichMember]);
+    });
     return partners;
 }
 
-template <class Pairs>
-VelArray<VelDynamicID> IdentifiersOf(const Pairs& partners) {
+VelArray<VelDynamicID> IdentifiersOf(
+    const std::vector<const VelAssociationMemberEntry*>& partners) {
     VelArray<VelDynamicID> records(static_cast<int>(partners.size()));
-    for (size_t i = 0; i < partners.size(); ++i)
-        records[static_cast<int>(i)] = partners[i].second->m_ID;
+    for (size_t i = 0; i < partners.size(); ++i) records[static_cast<int>(i)] = partners[i]->m_ID;
     return records;
 }
 
@@ -40,7 +38,7 @@ VelSelectionList::VelSelectionList(const VelAssociation& association, int whichM
     auto partners = Partners(pairs, whichMember, id);
     if (pairs.Type().Member(1 - whichMember).Option() == VelRecTypeOrdered) {
         std::stable_sort(partners.begin(), partners.end(), [](const auto& a, const auto& b) {
-            return a.second->m_Position < b.second->m_Position;
+            return a->m_Position < b->m_Position;
         });
     }
     m_Records = IdentifiersOf(partners);
@@ -49,9 +47,8 @@ VelSelectionList::VelSelectionList(const VelAssociation& association, int whichM
 VelSelectionSet::VelSelectionSet(const VelAssociation& association, int whichMember,
                                  const VelDynamicID& id) {
     auto partners = Partners(VelViewsAccess::Repr(association), whichMember, id);
-    std::stable_sort(partners.begin(), partners.end(), [](const auto& a, const auto& b) {
-        return a.second->m_ID.Compare(b.second->m_ID) < 0;
-    });
+    std::stable_sort(partners.begin(), partners.end(),
+                     [](const auto& a, const auto& b) { return a->m_ID.Compare(b->m_ID) < 0; });
     m_Records = IdentifiersOf(partners);
 }
 
@@ -63,7 +60,7 @@ VelSelectionMap::VelSelectionMap(const VelAssociation& association, int whichMem
     VelVALIDATE(pairs.Type().Member(1 - whichMember).Option() == VelRecTypeStringKey &&
                 "A selection map needs the other member to be keyed by string");
     for (const auto& partner : partners)
-        m_Map.Insert(partner.second->m_Key.String(), partner.second->m_ID, false);
+        m_Map.Insert(partner->m_Key.String(), partner->m_ID, false);
 }
 
 VelDynamicID VelSelectionMap::Get(const cow_String& key) const {

@@ -53,8 +53,8 @@ void VelStoreIO::CheckTable(const hdf_Dataset& table, const hdf_Datatype& type) 
     VelVALIDATE(hdf_HasStoredLayout(table) && "Damaged record store: a table stores no rows");
 }
 
-void VelStoreIO::ReadCheckedRows(const hdf_Dataset& table, const hdf_Datatype& type,
-                                 int64_t first, int64_t count, void* buffer) {
+void VelStoreIO::ReadCheckedRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
+                                 int64_t count, void* buffer) {
     const int64_t piece = 0x40000000;
     const size_t width = type.GetSize();
     for (int64_t done = 0; done < count; done += piece) {

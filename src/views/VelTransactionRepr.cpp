@@ -1,5 +1,6 @@
 #include "views/VelTransactionRepr.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "vel/core/VelAssert.h"
@@ -9,6 +10,9 @@
 #include "views/VelTypeRecords.h"
 
 namespace {
+
+// Pairs are encoded for writing this many entries at a time.
+constexpr size_t e_EncodedEntries = 65536;
 
 VelRecType RecordTypeOf(const VelTypeSchemaSnapshot& snapshot, int i, const char* unrecognized) {
     const VelRecTypeFactory factory;
@@ -39,6 +43,8 @@ void VelTransactionRepr::CheckActive() const {
 
 void VelTransactionRepr::End() {
     m_Token->m_Active = false;
+    m_Recent = nullptr;
+    m_RecentSlot = -1;
     m_Changes.clear();
     View().EndTransaction();
 }
@@ -209,22 +215,46 @@ int VelTransactionRepr::SlotFor(const VelTypeID& typeID, int category) {
     return View().AddSlot(typeID, category);
 }
 
+VelTransactionRepr::SlotChanges& VelTransactionRepr::ChangesOf(int slot, int width) {
+    if (m_RecentSlot != slot) {
+        m_Recent = &m_Changes.try_emplace(slot, width).first->second;
+        m_RecentSlot = slot;
+    }
+    return *m_Recent;
+}
+
+VelRecHandle<VelDataRecordRepr> VelTransactionRepr::WritableRecord(
+    const VelDynamicID& id, int slot, const VelRecHandle<VelRowBlock>& block, unsigned char* row) {
+    VelRecHandle<VelDataRecordRepr> record(
+        new VelDataRecordRepr(id, View().Slot(slot).m_Layout, m_View, block, row));
+    record->m_Token = m_Token;
+    return record;
+}
+
+// The new record's row is added to the transaction's rows of its table, serial first, every
+// member at its default.
 VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateRecordOf(const VelTypeID& typeID) {
     const int slot = m_LastSlot >= 0 && m_LastSlot < View().SlotCount() &&
                              View().Slot(m_LastSlot).m_Type == typeID
                          ? m_LastSlot
                          : SlotFor(typeID, VelCategoryDataRecord);
+    return CreateRecordIn(slot);
+}
+
+// The new record's row is added to the transaction's rows of its table, serial first, every
+// member at its default.
+VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateRecordIn(int slot) {
     VelViewRepr& view = View();
     const VelRowLayout* layout = view.Layout(slot);
     VelVALIDATE(layout && "The type is not registered in the view");
-    SlotChanges& changes = m_Changes[slot];
-    const int64_t row = view.Slot(slot).m_Rows + static_cast<int64_t>(changes.created.size());
+    SlotChanges& changes = ChangesOf(slot, layout->Width());
+    const int64_t row = view.Slot(slot).m_Rows + changes.created.Count();
     const VelDynamicID id = view.RecordID(view.Store().NextSerial(), slot, row);
-    VelRecHandle<VelDataRecordRepr> record(
-        new VelDataRecordRepr(id, view.Slot(slot).m_Layout, m_View));
-    record->m_Token = m_Token;
+    const VelRecHandle<VelRowBlock>* block = nullptr;
+    unsigned char* bytes = changes.created.Append(block);
+    VelRecordBytes::Put64(bytes, static_cast<uint64_t>(id.First()));
+    VelRecHandle<VelDataRecordRepr> record = WritableRecord(id, slot, *block, bytes);
     record->SetDefaults();
-    changes.created.push_back(record);
     return record;
 }
 
@@ -241,38 +271,46 @@ VelRecHandle<VelDataRecordRepr> VelTransactionRepr::CreateDataRecord(const VelTy
         m_LastSlot = SlotFor(typeID, VelCategoryDataRecord);
     }
     view.LockSlot(m_LastSlot);
-    return CreateRecordOf(typeID);
+    return CreateRecordIn(m_LastSlot);
 }
 
+// A record created here is handed out again at its row; a committed one gets a copy of its row,
+// made once, which the commit writes back.  The serial in the row must be the identifier's.
 VelRecHandle<VelDataRecordRepr> VelTransactionRepr::ModifyDataRecord(const VelDynamicID& id) {
     CheckActive();
     VelViewRepr& view = View();
     int slot = 0;
     int64_t row = 0;
     view.Locate(id, slot, row);
-    SlotChanges& changes = m_Changes[slot];
     const int64_t committed = view.Slot(slot).m_Rows;
+    const VelRecHandle<VelRowBlock>* block = nullptr;
     if (row >= committed) {
-        const size_t created = static_cast<size_t>(row - committed);
-        VelVALIDATE(created < changes.created.size() && changes.created[created]->m_ID == id &&
+        const auto changes = m_Changes.find(slot);
+        const int64_t created = row - committed;
+        VelVALIDATE(changes != m_Changes.end() && created < changes->second.created.Count() &&
                     "Record not found");
-        return changes.created[created];
+        unsigned char* bytes = changes->second.created.Row(created, block);
+        VelVALIDATE(static_cast<int64_t>(VelRecordBytes::Get64(bytes)) == id.First() &&
+                    "Record not found");
+        return WritableRecord(id, slot, *block, bytes);
     }
-    const auto found = changes.modified.find(row);
-    if (found != changes.modified.end()) {
-        VelVALIDATE(found->second->m_ID == id && "Record not found");
-        return found->second;
+    const VelRecHandle<VelRowBlock>& stored = view.CommittedRecord(id, slot, row);
+    const VelRowLayout& layout = *view.Slot(slot).m_Layout.Get();
+    SlotChanges& changes = ChangesOf(slot, layout.Width());
+    const auto copied = changes.modifiedRows.find(row);
+    unsigned char* bytes = nullptr;
+    if (copied != changes.modifiedRows.end()) {
+        bytes = changes.modified.Row(copied->second, block);
+    } else {
+        changes.modifiedRows.emplace(row, changes.modified.Count());
+        bytes = changes.modified.Append(block);
+        std::memcpy(bytes, stored->Row(row), static_cast<size_t>(layout.Width()));
     }
-    const unsigned char* bytes = view.CommittedRecord(id, slot, row);
-    VelRecHandle<VelDataRecordRepr> record(new VelDataRecordRepr(
-        id, view.Slot(slot).m_Layout, m_View, bytes + VelRowLayout::e_SerialSize));
-    record->m_Token = m_Token;
-    changes.modified.emplace(row, record);
     view.LockSlot(slot);
-    return record;
+    return WritableRecord(id, slot, *block, bytes);
 }
 
-const VelRowLayout& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
+const VelRecHandle<VelRowLayout>& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
     VelViewRepr& view = View();
     int slot = 0;
     int64_t row = 0;
@@ -280,21 +318,25 @@ const VelRowLayout& VelTransactionRepr::RecordLayout(const VelDynamicID& id) {
     const int64_t committed = view.Slot(slot).m_Rows;
     if (row < committed) {
         view.CommittedRecord(id, slot, row);
-        return *view.Slot(slot).m_Layout.Get();
+        return view.Slot(slot).m_Layout;
     }
     const auto changes = m_Changes.find(slot);
-    const size_t created = static_cast<size_t>(row - committed);
-    VelVALIDATE(changes != m_Changes.end() && created < changes->second.created.size() &&
-                changes->second.created[created]->m_ID == id && "Record not found");
-    return *view.Slot(slot).m_Layout.Get();
+    const int64_t created = row - committed;
+    VelVALIDATE(changes != m_Changes.end() && created < changes->second.created.Count() &&
+                "Record not found");
+    const VelRecHandle<VelRowBlock>* block = nullptr;
+    const unsigned char* bytes = changes->second.created.Row(created, block);
+    VelVALIDATE(static_cast<int64_t>(VelRecordBytes::Get64(bytes)) == id.First() &&
+                "Record not found");
+    return view.Slot(slot).m_Layout;
 }
 
 VelRecHandle<VelAssociationRepr> VelTransactionRepr::PairsOf(int slot, bool replace) {
     VelViewRepr& view = View();
-    SlotChanges& changes = m_Changes[slot];
+    const VelRowLayout* layout = view.Layout(slot);
+    VelVALIDATE(layout && "The association's type is not part of this view");
+    SlotChanges& changes = ChangesOf(slot, layout->Width());
     if (!changes.pairs) {
-        const VelRowLayout* layout = view.Layout(slot);
-        VelVALIDATE(layout && "The association's type is not part of this view");
         const VelSlot& s = view.Slot(slot);
         const VelAssociationID id(
             VelDynamicID(VelCategoryAssociation, view.Context(), s.m_Serial, slot), s.m_Type);
@@ -323,8 +365,9 @@ VelRecHandle<VelAssociationRepr> VelTransactionRepr::UpdateAssociation(const Vel
 
 // The type records go in first, since they are records and pairs like any other; then every
 // association changed is checked against its occurrence bounds, before anything is written.
-// Keys are interned while the pairs are encoded, so the string table is written after that and
-// before the tables that refer to it; the catalogue and its counts come last.
+// Keys are interned while the pairs are encoded, so the pairs of an association keyed by string
+// are encoded before the string table is written, and written after it; the catalogue and its
+// counts come last.
 void VelTransactionRepr::Commit() {
     CheckActive();
     VelViewRepr& view = View();
@@ -336,16 +379,19 @@ void VelTransactionRepr::Commit() {
     VelVALIDATE(store.IsWritable() && "The database is open read-only");
     VelGuardStorage([&] {
         store.BeginCommit();
-        std::map<int, std::vector<unsigned char>> pairRows;
+        std::map<int, std::vector<unsigned char>> keyedRows;
         for (auto& changed : m_Changes) {
             const VelRecHandle<VelAssociationRepr>& pairs = changed.second.pairs;
-            if (pairs)
-                pairRows[changed.first] = pairs->EncodeRows(pairs->NeedsRewrite(), store.Strings());
+            if (pairs && pairs->HasStringKeys())
+                pairs->EncodeRows(pairs->FirstToWrite(), pairs->Entries().size(), store.Strings(),
+                                  keyedRows[changed.first]);
         }
         store.Strings().Commit();
         for (auto& changed : m_Changes) {
             if (changed.second.pairs) {
-                WritePairSlot(changed.first, changed.second, pairRows[changed.first]);
+                const auto keyed = keyedRows.find(changed.first);
+                WritePairSlot(changed.first, changed.second,
+                              keyed == keyedRows.end() ? nullptr : &keyed->second);
             } else {
                 WriteDataSlot(changed.first, changed.second);
             }
@@ -366,53 +412,62 @@ void VelTransactionRepr::Commit() {
     End();
 }
 
+// The changed committed rows go back a run of neighbouring rows at a time; the new rows follow
+// the committed ones, one HDF5 call per block of them.
 void VelTransactionRepr::WriteDataSlot(int slot, SlotChanges& changes) {
-    if (changes.created.empty() && changes.modified.empty()) return;
+    if (changes.created.Count() == 0 && changes.modifiedRows.empty()) return;
     VelViewRepr& view = View();
     const hdf_Dataset& table = view.OwnTable(slot, true);
     const VelRowLayout& layout = *view.Slot(slot).m_Layout.Get();
     const size_t width = static_cast<size_t>(layout.Width());
     std::vector<unsigned char> rows;
-    auto append = [&](const VelDataRecordRepr& record) {
-        const size_t start = rows.size();
-        rows.resize(start + width);
-        VelRecordBytes::Put64(rows.data() + start, static_cast<uint64_t>(record.m_ID.First()));
-        std::memcpy(rows.data() + start + VelRowLayout::e_SerialSize, record.m_Bytes.data(),
-                    record.m_Bytes.size());
-    };
-
-    // Changed committed rows, a run of neighbouring rows at a time.
-    for (auto it = changes.modified.begin(); it != changes.modified.end();) {
+    const VelRecHandle<VelRowBlock>* block = nullptr;
+    for (auto it = changes.modifiedRows.begin(); it != changes.modifiedRows.end();) {
         const int64_t first = it->first;
         int64_t next = first;
         rows.clear();
-        for (; it != changes.modified.end() && it->first == next; ++it, ++next)
-            append(*it->second.Get());
+        for (; it != changes.modifiedRows.end() && it->first == next; ++it, ++next) {
+            const unsigned char* row = changes.modified.Row(it->second, block);
+            rows.insert(rows.end(), row, row + width);
+        }
         VelStoreIO::WriteRows(table, layout.Type(), first, next - first, rows.data());
     }
 
-    rows.clear();
-    rows.reserve(changes.created.size() * width);
-    for (const VelRecHandle<VelDataRecordRepr>& record : changes.created) append(*record.Get());
     VelSlot& s = view.Slot(slot);
-    const int64_t count = static_cast<int64_t>(changes.created.size());
-    VelStoreIO::WriteRows(table, layout.Type(), s.m_Rows, count, rows.data());
-    s.m_Rows += count;
+    changes.created.ForEachRun([&](int64_t first, int64_t count, const unsigned char* bytes) {
+        VelStoreIO::WriteRows(table, layout.Type(), s.m_Rows + first, count, bytes);
+    });
+    s.m_Rows += changes.created.Count();
 }
 
+// A rewritten table is made anew, even when no pair is left; otherwise the new pairs follow the
+// stored ones.  Pairs without string keys are encoded and written a piece at a time.
 void VelTransactionRepr::WritePairSlot(int slot, SlotChanges& changes,
-                                       const std::vector<unsigned char>& rows) {
+                                       const std::vector<unsigned char>* encoded) {
     VelViewRepr& view = View();
     VelSlot& s = view.Slot(slot);
     const VelRowLayout& layout = *s.m_Layout.Get();
-    const int64_t count = static_cast<int64_t>(rows.size()) / layout.Width();
-    if (changes.pairs->NeedsRewrite()) {
-        const hdf_Dataset& table = view.OwnTable(slot, false);
-        VelStoreIO::WriteRows(table, layout.Type(), 0, count, rows.data());
-        s.m_Rows = count;
-    } else if (count > 0) {
-        const hdf_Dataset& table = view.OwnTable(slot, true);
-        VelStoreIO::WriteRows(table, layout.Type(), s.m_Rows, count, rows.data());
-        s.m_Rows += count;
+    const VelAssociationRepr& pairs = *changes.pairs.Get();
+    const bool rewrite = pairs.NeedsRewrite();
+    if (rewrite) view.OwnTable(slot, false);
+    int64_t next = rewrite ? 0 : s.m_Rows;
+    const auto write = [&](const std::vector<unsigned char>& rows) {
+        const int64_t count = static_cast<int64_t>(rows.size()) / layout.Width();
+        if (count == 0) return;
+        VelStoreIO::WriteRows(view.OwnTable(slot, true), layout.Type(), next, count, rows.data());
+        next += count;
+    };
+    if (encoded) {
+        write(*encoded);
+    } else {
+        std::vector<unsigned char> rows;
+        const size_t end = pairs.Entries().size();
+        for (size_t begin = pairs.FirstToWrite(); begin < end; begin += e_EncodedEntries) {
+            rows.clear();
+            pairs.EncodeRows(begin, std::min(end, begin + e_EncodedEntries),
+                             View().Store().Strings(), rows);
+            write(rows);
+        }
     }
+    s.m_Rows = next;
 }

@@ -44,17 +44,32 @@ public:
 
     // The row format of a data record this transaction can see (created here or committed);
     // validates that the record exists.
-    const VelRowLayout& RecordLayout(const VelDynamicID& id);
+    const VelRecHandle<VelRowLayout>& RecordLayout(const VelDynamicID& id);
 
     void Commit();
 
 private:
+    // The rows a transaction writes to one table, in the table's format.  A record handed out
+    // for writing points at its row here.
     struct SlotChanges {
-        std::vector<VelRecHandle<VelDataRecordRepr>> created;
-        std::map<int64_t, VelRecHandle<VelDataRecordRepr>> modified;
+        explicit SlotChanges(int width) : created(width), modified(width) {}
+        // The new records, whose rows follow the committed ones in creation order.
+        VelRowArena created;
+        // Copies of the committed rows opened for writing, by row.
+        VelRowArena modified;
+        std::map<int64_t, int64_t> modifiedRows;
         VelRecHandle<VelAssociationRepr> pairs;
     };
 
+    // The changes to a slot of rows `width` bytes wide, made on first use; the last slot's
+    // are kept at hand.
+    SlotChanges& ChangesOf(int slot, int width);
+    // A new record in a slot of data records.
+    VelRecHandle<VelDataRecordRepr> CreateRecordIn(int slot);
+    // A record handed out for writing, whose row is `row` in `block`.
+    VelRecHandle<VelDataRecordRepr> WritableRecord(const VelDynamicID& id, int slot,
+                                                   const VelRecHandle<VelRowBlock>& block,
+                                                   unsigned char* row);
     // The slot of a type, made for it if the view has none yet.
     int SlotFor(const VelTypeID& typeID, int category);
     // Keeps the registry, the catalogue size and the schema as they were before the first type
@@ -65,7 +80,9 @@ private:
     void Register(const VelRecType& type);
     VelRecHandle<VelAssociationRepr> PairsOf(int slot, bool replace);
     void WriteDataSlot(int slot, SlotChanges& changes);
-    void WritePairSlot(int slot, SlotChanges& changes, const std::vector<unsigned char>& rows);
+    // Writes the changed pairs of a slot: the rows in `encoded` when given (pairs with string
+    // keys, encoded before the string table was written), otherwise those it encodes.
+    void WritePairSlot(int slot, SlotChanges& changes, const std::vector<unsigned char>* encoded);
     void End();
     void Drop();
 
@@ -73,8 +90,10 @@ private:
     VelRecHandle<VelTransactionToken> m_Token;
     VelTypeSchemaSnapshot m_snapshot;
     std::map<int, SlotChanges> m_Changes;
-    // The slot of the last data record type created, or -1.
+    // The slot of the last data record type created, or -1, and its changes.
     int m_LastSlot = -1;
+    int m_RecentSlot = -1;
+    SlotChanges* m_Recent = nullptr;
 
     bool m_SavedTypes = false;
     std::unique_ptr<VelTypeRegistry> m_SavedRegistry;

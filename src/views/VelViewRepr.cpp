@@ -1,5 +1,6 @@
 #include "views/VelViewRepr.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <set>
@@ -364,11 +365,6 @@ VelDynamicID VelViewRepr::FocusID() const {
     return VelDynamicID(VelCategoryDataRecord, m_context, m_focus, -1);
 }
 
-VelRecordStore& VelViewRepr::Store() const {
-    VelVALIDATE(m_store && "The view's context has been closed");
-    return *m_store;
-}
-
 void VelViewRepr::Detach() {
     if (!m_store) return;
     m_store->Detach(this);
@@ -471,6 +467,7 @@ const VelRowLayout* VelViewRepr::Layout(int slot) {
                     : new VelRowLayout(VelRecTypeAssociation(type)));
         });
         s.m_LayoutChecked = false;
+        s.m_RowsChecked = false;
     }
     if (!s.m_LayoutChecked && !s.m_Table.IsEmpty()) {
         VelGuardStorage([&] {
@@ -483,12 +480,22 @@ const VelRowLayout* VelViewRepr::Layout(int slot) {
     return s.m_Layout.Get();
 }
 
+const hdf_Dataset& VelViewRepr::ReadableTable(int slot) {
+    VelSlot& s = Slot(slot);
+    if (!s.m_RowsChecked) {
+        VelStoreIO::CheckTable(s.m_Table, s.m_Layout->Type());
+        s.m_RowsChecked = true;
+    }
+    return s.m_Table;
+}
+
 void VelViewRepr::ResetLayouts() {
     for (VelSlot& slot : m_slots) {
         if (slot.m_BuiltIn) continue;
         slot.m_Locked = false;
         slot.m_Layout = VelRecHandle<VelRowLayout>();
         slot.m_LayoutChecked = false;
+        slot.m_RowsChecked = false;
         slot.m_Cache.Clear();
         slot.m_Pairs = VelRecHandle<VelAssociationRepr>();
     }
@@ -513,16 +520,19 @@ void VelViewRepr::Locate(const VelDynamicID& id, int& slot, int64_t& row) const 
     row = address & 0xFFFFFFFFll;
 }
 
-const unsigned char* VelViewRepr::CommittedRecord(const VelDynamicID& id, int slot, int64_t row) {
+const VelRecHandle<VelRowBlock>& VelViewRepr::CommittedRecord(const VelDynamicID& id, int slot,
+                                                              int64_t row) {
     VelSlot& s = Slot(slot);
     VelVALIDATE(row < s.m_Rows && "Record not found");
     const VelRowLayout* layout = Layout(slot);
     VelVALIDATE(layout && "The record's type is not part of this view");
-    const unsigned char* bytes =
-        VelGuardStorage([&] { return s.m_Cache.Row(s.m_Table, *layout, s.m_Rows, row); });
+    const VelRecHandle<VelRowBlock>& block = VelGuardStorage([&]() -> decltype(auto) {
+        return s.m_Cache.Block(ReadableTable(slot), *layout, s.m_Rows, row);
+    });
+    const unsigned char* bytes = block->Row(row);
     VelVALIDATE(static_cast<int64_t>(VelRecordBytes::Get64(bytes)) == id.First() &&
                 "Record not found");
-    return bytes;
+    return block;
 }
 
 VelRecHandle<VelDataRecordRepr> VelViewRepr::ReadDataRecord(const VelDynamicID& id) {
@@ -530,14 +540,16 @@ VelRecHandle<VelDataRecordRepr> VelViewRepr::ReadDataRecord(const VelDynamicID& 
     int slot = 0;
     int64_t row = 0;
     Locate(id, slot, row);
-    const unsigned char* bytes = CommittedRecord(id, slot, row);
-    VelRecHandle<VelDataRecordRepr> record(
-        new VelDataRecordRepr(id, Slot(slot).m_Layout, VelRecHandle<VelViewRepr>(this),
-                              bytes + VelRowLayout::e_SerialSize));
+    const VelRecHandle<VelRowBlock>& block = CommittedRecord(id, slot, row);
+    VelRecHandle<VelDataRecordRepr> record(new VelDataRecordRepr(
+        id, Slot(slot).m_Layout, VelRecHandle<VelViewRepr>(this), block, block->Row(row)));
     LockSlot(slot);
     return record;
 }
 
+// The serials are read a block at a time through the cache that the records' reads use next,
+// from the last block to the first: a caller that then reads the records in order finds the
+// first blocks, as many as the cache holds, still there.
 VelArray<VelDynamicID> VelViewRepr::DataRecordIDs(const VelTypeID& typeID) {
     Store();
     const int slot = SlotOf(typeID);
@@ -547,13 +559,17 @@ VelArray<VelDynamicID> VelViewRepr::DataRecordIDs(const VelTypeID& typeID) {
     const VelRowLayout* layout = Layout(slot);
     if (!layout) return VelArray<VelDynamicID>();
     VelArray<VelDynamicID> ids(static_cast<int>(s.m_Rows));
-    for (int64_t row = 0; row < s.m_Rows; ++row) {
-        const unsigned char* bytes =
-            VelGuardStorage([&] { return s.m_Cache.Row(s.m_Table, *layout, s.m_Rows, row); });
-        const int64_t serial = static_cast<int64_t>(VelRecordBytes::Get64(bytes));
-        VelVALIDATE(serial >= 0 && serial < m_store->SerialLimit() &&
-                    "Damaged record store: a record's serial is out of range");
-        ids[static_cast<int>(row)] = RecordID(serial, slot, row);
+    const int64_t limit = m_store->SerialLimit();
+    for (int64_t end = s.m_Rows; end > 0;) {
+        const VelRecHandle<VelRowBlock> block = VelGuardStorage(
+            [&] { return s.m_Cache.Block(ReadableTable(slot), *layout, s.m_Rows, end - 1); });
+        for (int64_t row = block->First(); row < end; ++row) {
+            const int64_t serial = static_cast<int64_t>(VelRecordBytes::Get64(block->Row(row)));
+            VelVALIDATE(serial >= 0 && serial < limit &&
+                        "Damaged record store: a record's serial is out of range");
+            ids[static_cast<int>(row)] = RecordID(serial, slot, row);
+        }
+        end = block->First();
     }
     return ids;
 }
@@ -606,7 +622,8 @@ void VelViewRepr::LoadPairs(int slot, VelAssociationRepr& pairs) {
         const int64_t count = s.m_Rows - first < e_LoadRows ? s.m_Rows - first : e_LoadRows;
         rows.resize(static_cast<size_t>(count * layout->Width()));
         VelGuardStorage([&] {
-            VelStoreIO::ReadRows(s.m_Table, layout->Type(), first, count, rows.data());
+            VelStoreIO::ReadCheckedRows(ReadableTable(slot), layout->Type(), first, count,
+                                        rows.data());
             return 0;
         });
         pairs.AppendRows(rows.data(), count, Store().Strings());
@@ -624,16 +641,17 @@ const hdf_Dataset& VelViewRepr::OwnTable(int slot, bool keepRows) {
     for (int attempt = 1; m_records.GetObjinfoExists(name.c_str()); ++attempt)
         name = VelIdAsString(slot).str() + "-" + std::to_string(attempt);
     const hdf_Dataset table = VelStoreIO::CreateTable(m_records, name.c_str(), layout->Type(),
-                                                      static_cast<int>(VelTableCache::e_BlockRows));
+                                                      static_cast<int>(VelTableCache::e_ChunkRows));
     std::vector<unsigned char> rows;
     for (int64_t first = 0; keepRows && first < s.m_Rows; first += e_LoadRows) {
         const int64_t count = s.m_Rows - first < e_LoadRows ? s.m_Rows - first : e_LoadRows;
         rows.resize(static_cast<size_t>(count * layout->Width()));
-        VelStoreIO::ReadRows(s.m_Table, layout->Type(), first, count, rows.data());
+        VelStoreIO::ReadCheckedRows(ReadableTable(slot), layout->Type(), first, count, rows.data());
         VelStoreIO::WriteRows(table, layout->Type(), first, count, rows.data());
     }
     s.m_Table = table;
     s.m_Owned = true;
     s.m_LayoutChecked = true;
+    s.m_RowsChecked = true;
     return s.m_Table;
 }

@@ -10,6 +10,7 @@
 
 #include "vel/context/VelDynamicID.h"
 #include "vel/core/VelArray.h"
+#include "vel/core/VelAssert.h"
 #include "vel/hdf/hdf_Dataset.h"
 #include "vel/hdf/hdf_Group.h"
 #include "vel/types/VelRecHandle.h"
@@ -55,6 +56,9 @@ struct VelSlot {
     // level change): the rows of such a slot are not readable in this view.
     VelRecHandle<VelRowLayout> m_Layout;
     bool m_LayoutChecked = false;
+    // Whether the table has passed VelStoreIO::CheckTable, which is made before its rows are
+    // first read and again whenever the layout is checked again.
+    bool m_RowsChecked = false;
     VelTableCache m_Cache;
     // The committed pairs, once read for reading.
     VelRecHandle<VelAssociationRepr> m_Pairs;
@@ -116,7 +120,10 @@ public:
 
     // ---- the store ----------------------------------------------------------------------
     // Validates that the view's context is still open.
-    VelRecordStore& Store() const;
+    VelRecordStore& Store() const {
+        VelVALIDATE(m_store && "The view's context has been closed");
+        return *m_store;
+    }
     // Releases every HDF5 object; the context is closing.
     void Detach();
 
@@ -142,6 +149,9 @@ public:
     const VelRowLayout* Layout(int slot);
     // Forgets the formats of the view's own types (after the registry changed).
     void ResetLayouts();
+    // The table of a slot whose rows are about to be read, checked once to hold rows of the
+    // slot's layout.
+    const hdf_Dataset& ReadableTable(int slot);
 
     // ---- records --------------------------------------------------------------------------
     VelDynamicID RecordID(int64_t serial, int slot, int64_t row) const;
@@ -149,8 +159,9 @@ public:
     // context in a live data record slot, with a row below `rows` of that slot (-1: the
     // committed rows).
     void Locate(const VelDynamicID& id, int& slot, int64_t& row) const;
-    // The committed row of a record, checked to hold the identifier's serial.
-    const unsigned char* CommittedRecord(const VelDynamicID& id, int slot, int64_t row);
+    // The block that holds the committed row of a record, the row checked to hold the
+    // identifier's serial.
+    const VelRecHandle<VelRowBlock>& CommittedRecord(const VelDynamicID& id, int slot, int64_t row);
     VelRecHandle<VelDataRecordRepr> ReadDataRecord(const VelDynamicID& id);
     VelArray<VelDynamicID> DataRecordIDs(const VelTypeID& typeID);
 

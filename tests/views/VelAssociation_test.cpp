@@ -1,6 +1,7 @@
 // Associations: the insertion rules per member option, removal by identifier, position and key
 // with positions closed up, the occurrence bounds at commit, participants checked against their
 // member, and the three record selections, read back after a reopen.
+#include <string>
 #include <vector>
 
 #include "VelViewsTestSupport.h"
@@ -216,6 +217,34 @@ TEST_F(VelAssociationDeathTest, SelectionsReadBackAfterReopen) {
     ASSERT_EQ(values.Count(), 2);
     EXPECT_EQ(values.Get(0), VelDynamicID(VelIDCategoryDistribution, m_context.Value(), -2, 0));
     EXPECT_EQ(values.Get(1).First(), 9);
+}
+
+// Records are grouped by their row while the rows stay dense, and by a hash map otherwise: a
+// record first paired far beyond the rows in use keeps its group when later pairs bring the
+// rows up to it, before and after a reopen, and a pair repeated through it is still refused.
+TEST_F(VelAssociationDeathTest, PairsOfFarAndNearRowsGroupAlike) {
+    while (m_parts.size() < 6000) m_parts.push_back(NewPart(static_cast<int>(m_parts.size())));
+    const VelAssociationUpdate labels = Update("Labels");
+    labels.Insert(m_parts[5999], "far", m_parts[0]);
+    for (int n = 3; n < 5000; ++n) labels.Insert(m_parts[n], "k" + std::to_string(n), m_parts[1]);
+    labels.Insert(m_parts[5999], "again", m_parts[2]);
+    ExpectValidateFailure(labels.Insert(m_parts[5999], "twice", m_parts[0]),
+                          "newMembSecond.m_ID != oldMembSecond.m_ID");
+    // `parts` are the parts as the context open at the time names them.
+    const auto check = [&](const VelAssociation& a, const std::vector<VelDynamicID>& parts) {
+        EXPECT_EQ(List(a, 0, parts[5999]), (std::vector<VelDynamicID>{parts[0], parts[2]}));
+        EXPECT_EQ(List(a, 1, parts[0]), (std::vector<VelDynamicID>{parts[5999]}));
+        EXPECT_EQ(VelSelectionList(a, 1, parts[1]).Count(), 4997);
+        EXPECT_EQ(VelSelectionMap(a, 1, parts[1]).Get("k4321"), parts[4321]);
+    };
+    check(labels, m_parts);
+    m_transaction->Commit();
+    m_view.Publish();
+    Reopen();
+    const VelViewRead read = Context().View(Snapshot(1));
+    std::vector<VelDynamicID> parts;
+    for (const VelDynamicID& part : m_parts) parts.push_back(Here(part));
+    check(read.Association(read.AssociationID(TypeOf("Labels"))), parts);
 }
 
 TEST_F(VelAssociationTest, ModifyAssociationReplacesTheStoredPairs) {

@@ -252,6 +252,56 @@ TEST_F(VelRecordStoreTest, StringsAcrossTheTablesBlocksReadBackWhole) {
     }
 }
 
+// A transaction keeps its new rows in blocks of growing size and the reader caches blocks of
+// several chunks: records on either side of every such boundary, changed while new, changed
+// after their commit by a later transaction, and read back in reverse order after a reopen,
+// keep their own values; a record handle outlives its transaction's commit.
+TEST_F(VelRecordStoreTest, RowsAcrossTheBlocksOfWritesAndReadsKeepTheirValues) {
+    const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
+    VelDataRecordUpdate kept;
+    const auto create = [&](VelTransactionExtend& t, int count) {
+        for (int n = 0; n < count; ++n) {
+            const VelDataRecordUpdate part = t.CreateDataRecord(TypeOf("Part"));
+            part.SetInt(kI, static_cast<int>(m_parts.size()));
+            m_parts.push_back(part.ID());
+        }
+    };
+    {
+        VelTransactionExtend t(view);
+        t.CreateTypes(Snapshot(1));
+        create(t, 3000);
+        for (int n : {255, 256, 767, 768, 2999}) t.ModifyDataRecord(m_parts[n]).SetInt(kI, -n);
+        kept = t.ModifyDataRecord(m_parts[256]);
+        t.Commit();
+    }
+    {
+        VelTransactionExtend t(view);
+        create(t, 17000);
+        for (int n : {0, 256, 2999}) t.ModifyDataRecord(m_parts[n]).SetInt(kI, 7 * n);
+        t.ModifyDataRecord(m_parts[8192]).SetString(kT, "changed");
+        t.Commit();
+    }
+    view.Publish();
+    int i = 0;
+    kept.GetInt(kI, i);
+    EXPECT_EQ(i, -256);
+    VelManager::CloseContext(m_context);
+    Open();
+    const VelViewRead read = Context().View(Snapshot(1));
+    const VelArray<VelDynamicID> ids = read.DataRecordIDs(TypeOf("Part"));
+    ASSERT_EQ(ids.Size(), 20000);
+    for (int n = 19999; n >= 0; --n) {
+        ASSERT_EQ(ids[n], Here(m_parts[static_cast<size_t>(n)]));
+        const int expected = n == 0 || n == 256 || n == 2999    ? 7 * n
+                             : n == 255 || n == 767 || n == 768 ? -n
+                                                                : n;
+        read.DataRecord(ids[n]).GetInt(kI, i);
+        ASSERT_EQ(i, expected) << n;
+    }
+    EXPECT_EQ(read.DataRecord(ids[8192]).ReturnString(kT).str(), "changed");
+    EXPECT_EQ(read.DataRecord(ids[8191]).ReturnString(kT).str(), "none");
+}
+
 TEST_F(VelRecordStoreDeathTest, CountsThatDisagreeWithTheDataAreRefused) {
     Write();
     {

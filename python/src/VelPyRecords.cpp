@@ -2,6 +2,7 @@
 // by the view itself, so no schema is needed; a schema only names them), data records as dicts
 // of member values and associations as pairs of participants.
 #include <cstdint>
+#include <memory>
 
 #include "VelPyContext.h"
 
@@ -91,6 +92,9 @@ py::object MemberValue(const VelDataRecord& record, int i) {
 // the schema's names.
 struct View {
     VelPyContextPtr context;
+    // The manager of the schema's snapshot, which names types only while it lives; it outlives
+    // the view that holds the snapshot.
+    std::shared_ptr<VelTypeFormManagerHolder> forms;
     VelViewRead view;
 
     // A type by its schema name or by the text of its identifier ("<form>#<ordinal>").
@@ -186,12 +190,13 @@ View OpenView(const VelPyContextPtr& context, const std::string& form, int level
               const py::object& schema) {
     VelPyLocked lock;
     const VelContextRef ref = context->Ref();
-    if (schema.is_none()) return View{context, ref.View(cow_String(form.c_str()), level)};
-    const VelTypeFormManagerHolder forms = VelTypeFormManager::New();
-    forms.Get().ParseQARN(cow_String(schema.cast<std::string>().c_str()));
-    const VelTypeForm parsed = forms.Get().GetForm(cow_String(form.c_str()));
+    if (schema.is_none()) return View{context, {}, ref.View(cow_String(form.c_str()), level)};
+    auto forms = std::make_shared<VelTypeFormManagerHolder>(VelTypeFormManager::New());
+    forms->Get().ParseQARN(cow_String(schema.cast<std::string>().c_str()));
+    const VelTypeForm parsed = forms->Get().GetForm(cow_String(form.c_str()));
     if (!parsed) VelPyFail("the schema has no form \"" + form + "\"");
-    return View{context, ref.View(forms.Get().GetSchemaSnapshot(parsed, level))};
+    const VelViewRead view = ref.View(forms->Get().GetSchemaSnapshot(parsed, level));
+    return View{context, forms, view};
 }
 
 py::dict ViewEntryDict(const VelViewEntry& entry) {

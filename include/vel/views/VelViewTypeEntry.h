@@ -16,7 +16,8 @@
 // The record store keeps no schema names of types: a type is stored by its identifier alone
 // (the text "<form>#<ordinal>" in its registry record), its members and roles by name
 // (VelView::Type).  SchemaName is the name the view's schema gives the type, for a view opened
-// or made with a snapshot, and empty for a view opened by form name and level.
+// or made with a snapshot whose form manager still lives, and empty for a view opened by form
+// name and level.
 class VEL_API VelViewTypeEntry {
 public:
     // Of no type; only for filling arrays.

@@ -121,6 +121,8 @@
 #include "vel/views/VelSelection.h"
 #include "vel/views/VelTransaction.h"
 #include "vel/views/VelView.h"
+#include "vel/views/VelViewEntry.h"
+#include "vel/views/VelViewTypeEntry.h"
 
 // results
 #include "vel/results/VelCellType.h"

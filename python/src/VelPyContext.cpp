@@ -3,22 +3,12 @@
 // allocates, shaped by the drawer's CSets (dense) or as compressed sparse rows.
 #include "VelPyContext.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdint>
-#include <cstdio>
 #include <fstream>
 #include <functional>
 #include <sstream>
 
 namespace {
-
-VelCSetID StoredCSetID(const VelCollectionID& collection, int index, bool ascending) {
-    const uint32_t word = uint32_t(index) | (ascending ? 0x80000000u : 0u);
-    return VelCSetID(VelDynamicID(VelIDCategoryCSet, collection.ContextID().Value(),
-                                  collection.Minor().Value(), int64_t(word)));
-}
 
 template <class ID>
 py::list HandleList(const VelPyContextPtr& context, const VelArray<ID>& ids) {
@@ -561,23 +551,22 @@ VelContextRef VelPyContext::Ref() const {
     return VelContextRef(m_id);
 }
 
+// A permutation CSet's ascending twin is stored after it, at the index AscendingID names.
 std::vector<VelCSetID> VelPyContext::StoredCSets(const VelCollectionID& collection) const {
     Ref();
-    const int count = VelCollectionRef(collection).NumCSets();
+    const VelCollectionRef ref(collection);
+    const int count = ref.NumCSets();
     std::vector<VelCSetID> out;
     std::vector<bool> twin(size_t(count), false);
     for (int i = 0; i < count; ++i) {
         if (twin[size_t(i)]) continue;
-        const VelCSetID ascending = StoredCSetID(collection, i, true);
-        if (VelPyQuietly([&] { VelCSet{ascending}; })) {
-            out.push_back(ascending);
-            continue;
+        const VelCSetID id = ref.StoredCSetID(i);
+        const VelCSet set(id);
+        if (!set.IsAscending()) {
+            const int t = set.AscendingID().Index();
+            if (t >= 0 && t < count) twin[size_t(t)] = true;
         }
-        const VelCSetID permutation = StoredCSetID(collection, i, false);
-        const VelCSet set(permutation);
-        const int t = set.AscendingID().Index();
-        if (t >= 0 && t < count) twin[size_t(t)] = true;
-        out.push_back(permutation);
+        out.push_back(id);
     }
     return out;
 }

@@ -3,10 +3,6 @@
 #ifndef VEL_PYTHON_VELPYCONTEXT_H
 #define VEL_PYTHON_VELPYCONTEXT_H
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -56,28 +52,6 @@ using VelPyCSet = VelPyHandle<VelCSetID>;
 using VelPyDistribution = VelPyHandle<VelDistributionID>;
 using VelPyDrawer = VelPyHandle<VelDrawerID>;
 using VelPyDSet = VelPyHandle<VelDSetID>;
-
-// Whether `probe` runs without a VelFailure.  It runs with standard error sent to /dev/null:
-// the failure report of a probe that is expected to fail for some objects is not news to the
-// user.  The caller holds the library lock.
-template <class Probe>
-bool VelPyQuietly(Probe&& probe) {
-    std::fflush(stderr);
-    const int saved = dup(2);
-    const int null = open("/dev/null", O_WRONLY);
-    if (null >= 0) dup2(null, 2);
-    bool ok = true;
-    try {
-        probe();
-    } catch (const VelFailure&) {
-        ok = false;
-    }
-    std::fflush(stderr);
-    if (saved >= 0) dup2(saved, 2);
-    if (saved >= 0) close(saved);
-    if (null >= 0) close(null);
-    return ok;
-}
 
 // The Python object of a bulk-data identifier (a collection, CSet, distribution, drawer or
 // DSet handle), or the identifier tuple for anything else.

@@ -1,32 +1,12 @@
-// The record side: a database's published views, the record types registered in each (found
-// through the view itself, so no schema is needed; a schema only names them), data records as
-// dicts of member values and associations as pairs of participants.
-#include <algorithm>
+// The record side: a database's published views, the record types registered in each (listed
+// by the view itself, so no schema is needed; a schema only names them), data records as dicts
+// of member values and associations as pairs of participants.
 #include <cstdint>
-#include <cstdlib>
-#include <map>
-#include <set>
+#include <memory>
 
 #include "VelPyContext.h"
 
 namespace {
-
-// The (form, level) of every view group "<form>-<level>-<edition>" of the record store; form
-// names may hold "-" themselves, so the name is split at its last two.
-std::set<std::pair<std::string, int>> ViewGroups(const VelContextRef& context) {
-    std::set<std::pair<std::string, int>> out;
-    const hdf_File file = context.File();
-    if (!file.GetObjinfoExists("record")) return out;
-    for (const cow_String& member : file.GroupOpen("record").MemberNames()) {
-        const std::string name = member.c_str();
-        const size_t edition = name.rfind('-');
-        if (edition == std::string::npos || edition == 0) continue;
-        const size_t level = name.rfind('-', edition - 1);
-        if (level == std::string::npos) continue;
-        out.emplace(name.substr(0, level), std::atoi(name.substr(level + 1).c_str()));
-    }
-    return out;
-}
 
 const char* OptionName(VelRecTypeAssociationMemberOption option) {
     switch (option) {
@@ -108,70 +88,34 @@ py::object MemberValue(const VelDataRecord& record, int i) {
     VelPyFail("a record member of unknown category");
 }
 
-// A published view with the context it was read from, and optional names of its types from a
-// schema the caller gave.
+// A published view with the context it was read from; opened with a schema, its types have
+// the schema's names.
 struct View {
     VelPyContextPtr context;
+    // The manager of the schema's snapshot, which names types only while it lives; it outlives
+    // the view that holds the snapshot.
+    std::shared_ptr<VelTypeFormManagerHolder> forms;
     VelViewRead view;
-    std::map<std::string, std::string> typeNames;
 
-    // The registered types.  A view lists no types through the public interface, so the
-    // ordinals of its form are tried in turn (a type's ordinal is its place in its form), and
-    // of every form a found type refers to, until e_OrdinalGap ordinals in a row are missing.
-    std::vector<VelTypeID> TypeIDs() const {
-        std::vector<VelTypeID> out;
-        std::vector<std::string> forms = {view.FormName().c_str()};
-        for (size_t f = 0; f < forms.size(); ++f) {
-            for (int ordinal = 0, missing = 0; missing < e_OrdinalGap; ++ordinal) {
-                const VelTypeID id(cow_String(forms[f].c_str()), ordinal);
-                VelRecType type;
-                if (!VelPyQuietly([&] { type = view.Type(id); })) {
-                    ++missing;
-                    continue;
-                }
-                missing = 0;
-                out.push_back(id);
-                for (const VelTypeID& other : ReferredTypes(type)) {
-                    const std::string form = other.FormName().c_str();
-                    if (std::find(forms.begin(), forms.end(), form) == forms.end())
-                        forms.push_back(form);
-                }
-            }
-        }
-        return out;
-    }
-
-    static constexpr int e_OrdinalGap = 64;
-
-    static std::vector<VelTypeID> ReferredTypes(const VelRecType& type) {
-        std::vector<VelTypeID> out;
-        if (type.Category() == VelCategoryDataRecord) {
-            const VelTypeID& base = VelRecTypeDataRecord(type).BaseTypeID();
-            if (!base.IsNull()) out.push_back(base);
-            return out;
-        }
-        const VelRecTypeAssociation association(type);
-        for (int m = 0; m < 2; ++m)
-            for (int i = 0; i < association.Member(m).EntityTypeCount(); ++i)
-                out.push_back(association.Member(m).EntityType(i));
-        return out;
-    }
-
+    // A type by its schema name or by the text of its identifier ("<form>#<ordinal>").
     VelTypeID TypeNamed(const std::string& text) const {
-        for (const auto& entry : typeNames)
-            if (entry.second == text) return VelTypeID::FromString(entry.first.c_str());
-        const VelTypeID id = VelTypeID::FromString(text.c_str());
-        if (id.IsNull()) VelPyFail("no type \"" + text + "\" in view " + view.Name().c_str());
-        return id;
+        const VelArray<VelViewTypeEntry> entries = view.TypeEntries();
+        for (int i = 0; i < entries.Size(); ++i)
+            if (entries[i].SchemaName() == text.c_str() ||
+                entries[i].TypeID().ToString() == text.c_str())
+                return entries[i].TypeID();
+        VelPyFail("no type \"" + text + "\" in view " + view.Name().c_str());
     }
 
-    py::dict TypeDict(const VelTypeID& id) const {
+    py::dict TypeDict(const VelViewTypeEntry& entry) const {
         py::dict out;
-        const std::string text = id.ToString().c_str();
-        out["id"] = text;
-        const auto name = typeNames.find(text);
-        out["name"] = name == typeNames.end() ? py::object(py::none()) : py::str(name->second);
-        const VelRecType type = view.Type(id);
+        out["id"] = entry.TypeID().ToString().c_str();
+        out["form"] = entry.TypeID().FormName().c_str();
+        out["ordinal"] = entry.TypeID().Ordinal();
+        out["name"] = entry.SchemaName().str().empty() ? py::object(py::none())
+                                                       : py::str(entry.SchemaName().c_str());
+        out["count"] = entry.Count();
+        const VelRecType type = view.Type(entry.TypeID());
         if (type.Category() == VelCategoryDataRecord) {
             const VelRecTypeDataRecord record(type);
             out["category"] = "record";
@@ -216,55 +160,6 @@ struct View {
         return out;
     }
 
-    // Every identifier that can take part as member 0 of `association`, by the member's kind.
-    std::vector<VelDynamicID> Candidates(const VelRecTypeAssociationMember& member) const {
-        std::vector<VelDynamicID> out;
-        const VelContextRef context = this->context->Ref();
-        switch (member.Category()) {
-            case VelEntityViewFocus:
-                out.push_back(view.FocusID());
-                break;
-            case VelEntityDataRecord:
-                for (const VelTypeID& t : TypeIDs()) {
-                    if (view.Type(t).Category() != VelCategoryDataRecord) continue;
-                    const VelArray<VelDynamicID> ids = view.DataRecordIDs(t);
-                    for (int i = 0; i < ids.Size(); ++i) out.push_back(ids[i]);
-                }
-                break;
-            case VelEntityCollection:
-                Append(context.Collections(), out);
-                break;
-            case VelEntityDistribution:
-                Append(context.Distributions(), out);
-                break;
-            case VelEntityDSet:
-                Append(context.DSets(), out);
-                break;
-            case VelEntityCSet: {
-                const VelArray<VelCollectionID> collections = context.Collections();
-                for (int c = 0; c < collections.Size(); ++c)
-                    for (const VelCSetID& id : this->context->StoredCSets(collections[c]))
-                        out.push_back(id.DynamicID());
-                break;
-            }
-            case VelEntityDrawer: {
-                const VelArray<VelDistributionID> distributions = context.Distributions();
-                for (int d = 0; d < distributions.Size(); ++d)
-                    Append(VelDistributionRef(distributions[d]).Drawers(), out);
-                break;
-            }
-            default:
-                VelPyFail("association members of kind " + std::to_string(member.Category()) +
-                          " cannot be listed");
-        }
-        return out;
-    }
-
-    template <class ID>
-    static void Append(const VelArray<ID>& ids, std::vector<VelDynamicID>& out) {
-        for (int i = 0; i < ids.Size(); ++i) out.push_back(ids[i].DynamicID());
-    }
-
     // A data record as its dict, the view's focus as "focus", a bulk-data object as its handle.
     py::object Participant(const VelDynamicID& id) const {
         if (id == view.FocusID()) return py::str("focus");
@@ -273,37 +168,46 @@ struct View {
     }
 
     // The pairs (first, second) of an association, grouped by first participant in the order
-    // of the candidates, each group in the association's own order.
+    // of their first pairs, each group in the association's own order.
     py::list Pairs(const std::string& typeName) const {
         const VelTypeID typeID = TypeNamed(typeName);
         const VelAssociation association = view.Association(view.AssociationID(typeID));
+        const VelArray<VelDynamicID> firsts = association.Participants(0);
         py::list out;
-        int found = 0;
-        for (const VelDynamicID& first : Candidates(association.Member(0))) {
-            if (found == association.PairCount()) break;
-            const VelSelectionList partners(association, 0, first);
-            for (int i = 0; i < partners.Count(); ++i, ++found)
-                out.append(py::make_tuple(Participant(first), Participant(partners.Get(i))));
+        for (int f = 0; f < firsts.Size(); ++f) {
+            const py::object first = Participant(firsts[f]);
+            const VelSelectionList partners(association, 0, firsts[f]);
+            for (int i = 0; i < partners.Count(); ++i)
+                out.append(py::make_tuple(first, Participant(partners.Get(i))));
         }
-        if (found != association.PairCount())
-            VelPyFail("association " + typeName + " holds pairs whose participants are not found");
         return out;
     }
 };
 
+// With a schema, the view is opened through the schema's snapshot of the form at that level,
+// which the library checks against the view's stored types.
 View OpenView(const VelPyContextPtr& context, const std::string& form, int level,
               const py::object& schema) {
     VelPyLocked lock;
-    View v{context, context->Ref().View(cow_String(form.c_str()), level), {}};
-    if (schema.is_none()) return v;
-    const VelTypeFormManagerHolder forms = VelTypeFormManager::New();
-    forms.Get().ParseQARN(cow_String(schema.cast<std::string>().c_str()));
-    const VelTypeForm parsed = forms.Get().GetForm(cow_String(form.c_str()));
+    const VelContextRef ref = context->Ref();
+    if (schema.is_none()) return View{context, {}, ref.View(cow_String(form.c_str()), level)};
+    auto forms = std::make_shared<VelTypeFormManagerHolder>(VelTypeFormManager::New());
+    forms->Get().ParseQARN(cow_String(schema.cast<std::string>().c_str()));
+    const VelTypeForm parsed = forms->Get().GetForm(cow_String(form.c_str()));
     if (!parsed) VelPyFail("the schema has no form \"" + form + "\"");
-    const VelTypeSchemaSnapshot snapshot = forms.Get().GetSchemaSnapshot(parsed, level);
-    for (int i = 0; i < snapshot.TypeCount(); ++i)
-        v.typeNames[snapshot.TypeID(i).ToString().c_str()] = snapshot.TypeName(i).c_str();
-    return v;
+    const VelViewRead view = ref.View(forms->Get().GetSchemaSnapshot(parsed, level));
+    return View{context, forms, view};
+}
+
+py::dict ViewEntryDict(const VelViewEntry& entry) {
+    py::dict out;
+    out["name"] = entry.Name().c_str();
+    out["form"] = entry.FormName().c_str();
+    out["level"] = entry.Level();
+    out["edition"] = entry.Edition();
+    out["published"] = entry.IsPublished();
+    out["latest"] = entry.IsLatestPublished();
+    return out;
 }
 
 }  // namespace
@@ -320,8 +224,9 @@ void VelPyBindRecords(py::module_& m) {
                                [](const View& v) {
                                    VelPyLocked lock;
                                    py::list out;
-                                   for (const VelTypeID& id : v.TypeIDs())
-                                       out.append(v.TypeDict(id));
+                                   const VelArray<VelViewTypeEntry> entries = v.view.TypeEntries();
+                                   for (int i = 0; i < entries.Size(); ++i)
+                                       out.append(v.TypeDict(entries[i]));
                                    return out;
                                })
         .def(
@@ -342,16 +247,30 @@ void VelPyBindRecords(py::module_& m) {
     py::class_<VelPyContext, VelPyContextPtr> context =
         py::reinterpret_borrow<py::class_<VelPyContext, VelPyContextPtr>>(m.attr("Context"));
     context
-        .def_property_readonly("views",
-                               [](const VelPyContextPtr& c) {
-                                   VelPyLocked lock;
-                                   const VelContextRef ref = c->Ref();
-                                   py::list out;
-                                   for (const auto& fl : ViewGroups(ref))
-                                       if (ref.HasView(cow_String(fl.first.c_str()), fl.second))
-                                           out.append(py::make_tuple(fl.first, fl.second));
-                                   return out;
-                               })
+        .def_property_readonly(
+            "views",
+            [](const VelPyContextPtr& c) {
+                VelPyLocked lock;
+                const VelArray<VelViewEntry> entries = c->Ref().ViewEntries();
+                py::list out;
+                for (int i = 0; i < entries.Size(); ++i)
+                    if (entries[i].IsLatestPublished())
+                        out.append(
+                            py::make_tuple(entries[i].FormName().c_str(), entries[i].Level()));
+                return out;
+            },
+            "(form, level) of every published view, as view() opens them.")
+        .def_property_readonly(
+            "view_entries",
+            [](const VelPyContextPtr& c) {
+                VelPyLocked lock;
+                const VelArray<VelViewEntry> entries = c->Ref().ViewEntries();
+                py::list out;
+                for (int i = 0; i < entries.Size(); ++i) out.append(ViewEntryDict(entries[i]));
+                return out;
+            },
+            "Every view of the file, published or not: name, form, level, edition, published, "
+            "latest (the edition view() opens).")
         .def("view", &OpenView, py::arg("form"), py::arg("level"), py::arg("schema") = py::none(),
              "The latest published view of a form and level; a QARN schema names its types.");
 }

@@ -47,7 +47,7 @@ def symmetric_expected():
     return dense.astype(np.float32)
 
 
-def test_cpp_bulk_read_in_python(peer, tmp_path):
+def test_cpp_bulk_read_in_python(peer, tmp_path, capfd):
     peer("write-bulk", tmp_path / "b.vel")
     with vel.open(tmp_path / "b.vel") as f:
         a, b, c, a2 = f.collections
@@ -84,8 +84,14 @@ def test_cpp_bulk_read_in_python(peer, tmp_path):
         assert_array_equal(symmetric.diagonal, np.arange(1.0, 7.0))
         assert_array_equal(symmetric.to_dense(), symmetric_expected())
 
+        capfd.readouterr()
         ordered = [s for s in c.csets if not s.is_ascending]
+        # Listed without trying identifiers: the library reports no failure on the way.
+        assert capfd.readouterr().err == ""
         assert len(ordered) == 1
+        # The empty and the full CSet, the permutation; its ascending twin (index 3) is no CSet
+        # of its own.
+        assert [s.index for s in c.csets] == [0, 1, 2]
         assert_array_equal(ordered[0].members, [4, 0, 3])
         assert_array_equal(ordered[0].ascending_members, [0, 3, 4])
         (dset,) = f.dsets
@@ -158,16 +164,28 @@ def records_schema():
     return re.search(r'R"\((.*?)\)"', header.read_text(), re.S).group(1)
 
 
-def test_records_of_a_view(example, tmp_path):
+def test_records_of_a_view(example, tmp_path, capfd):
     path = example("vel_records_writer", tmp_path / "records.vel")
     with vel.open(path) as f:
         assert f.views == [("Analysis", 1)]
+        (entry,) = f.view_entries
+        assert entry == {"name": "Analysis-1-0", "form": "Analysis", "level": 1, "edition": 0,
+                         "published": True, "latest": True}
+        capfd.readouterr()
+        # Without a schema the types are listed by identifier, unnamed: the file keeps no names.
+        stored = f.view("Analysis", 1).types
+        assert capfd.readouterr().err == ""
+        assert all(t["name"] is None and t["form"] == "Analysis" for t in stored)
+        assert {t["id"]: t["count"] for t in stored} == {
+            "Analysis#0": 3, "Analysis#1": 6, "Analysis#2": 3, "Analysis#3": 2, "Analysis#4": 2}
         view = f.view("Analysis", 1, schema=records_schema())
         assert (view.form, view.level, view.name) == ("Analysis", 1, "Analysis-1-0")
         types = {t["name"]: t for t in view.types}
         assert set(types) == {"LoadCase", "Material", "AnalysisCases", "Materials", "CaseResults"}
         assert types["LoadCase"]["category"] == "record"
+        assert (types["LoadCase"]["ordinal"], types["LoadCase"]["count"]) == (2, 3)
         assert types["CaseResults"]["members"][1]["kind"] == "distribution"
+        assert [t["id"] for t in view.types] == [t["id"] for t in stored]
 
         cases = view.records("LoadCase")
         assert [(c["name"], c["number"], c["factor"]) for c in cases] == [

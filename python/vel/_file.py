@@ -165,6 +165,12 @@ class File:
         """(form, level) of every published view."""
         return self._context.views
 
+    @property
+    def view_entries(self):
+        """Every view of the file, published or not, as dicts: name, form, level, edition,
+        published, latest (the edition ``view(form, level)`` opens)."""
+        return self._context.view_entries
+
     def view(self, form, level, schema=None) -> _vel.View:
         return self._context.view(form, level, schema)
 

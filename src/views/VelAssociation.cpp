@@ -1,5 +1,8 @@
 #include "vel/views/VelAssociation.h"
 
+#include <set>
+#include <vector>
+
 #include "vel/core/VelAssert.h"
 #include "views/VelRecordRepr.h"
 
@@ -56,6 +59,25 @@ int VelAssociation::MemberCategory(int whichMember) const {
 
 int VelAssociation::PairCount() const {
     return Target().LiveCount();
+}
+
+VelArray<VelDynamicID> VelAssociation::Participants(int whichMember) const {
+    VelASSERT(0 == whichMember || 1 == whichMember);
+    const VelAssociationRepr& pairs = Target();
+    const auto before = [](const VelDynamicID& a, const VelDynamicID& b) {
+        return a.Compare(b) < 0;
+    };
+    std::set<VelDynamicID, decltype(before)> seen(before);
+    std::vector<VelDynamicID> participants;
+    for (size_t i = 0; i < pairs.Entries().size(); ++i) {
+        const VelAssociationEntry& entry = pairs.Entries()[i];
+        if (!entry.m_Live) continue;
+        const VelDynamicID& id = entry.m_Members[whichMember].m_ID;
+        if (seen.insert(id).second) participants.push_back(id);
+    }
+    VelArray<VelDynamicID> out(static_cast<int>(participants.size()));
+    for (size_t i = 0; i < participants.size(); ++i) out[static_cast<int>(i)] = participants[i];
+    return out;
 }
 
 // ---- the eighteen forms of Insert -------------------------------------------------------------

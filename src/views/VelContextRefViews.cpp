@@ -3,6 +3,7 @@
 #include "vel/context/VelContextRef.h"
 #include "vel/core/VelAssert.h"
 #include "vel/views/VelView.h"
+#include "vel/views/VelViewEntry.h"
 #include "views/VelRecordStore.h"
 #include "views/VelViewRepr.h"
 #include "views/VelViewsAccess.h"
@@ -27,6 +28,13 @@ VelViewRead VelContextRef::View(const cow_String& formName, int level) const {
 
 bool VelContextRef::HasView(const cow_String& formName, int level) const {
     return VelRecordStore::Of(m_id).LatestPublishedEdition(formName, level) != -1;
+}
+
+VelArray<VelViewEntry> VelContextRef::ViewEntries() const {
+    const std::vector<VelViewEntry> entries = VelRecordStore::Of(m_id).ViewEntries();
+    VelArray<VelViewEntry> out(static_cast<int>(entries.size()));
+    for (size_t i = 0; i < entries.size(); ++i) out[static_cast<int>(i)] = entries[i];
+    return out;
 }
 
 VelViewRead VelContextRef::View(const VelTypeSchemaSnapshot& snapshot) const {

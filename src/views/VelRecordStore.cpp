@@ -1,8 +1,10 @@
 #include "views/VelRecordStore.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include "context/VelCollective.h"
 #include "context/VelContextLayout.h"
@@ -96,6 +98,46 @@ void VelRecordStore::ForEachView(const cow_String& formName, int level, Act act)
         if (!SplitViewName(m_root.GetObjnameByIdx(i).str(), form, groupLevel, edition)) continue;
         if (form == formName.str() && groupLevel == level) act(edition);
     }
+}
+
+std::vector<VelViewEntry> VelRecordStore::ViewEntries() const {
+    struct Group {
+        std::string form;
+        int level;
+        int edition;
+        bool published;
+        bool operator<(const Group& o) const {
+            return std::tie(form, level, edition) < std::tie(o.form, o.level, o.edition);
+        }
+    };
+    std::vector<Group> groups;
+    VelGuardStorage([&] {
+        const hsize_t count = m_root.GetNumObjs();
+        for (hsize_t i = 0; i < count; ++i) {
+            if (m_root.GetObjtypeByIdx(i) != hdf_Group::ObjectTypeGroup) continue;
+            const cow_String name = m_root.GetObjnameByIdx(i);
+            Group g{};
+            if (!SplitViewName(name.str(), g.form, g.level, g.edition)) continue;
+            if (ViewName(g.form.c_str(), g.level, g.edition) != name) continue;
+            g.published = VelViewRepr::IsPublishedGroup(m_root.GroupOpen(name.c_str()));
+            groups.push_back(g);
+        }
+        return 0;
+    });
+    std::sort(groups.begin(), groups.end());
+    std::vector<VelViewEntry> entries;
+    for (size_t begin = 0, end = 0; begin < groups.size(); begin = end) {
+        size_t latest = groups.size();
+        for (end = begin; end < groups.size() && groups[end].form == groups[begin].form &&
+                          groups[end].level == groups[begin].level;
+             ++end) {
+            if (groups[end].published) latest = end;
+        }
+        for (size_t i = begin; i < end; ++i)
+            entries.emplace_back(groups[i].form.c_str(), groups[i].level, groups[i].edition,
+                                 groups[i].published, i == latest);
+    }
+    return entries;
 }
 
 // Only published views count; an edition whose "view" attribute says otherwise is still being

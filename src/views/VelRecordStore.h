@@ -63,12 +63,14 @@
 
 #include <cstdint>
 #include <set>
+#include <vector>
 
 #include "context/VelContext.h"
 #include "context/VelStorageGuard.h"
 #include "vel/context/VelContextID.h"
 #include "vel/hdf/hdf_File.h"
 #include "vel/hdf/hdf_Group.h"
+#include "vel/views/VelViewEntry.h"
 #include "views/VelStringTable.h"
 
 class VelViewRepr;
@@ -104,6 +106,9 @@ public:
     // The edition a new view of that form and level gets.
     int NextEdition(const cow_String& formName, int level) const;
     static cow_String ViewName(const cow_String& formName, int level, int edition);
+    // Every view group, by form name, level and edition.  A member of "record" whose name is not
+    // the name of a view exactly as ViewName spells it is no view and is left out.
+    std::vector<VelViewEntry> ViewEntries() const;
 
     // Open views are detached (their HDF5 objects released) when the context closes.
     void Attach(VelViewRepr* view) { m_views.insert(view); }

@@ -39,6 +39,25 @@ VelRecType VelView::Type(const VelDynamicID& id) const {
     return Type(view.Slot(slot).m_Type);
 }
 
+// A type registered by a transaction under way has no committed rows yet, and may have no
+// slot either.
+VelArray<VelViewTypeEntry> VelView::TypeEntries() const {
+    VelViewRepr& view = Repr();
+    view.Store();
+    const VelTypeRegistry& registry = view.Registry();
+    const VelTypeSchemaSnapshot& schema = view.Schema();
+    VelArray<VelViewTypeEntry> entries(registry.TypeCount());
+    for (int i = 0; i < registry.TypeCount(); ++i) {
+        const VelRecType type = registry.GetType(i);
+        const int slot = view.SlotOf(type.TypeID());
+        const int64_t count = slot < 0 ? 0 : view.Slot(slot).m_Rows;
+        const int position = schema ? schema.GetTypePositionByID(type.TypeID()) : -1;
+        entries[i] = VelViewTypeEntry(type.TypeID(), type.Category(), count,
+                                      position < 0 ? cow_String() : schema.TypeName(position));
+    }
+    return entries;
+}
+
 cow_String VelView::Name() const {
     return Repr().Name();
 }

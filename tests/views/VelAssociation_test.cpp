@@ -247,6 +247,42 @@ TEST_F(VelAssociationDeathTest, PairsOfFarAndNearRowsGroupAlike) {
     check(read.Association(read.AssociationID(TypeOf("Labels"))), parts);
 }
 
+// Participants lists each participant once, in the order of its first live pair, whatever its
+// kind: removed pairs leave no participant behind, and the selections of the listed participants
+// reach every pair.
+TEST_F(VelAssociationDeathTest, ParticipantsReachEveryPair) {
+    const VelDynamicID far(VelIDCategoryDistribution, m_context.Value(), 9, 0);
+    const VelAssociationUpdate results = Update("Results");
+    results.Insert(m_parts[2], far);
+    results.Insert(m_parts[0], far);
+    results.Insert(m_parts[2], VelDynamicID(VelIDCategoryDistribution, m_context.Value(), 3, 0));
+    results.Insert(m_parts[1], far);
+    results.Remove(0, m_parts[1], far);
+    const auto ids = [](const VelArray<VelDynamicID>& array) {
+        std::vector<VelDynamicID> out;
+        for (int i = 0; i < array.Size(); ++i) out.push_back(array[i]);
+        return out;
+    };
+    EXPECT_EQ(ids(results.Participants(0)), (std::vector<VelDynamicID>{m_parts[2], m_parts[0]}));
+    ExpectAssertFailure(results.Participants(2), "0 == whichMember || 1 == whichMember");
+    m_transaction->Commit();
+    m_view.Publish();
+    Reopen();
+    const VelViewRead read = Context().View(Snapshot(1));
+    const VelAssociation stored = read.Association(read.AssociationID(TypeOf("Results")));
+    const VelArray<VelDynamicID> firsts = stored.Participants(0);
+    ASSERT_EQ(firsts.Size(), 2);
+    EXPECT_EQ(firsts[0], Here(m_parts[2]));
+    int reached = 0;
+    for (int i = 0; i < firsts.Size(); ++i)
+        reached += VelSelectionList(stored, 0, firsts[i]).Count();
+    EXPECT_EQ(reached, stored.PairCount());
+    const VelArray<VelDynamicID> seconds = stored.Participants(1);
+    ASSERT_EQ(seconds.Size(), 2);
+    EXPECT_EQ(seconds[0].First(), 9);
+    EXPECT_EQ(seconds[1].First(), 3);
+}
+
 TEST_F(VelAssociationTest, ModifyAssociationReplacesTheStoredPairs) {
     Update("Assembly").Insert(m_parts[0], m_parts[1]);
     m_transaction->Commit();

@@ -305,84 +305,49 @@ VelDumpValue VelDumpInspector::DSet(const VelDSetID& id) const {
 }
 
 namespace {
-// A view group's name, "<form>-<level>-<edition>"; the form name may hold "-" itself.
-bool SplitViewName(const std::string& name, std::string& form, int& level, int& edition) {
-    const size_t last = name.rfind('-');
-    if (last == std::string::npos || last == 0) return false;
-    const size_t middle = name.rfind('-', last - 1);
-    if (middle == std::string::npos || middle == 0) return false;
-    const auto number = [](const std::string& text, int& value) {
-        if (text.empty() || text.size() > 9) return false;
-        for (char c : text)
-            if (c < '0' || c > '9') return false;
-        value = std::stoi(text);
-        return true;
-    };
-    form = name.substr(0, middle);
-    return number(name.substr(middle + 1, last - middle - 1), level) &&
-           number(name.substr(last + 1), edition);
-}
-
-// The registered types of one category: the typeID members of the view's type records.
-std::vector<VelTypeID> RegisteredTypes(const VelView& view, int category) {
-    std::vector<VelTypeID> types;
-    const VelArray<VelDynamicID> records = view.DataRecordIDs(VelTypesForm::TypeRecordOf(category));
-    for (int i = 0; i < records.Size(); ++i)
-        types.push_back(VelTypeID::FromString(view.DataRecord(records[i]).ReturnString(0)));
+// The registered types of one category, in the order they were registered.
+std::vector<VelViewTypeEntry> RegisteredTypes(const VelView& view, int category) {
+    std::vector<VelViewTypeEntry> types;
+    const VelArray<VelViewTypeEntry> entries = view.TypeEntries();
+    for (int i = 0; i < entries.Size(); ++i)
+        if (entries[i].Category() == category) types.push_back(entries[i]);
     return types;
 }
 }  // namespace
 
-std::vector<std::string> VelDumpInspector::ViewNames() const {
-    const hdf_File file = m_ref.File();
-    std::vector<std::string> names;
-    if (!file.GetObjinfoExists("record")) return names;
-    for (const cow_String& name : file.GroupOpen("record").MemberNames()) {
-        std::string form;
-        int level = 0, edition = 0;
-        if (SplitViewName(name.str(), form, level, edition)) names.push_back(name.str());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 VelDumpValue VelDumpInspector::Views() const {
     VelDumpValue out = VelDumpValue::MakeArray();
-    for (const std::string& name : ViewNames()) out.Push(View(name));
+    const VelArray<VelViewEntry> entries = m_ref.ViewEntries();
+    for (int i = 0; i < entries.Size(); ++i) out.Push(View(entries[i]));
     return out;
 }
 
 // Readers see the latest published edition of a form and level; that edition is described in
 // full, earlier or unpublished ones by name.
-VelDumpValue VelDumpInspector::View(const std::string& name) const {
-    std::string form;
-    int level = 0, edition = 0;
-    SplitViewName(name, form, level, edition);
+VelDumpValue VelDumpInspector::View(const VelViewEntry& listed) const {
     VelDumpValue out = VelDumpValue::MakeObject();
-    out.Add("view", name);
-    out.Add("form", form);
-    out.Add("level", level);
-    out.Add("edition", edition);
-    const bool readable = m_ref.HasView(form.c_str(), level);
-    const VelViewRead view = readable ? m_ref.View(form.c_str(), level) : VelViewRead();
-    if (!readable || view.Edition() != edition) {
-        out.Add("read by name", VelDumpValue::MakeBool(false));
-        return out;
-    }
-    out.Add("read by name", VelDumpValue::MakeBool(true));
+    out.Add("view", Text(listed.Name()));
+    out.Add("form", Text(listed.FormName()));
+    out.Add("level", listed.Level());
+    out.Add("edition", listed.Edition());
+    out.Add("read by name", VelDumpValue::MakeBool(listed.IsLatestPublished()));
+    if (!listed.IsLatestPublished()) return out;
+    const VelViewRead view = m_ref.View(listed.FormName(), listed.Level());
     VelDumpValue& types = out.Add("data record types", VelDumpValue::MakeArray());
-    for (const VelTypeID& type : RegisteredTypes(view, VelCategoryDataRecord)) {
+    for (const VelViewTypeEntry& typeEntry : RegisteredTypes(view, VelCategoryDataRecord)) {
+        const VelTypeID& type = typeEntry.TypeID();
         const VelRecTypeDataRecord recordType(view.Type(type));
         VelDumpValue& entry = types.Push(VelDumpValue::MakeObject());
         entry.Add("type", Text(type.ToString()));
         VelDumpValue& members = entry.Add("members", VelDumpValue::MakeArray());
         for (int m = 0; m < recordType.MemberCount(); ++m)
             members.Push(VelDumpValue::MakeString(Text(recordType.Member(m).Name())));
-        entry.Add("records", view.DataRecordIDs(type).Size());
+        entry.Add("records", typeEntry.Count());
         if (m_withValues) entry.Add("values", Records(view, type));
     }
     VelDumpValue& associations = out.Add("association types", VelDumpValue::MakeArray());
-    for (const VelTypeID& type : RegisteredTypes(view, VelCategoryAssociation)) {
+    for (const VelViewTypeEntry& typeEntry : RegisteredTypes(view, VelCategoryAssociation)) {
+        const VelTypeID& type = typeEntry.TypeID();
         const VelRecTypeAssociation associationType(view.Type(type));
         const VelAssociation association = view.Association(view.AssociationID(type));
         VelDumpValue& entry = associations.Push(VelDumpValue::MakeObject());
@@ -463,37 +428,18 @@ VelDumpValue VelDumpInspector::Records(const VelView& view, const VelTypeID& typ
     return out;
 }
 
-// The pairs whose first participant is the view's focus, one of its data records or a bulk-data
-// object of the file: the selections of an association start from a participant, so pairs are
-// found participant by participant.  Pairs with any other first participant are counted.
+// The pairs grouped by first participant, in the order of each one's first pair.
 VelDumpValue VelDumpInspector::Pairs(const VelView& view, const VelAssociation& association) const {
-    std::vector<VelDynamicID> candidates{view.FocusID()};
-    for (VelTypeID type : RegisteredTypes(view, VelCategoryDataRecord)) {
-        const VelArray<VelDynamicID> ids = view.DataRecordIDs(type);
-        for (int i = 0; i < ids.Size(); ++i) candidates.push_back(ids[i]);
-    }
-    const VelArray<VelCollectionID> collections = m_ref.Collections();
-    for (int i = 0; i < collections.Size(); ++i) candidates.push_back(collections[i].DynamicID());
-    const VelArray<VelDistributionID> distributions = m_ref.Distributions();
-    for (int i = 0; i < distributions.Size(); ++i)
-        candidates.push_back(distributions[i].DynamicID());
-    const VelArray<VelDSetID> dsets = m_ref.DSets();
-    for (int i = 0; i < dsets.Size(); ++i) candidates.push_back(dsets[i].DynamicID());
-
     VelDumpValue out = VelDumpValue::MakeArray();
-    int found = 0;
-    for (const VelDynamicID& first : candidates) {
-        const VelSelectionList seconds(association, 0, first);
+    const VelArray<VelDynamicID> firsts = association.Participants(0);
+    for (int f = 0; f < firsts.Size(); ++f) {
+        const VelSelectionList seconds(association, 0, firsts[f]);
         for (int k = 0; k < seconds.Count(); ++k) {
             VelDumpValue& pair = out.Push(VelDumpValue::MakeArray());
-            pair.Push(VelDumpValue::MakeString(ParticipantName(view, first)));
+            pair.Push(VelDumpValue::MakeString(ParticipantName(view, firsts[f])));
             pair.Push(VelDumpValue::MakeString(ParticipantName(view, seconds.Get(k))));
-            ++found;
         }
     }
-    if (found < association.PairCount())
-        out.Push(VelDumpValue::MakeString(std::to_string(association.PairCount() - found) +
-                                          " pairs of other participants"));
     return out;
 }
 
@@ -562,9 +508,10 @@ bool VelDumpInspector::Object(const std::string& name, VelDumpValue& out) const 
         out = DSet(dsets[i]);
         return true;
     }
-    for (const std::string& view : ViewNames()) {
-        if (view != name) continue;
-        out = View(view);
+    const VelArray<VelViewEntry> views = m_ref.ViewEntries();
+    for (int i = 0; i < views.Size(); ++i) {
+        if (Text(views[i].Name()) != name) continue;
+        out = View(views[i]);
         return true;
     }
     return false;

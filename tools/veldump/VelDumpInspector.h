@@ -43,9 +43,7 @@ private:
     VelDumpValue Distribution(const VelDistributionID& id) const;
     VelDumpValue Drawer(const VelDrawerID& id) const;
     VelDumpValue DSet(const VelDSetID& id) const;
-    // The names of the view groups, sorted.
-    std::vector<std::string> ViewNames() const;
-    VelDumpValue View(const std::string& name) const;
+    VelDumpValue View(const VelViewEntry& listed) const;
     VelDumpValue StandardValues(const VelDrawerDescription& drawer) const;
     VelDumpValue SparseValues(const VelDrawerDescription& drawer) const;
     VelDumpValue Records(const VelView& view, const VelTypeID& type) const;

@@ -18,6 +18,7 @@
 class VelContext;
 class VelTypeSchemaSnapshot;
 class VelView;
+class VelViewEntry;
 class VelViewRead;
 class VelViewUpdateEdition;
 class VelViewUpdateForm;
@@ -67,6 +68,9 @@ public:
     VelViewRead View(const cow_String& formName, int level) const;
     // Whether a published view of the form and level exists: View finds one exactly then.
     bool HasView(const cow_String& formName, int level) const;
+    // Every view of the record store, published or not, by form name, level and edition
+    // (vel/views/VelViewEntry.h); none in a file that holds no records.
+    VelArray<VelViewEntry> ViewEntries() const;
     VelViewRead View(const VelTypeSchemaSnapshot& snapshot) const;
     VelViewUpdateForm NewForm(const VelTypeSchemaSnapshot& snapshot) const;
     VelViewUpdateForm NewForm(const VelTypeSchemaSnapshot& snapshot, const VelView& ancestor) const;

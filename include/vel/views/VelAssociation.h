@@ -3,6 +3,7 @@
 
 #include "vel/VelExport.h"
 #include "vel/context/VelDynamicID.h"
+#include "vel/core/VelArray.h"
 #include "vel/platform/cow_String.h"
 #include "vel/types/VelRecHandle.h"
 #include "vel/types/VelRecType.h"
@@ -29,6 +30,10 @@ public:
     int MemberCategory(int whichMember) const;
     // The number of pairs.
     int PairCount() const;
+    // The distinct participants of member `whichMember` (0 or 1, asserted) in the pairs, in the
+    // order of the first pair each takes part in.  A selection of each of them reaches every
+    // pair, whatever kinds of objects the member admits.
+    VelArray<VelDynamicID> Participants(int whichMember) const;
 
 protected:
     friend struct VelViewsAccess;

@@ -12,6 +12,7 @@
 #include "vel/views/VelAssociation.h"
 #include "vel/views/VelAssociationID.h"
 #include "vel/views/VelDataRecord.h"
+#include "vel/views/VelViewTypeEntry.h"
 
 class VelViewRepr;
 struct VelViewsAccess;
@@ -39,6 +40,10 @@ public:
     VelRecType Type(const VelTypeID& typeID) const;
     VelRecType Type(const VelDynamicID& id) const;
     VelRecTypeFactory TypeFactory() const { return VelRecTypeFactory(); }
+    // The registered types in the order they were registered, with their committed counts
+    // (vel/views/VelViewTypeEntry.h).  The built-in Types form's records, which hold the
+    // registry, are not among them.
+    VelArray<VelViewTypeEntry> TypeEntries() const;
 
     // "<form>-<level>-<edition>"
     cow_String Name() const;

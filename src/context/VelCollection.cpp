@@ -94,7 +94,8 @@ void VelCollection::Load(const hdf_Group& group, bool readOnly) {
     ReadEveryEntry();
 }
 
-// The table and "IndexSets", their types and extents checked; no entry is read yet.
+// The table and "IndexSets", their types and extents checked; no entry is read yet.  A reader
+// whose attempt failed tries again from the start at the next use.
 void VelCollection::OpenTable() {
     m_table = m_group.DatasetOpen(Layout::e_IndexTable);
     m_entryType = Layout::EntryType();
@@ -110,10 +111,12 @@ void VelCollection::OpenTable() {
     VelASSERT(Layout::HoldsInts(m_indexSets) && "\"IndexSets\" does not hold ints");
     m_extentInts = Layout::Extent(m_indexSets);
     if (!m_readOnly) m_indexSetsChunk = Layout::ChunkLength(m_indexSets);
-    if (!m_readOnly) return;
-    AllocateEntriesForReading();
-    // Every entry is checked to lie inside the extent before its ints are read.
-    m_fileInts = m_usedInts = m_extentInts;
+    if (m_readOnly) {
+        AllocateEntriesForReading();
+        // Every entry is checked to lie inside the extent before its ints are read.
+        m_fileInts = m_usedInts = m_extentInts;
+    }
+    m_tableOpen = true;
 }
 
 void VelCollection::ReadEveryEntry() {
@@ -128,6 +131,7 @@ void VelCollection::ReadEveryEntry() {
 
 // A read-only table never grows: room for its entries, none of them read.
 void VelCollection::AllocateEntriesForReading() {
+    ReleaseEntries();
     const size_t bytes = static_cast<size_t>(m_numCSets) * sizeof(VelIndexEntry);
     m_entriesFromPool = m_pool && bytes <= m_pool->BlockSize();
     m_entries =
@@ -156,7 +160,7 @@ const VelIndexEntry& VelCollection::StoredEntry(int index) {
 // An entry whose numbers may be used: read and checked, with the rest of its block, on first
 // use.  The caller has checked that `index` names a CSet.
 const VelIndexEntry& VelCollection::Entry(int index) {
-    if (m_readOnly && m_table.IsEmpty()) OpenTable();
+    if (m_readOnly && !m_tableOpen) OpenTable();
     if (m_blocks.empty()) return m_entries[index];
     const int block = index / Layout::e_TableChunk;
     BlockState& state = m_blocks[static_cast<size_t>(block)];
@@ -520,7 +524,7 @@ VelCollection::Resolved VelCollection::Resolve(const VelCSetID& id, bool deferLa
 // The empty and the full set of a reader that has not opened the table: every file holds them
 // at 0 and 1 as ascending sets, and their members follow from the size.
 bool VelCollection::KnownWithoutTable(int index) const {
-    return m_readOnly && m_table.IsEmpty() && index <= e_FullSetIndex;
+    return m_readOnly && !m_tableOpen && index <= e_FullSetIndex;
 }
 
 VelCollection::Resolved VelCollection::ResolveKnownSet(int index, int color) {

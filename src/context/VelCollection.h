@@ -181,6 +181,8 @@ private:
     // are checked; empty once every entry is (a writable collection's table).
     enum BlockState : unsigned char { e_BlockUnread, e_BlockRead, e_BlockChecked };
     std::vector<BlockState> m_blocks;
+    // Whether the table and "IndexSets" are open and checked.
+    bool m_tableOpen = false;
 
     // "IndexSets": ints handed out so far, ints in the file (the rest are in m_pending), extent.
     int64_t m_usedInts = 0;

@@ -31,6 +31,19 @@ void ValidateCollection(const VelContext& context, const VelCollectionID& collec
                 "a distribution's collections must belong to its context");
 }
 
+// Whether a catalogue row's dimensions (position, first, last each) place each of the grid's
+// `rank` positions once, with bounds a CSet could have (0 and -1 when it holds none).
+bool IsSoundPlace(const int* dims, int rank) {
+    unsigned seen = 0;
+    for (int d = 0; d < rank; ++d, dims += 3) {
+        const int position = dims[0], first = dims[1], last = dims[2];
+        if (position < 0 || position >= rank || ((seen >> position) & 1u)) return false;
+        if (!((first == 0 && last == -1) || (first >= 0 && last >= first))) return false;
+        seen |= 1u << position;
+    }
+    return true;
+}
+
 }  // namespace
 
 VelDistribution::VelDistribution(const VelDistributionID& id, const hdf_Group& group,
@@ -232,7 +245,8 @@ void VelDistribution::LoadPlaces() {
             RefuseRow(r, "names drawer " + std::to_string(place.Number()) + ", out of order");
         if (place.Kind() != e_StandardDrawer && place.Kind() != e_SparseDrawer)
             RefuseRow(r, "has the unknown drawer kind " + std::to_string(place.Kind()));
-        CheckDimensions(r, place);
+        if (!IsSoundPlace(m_placeInts.data() + size_t(r) * size_t(width) + 2, NumDimensions()))
+            RefuseDimensions(r, place);
         expected = place.Number() + place.Kind();
         m_numbers.push_back(place.Number());
     }
@@ -242,10 +256,9 @@ void VelDistribution::LoadPlaces() {
     if (!m_readOnly) RemoveUncommittedDrawers();
 }
 
-// Each of the grid's positions once, and members that could be a CSet's bounds.  The texts of a
-// refusal are made only when there is one: a catalogue of 10,000 rows is checked row by row at
-// every open.
-void VelDistribution::CheckDimensions(int r, const DrawerPlace& place) const {
+// The refusal of a row IsSoundPlace found wrong, naming its first wrong dimension.  The texts
+// are made only when there is a refusal: a catalogue of 10,000 rows is checked at every open.
+void VelDistribution::RefuseDimensions(int r, const DrawerPlace& place) const {
     const int rank = NumDimensions();
     unsigned seen = 0;
     for (int d = 0; d < rank; ++d) {

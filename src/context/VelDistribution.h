@@ -165,7 +165,7 @@ private:
     static int ReadNextDrawer(const hdf_Group& group);
     void LoadDrawers();
     void LoadPlaces();
-    void CheckDimensions(int r, const DrawerPlace& place) const;
+    void RefuseDimensions(int r, const DrawerPlace& place) const;
     [[noreturn]] void RefuseRow(int r, const std::string& what) const;
     void RemoveUncommittedDrawers();
     [[noreturn]] void RefuseMissing(int number) const;

@@ -87,33 +87,94 @@ void VelCollection::Load(const hdf_Group& group, bool readOnly) {
     // Files always hold the empty set at 0 and the full set at 1.
     VelASSERT(size >= 0 && numCSets >= 2 && fullSetIndex == e_FullSetIndex);
     m_size = size;
+    m_numCSets = m_numWritten = numCSets;
+    m_fullSetMade = true;
+    if (m_readOnly) return;
+    OpenTable();
+    ReadEveryEntry();
+}
 
+// The table and "IndexSets", their types and extents checked; no entry is read yet.  A reader
+// whose attempt failed tries again from the start at the next use.
+void VelCollection::OpenTable() {
     m_table = m_group.DatasetOpen(Layout::e_IndexTable);
     m_entryType = Layout::EntryType();
     VelASSERT(Layout::HoldsEntries(m_table, m_entryType) &&
               "the index table does not hold six-int entries");
     m_tableRecords = Layout::Extent(m_table);
+    const int numCSets = m_numCSets;
     VelASSERT(numCSets <= m_tableRecords && "more CSets than index table records");
     // The chunk lengths are what a writer extends the datasets by; a reader never needs them.
     if (!m_readOnly) m_tableChunk = Layout::ChunkLength(m_table);
-    ReserveEntries(numCSets);
-    Layout::ReadEntries(m_table, m_entryType, numCSets, m_entries);
-    m_numCSets = m_numWritten = numCSets;
 
     m_indexSets = m_group.DatasetOpen(Layout::e_IndexSets);
     VelASSERT(Layout::HoldsInts(m_indexSets) && "\"IndexSets\" does not hold ints");
     m_extentInts = Layout::Extent(m_indexSets);
     if (!m_readOnly) m_indexSetsChunk = Layout::ChunkLength(m_indexSets);
+    if (m_readOnly) {
+        AllocateEntriesForReading();
+        // Every entry is checked to lie inside the extent before its ints are read.
+        m_fileInts = m_usedInts = m_extentInts;
+    }
+    m_tableOpen = true;
+}
+
+void VelCollection::ReadEveryEntry() {
+    ReserveEntries(m_numCSets);
+    Layout::ReadEntries(m_table, m_entryType, 0, m_numCSets, m_entries);
     for (int i = 0; i < m_numCSets; ++i) {
         CheckEntry(i, m_extentInts);
         m_usedInts = std::max(m_usedInts, int64_t(m_entries[i].start) + m_entries[i].length);
     }
     m_fileInts = m_usedInts;
-    m_fullSetMade = true;
+}
+
+// A read-only table never grows: room for its entries, none of them read.
+void VelCollection::AllocateEntriesForReading() {
+    ReleaseEntries();
+    const size_t bytes = static_cast<size_t>(m_numCSets) * sizeof(VelIndexEntry);
+    m_entriesFromPool = m_pool && bytes <= m_pool->BlockSize();
+    m_entries =
+        static_cast<VelIndexEntry*>(m_entriesFromPool ? m_pool->Allocate() : mem_Malloc(bytes));
+    m_capacity = m_numCSets;
+    const int blocks = (m_numCSets + Layout::e_TableChunk - 1) / Layout::e_TableChunk;
+    m_blocks.assign(static_cast<size_t>(blocks), e_BlockUnread);
+}
+
+void VelCollection::ReadBlock(int block) {
+    const int first = block * Layout::e_TableChunk;
+    const int count = std::min(Layout::e_TableChunk, m_numCSets - first);
+    Layout::ReadEntries(m_table, m_entryType, first, count, m_entries + first);
+    m_blocks[static_cast<size_t>(block)] = e_BlockRead;
+}
+
+// An entry as the file holds it, for the checks of the entries that link to it.
+const VelIndexEntry& VelCollection::StoredEntry(int index) {
+    if (!m_blocks.empty()) {
+        const int block = index / Layout::e_TableChunk;
+        if (m_blocks[static_cast<size_t>(block)] == e_BlockUnread) ReadBlock(block);
+    }
+    return m_entries[index];
+}
+
+// An entry whose numbers may be used: read and checked, with the rest of its block, on first
+// use.  The caller has checked that `index` names a CSet.
+const VelIndexEntry& VelCollection::Entry(int index) {
+    if (m_readOnly && !m_tableOpen) OpenTable();
+    if (m_blocks.empty()) return m_entries[index];
+    const int block = index / Layout::e_TableChunk;
+    BlockState& state = m_blocks[static_cast<size_t>(block)];
+    if (state == e_BlockChecked) return m_entries[index];
+    if (state == e_BlockUnread) ReadBlock(block);
+    const int first = block * Layout::e_TableChunk;
+    const int end = std::min(first + Layout::e_TableChunk, m_numCSets);
+    for (int i = first; i < end; ++i) CheckEntry(i, m_extentInts);
+    state = e_BlockChecked;
+    return m_entries[index];
 }
 
 // An entry read from the file, checked before its numbers address anything.
-void VelCollection::CheckEntry(int index, int64_t extent) const {
+void VelCollection::CheckEntry(int index, int64_t extent) {
     const VelIndexEntry& e = m_entries[index];
     const bool knownDataset =
         e.dataset == Layout::e_IndexSetsDataset && e.nameIndex == Layout::e_NoName;
@@ -125,13 +186,13 @@ void VelCollection::CheckEntry(int index, int64_t extent) const {
                              e.linkedId >= Layout::e_NoLink && e.linkedId < m_numCSets;
     VelASSERT(linksInside && "index table entry links outside the table");
     if (e.linkedId != Layout::e_NoLink) {
-        const VelIndexEntry& twin = m_entries[e.linkedId];
+        const VelIndexEntry& twin = StoredEntry(e.linkedId);
         const bool twinReadsThis = e.indexSetIndex == index && twin.indexSetIndex == index &&
                                    twin.linkedId == Layout::e_NoLink;
         VelASSERT(twinReadsThis && "permutation CSet without its ascending twin");
     }
     if (e.indexSetIndex != index) {
-        const VelIndexEntry& owner = m_entries[e.indexSetIndex];
+        const VelIndexEntry& owner = StoredEntry(e.indexSetIndex);
         const bool ownerLinksHere =
             owner.linkedId == index && owner.start == e.start && owner.length == e.length;
         VelASSERT(ownerLinksHere && "ascending twin without its permutation CSet");
@@ -157,7 +218,7 @@ void VelCollection::ReserveEntries(int64_t needed) {
     const bool fromPool = m_pool && bytes <= m_pool->BlockSize();
     void* block = fromPool ? m_pool->Allocate() : mem_Malloc(bytes);
     std::memset(block, 0, bytes);
-    if (m_numCSets > 0)
+    if (m_entries && m_numCSets > 0)
         std::memcpy(block, m_entries, static_cast<size_t>(m_numCSets) * sizeof(VelIndexEntry));
     ReleaseEntries();
     m_entries = static_cast<VelIndexEntry*>(block);
@@ -394,10 +455,13 @@ VelCSetID VelCollection::EmptyCSetID(int color) const {
     return MakeID(e_EmptySetIndex, true, color);
 }
 
-VelCSetID VelCollection::StoredCSetID(int index, int color) const {
+VelCSetID VelCollection::StoredCSetID(int index, int color) {
     const bool stored = index >= 0 && index < m_numCSets;
     VelVALIDATE(stored && "no CSet is stored at that index");
-    return MakeID(index, m_entries[index].linkedId == Layout::e_NoLink, color);
+    if (KnownWithoutTable(index)) return MakeID(index, true, color);
+    const bool ascending =
+        VelGuardStorage([&] { return Entry(index).linkedId; }) == Layout::e_NoLink;
+    return MakeID(index, ascending, color);
 }
 
 VelCSetID VelCollection::BiggestCSetID(int color) {
@@ -441,8 +505,9 @@ VelCollection::Resolved VelCollection::Resolve(const VelCSetID& id, bool deferLa
     const bool known = !id.IsNull() && index < m_numCSets;
     VelVALIDATE(known && "the CSet ID names no CSet of its collection");
     return VelGuardStorage([&] {
+        if (KnownWithoutTable(index)) return ResolveKnownSet(index, id.Color());
         if (index == e_FullSetIndex) EnsureFullSet();
-        const VelIndexEntry& entry = m_entries[index];
+        const VelIndexEntry& entry = Entry(index);
         const bool isPermutation = entry.linkedId != Layout::e_NoLink;
         const bool flagAgrees = !id.IsAscending() || !isPermutation;
         VelVALIDATE(flagAgrees && "an ascending CSet ID names a permutation CSet");
@@ -456,11 +521,29 @@ VelCollection::Resolved VelCollection::Resolve(const VelCSetID& id, bool deferLa
     });
 }
 
+// The empty and the full set of a reader that has not opened the table: every file holds them
+// at 0 and 1 as ascending sets, and their members follow from the size.
+bool VelCollection::KnownWithoutTable(int index) const {
+    return m_readOnly && !m_tableOpen && index <= e_FullSetIndex;
+}
+
+VelCollection::Resolved VelCollection::ResolveKnownSet(int index, int color) {
+    Resolved r;
+    r.ascendingID = MakeID(index, true, color);
+    r.storageIndex = index;
+    r.set = m_cache.Find<VelIndexSet>(KeyOf(index)).Ref();
+    if (!r.set) {
+        const int size = index == e_FullSetIndex ? m_size : 0;
+        r.set = m_cache.Insert(KeyOf(index), VelIndexSet::FromStrided(0, size, 1)).Ref();
+    }
+    return r;
+}
+
 // A list is deferred when decoding it would only copy its members into a set that the cache
 // drops as soon as it is unreferenced: reading them into the caller's array is all a one-off
 // read needs.
 int VelCollection::DeferrableListCount(int storageIndex) {
-    const VelIndexEntry& entry = m_entries[storageIndex];
+    const VelIndexEntry& entry = Entry(storageIndex);
     if (entry.length <= 2 + e_CacheIdleWeight) return -1;
     if (!m_cache.Find<VelIndexSet>(KeyOf(storageIndex)).IsNull()) return -1;
     int header[2] = {0, 0};
@@ -487,7 +570,7 @@ che_RefPtr<VelIndexSet> VelCollection::IndexSet(int storageIndex) {
     // place, and a file may hold the rewritten range beside the size of its last write-back.
     if (storageIndex == e_FullSetIndex && m_fullSetMade)
         return m_cache.Insert(KeyOf(storageIndex), VelIndexSet::FromStrided(0, m_size, 1)).Ref();
-    const VelIndexEntry& entry = m_entries[storageIndex];
+    const VelIndexEntry& entry = Entry(storageIndex);
     VelIndexSet* set = ReadIndexSet(entry);
     const bool permutation = entry.linkedId != Layout::e_NoLink;
     const bool formAgrees = (set->GetForm() == VelIndexSet::FormPermutation) == permutation;

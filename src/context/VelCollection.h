@@ -30,6 +30,13 @@
 // index table and "Collection attributes" are written by Flush; a table entry never reaches the
 // file before the ints it points at.
 //
+// A writable open reads and checks the whole index table when the collection is first used: a
+// writer appends to it.  A read-only open reads "Collection attributes" alone; the table and
+// "IndexSets" are opened when a stored CSet other than the empty and the full set is first
+// needed (those two follow from the size), and the table is read a block of 256 entries at a
+// time, each entry checked as loading checks it before any of its numbers is used.  A reader
+// that wants one step's CSet of a collection of 10,000 then reads one block, not the table.
+//
 // Decoded sets live in the cache under the index of the entry that stores them: each is decoded
 // once and shared by every VelCSet on it.  A set is made when a CSet is created (unless it is an
 // explicit list too large for the idle bound, which is read back when first asked for), and
@@ -90,7 +97,7 @@ public:
     VelCSetID EmptyCSetID(int color) const;
     VelCSetID BiggestCSetID(int color);
     // The ID of the CSet stored at `index`, with the ascending flag its entry calls for.
-    VelCSetID StoredCSetID(int index, int color) const;
+    VelCSetID StoredCSetID(int index, int color);
 
     // Sets that are checked like a persistent CSet's members but never stored.
     che_RefPtr<VelIndexSet> VolatileSet(const int* members, int count) const;
@@ -142,7 +149,15 @@ private:
 
     void CreateIn(const hdf_Group& root, int size);
     void Load(const hdf_Group& group, bool readOnly);
-    void CheckEntry(int index, int64_t extent) const;
+    void OpenTable();
+    void ReadEveryEntry();
+    void AllocateEntriesForReading();
+    bool KnownWithoutTable(int index) const;
+    Resolved ResolveKnownSet(int index, int color);
+    const VelIndexEntry& Entry(int index);
+    const VelIndexEntry& StoredEntry(int index);
+    void ReadBlock(int block);
+    void CheckEntry(int index, int64_t extent);
     void FlushTable();
 
     VelCollectionID m_id;
@@ -162,6 +177,12 @@ private:
     int m_numWritten = 0;
     int64_t m_tableRecords = 0;
     int m_tableChunk = VelCollectionLayout::e_TableChunk;
+    // Read-only: per block of e_TableChunk entries, whether it is read and whether its entries
+    // are checked; empty once every entry is (a writable collection's table).
+    enum BlockState : unsigned char { e_BlockUnread, e_BlockRead, e_BlockChecked };
+    std::vector<BlockState> m_blocks;
+    // Whether the table and "IndexSets" are open and checked.
+    bool m_tableOpen = false;
 
     // "IndexSets": ints handed out so far, ints in the file (the rest are in m_pending), extent.
     int64_t m_usedInts = 0;

@@ -100,9 +100,9 @@ void VelCollectionLayout::WriteEntries(const hdf_Dataset& table, const hdf_Datat
 }
 
 void VelCollectionLayout::ReadEntries(const hdf_Dataset& table, const hdf_Datatype& entryType,
-                                      int count, VelIndexEntry* entries) {
+                                      int first, int count, VelIndexEntry* entries) {
     if (count == 0) return;
-    const Selection s = Select(table, 0, count);
+    const Selection s = Select(table, first, count);
     table.Read(entryType, s.memory, s.file, entries);
 }
 

@@ -72,9 +72,9 @@ struct VelCollectionLayout {
                              int count, const VelIndexEntry* entries);
     // The memory type of an index-table record: six native ints in file order.
     static hdf_Datatype EntryType();
-    // Reads the first `count` records into `entries`; the caller has checked the extent.
-    static void ReadEntries(const hdf_Dataset& table, const hdf_Datatype& entryType, int count,
-                            VelIndexEntry* entries);
+    // Reads records [first, first + count) into `entries`; the caller has checked the extent.
+    static void ReadEntries(const hdf_Dataset& table, const hdf_Datatype& entryType, int first,
+                            int count, VelIndexEntry* entries);
 
     // Whether the stored types are the layout's: the six-int compound of the index table, the
     // ints of "IndexSets".

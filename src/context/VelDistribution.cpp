@@ -31,6 +31,19 @@ void ValidateCollection(const VelContext& context, const VelCollectionID& collec
                 "a distribution's collections must belong to its context");
 }
 
+// Whether a catalogue row's dimensions (position, first, last each) place each of the grid's
+// `rank` positions once, with bounds a CSet could have (0 and -1 when it holds none).
+bool IsSoundPlace(const int* dims, int rank) {
+    unsigned seen = 0;
+    for (int d = 0; d < rank; ++d, dims += 3) {
+        const int position = dims[0], first = dims[1], last = dims[2];
+        if (position < 0 || position >= rank || ((seen >> position) & 1u)) return false;
+        if (!((first == 0 && last == -1) || (first >= 0 && last >= first))) return false;
+        seen |= 1u << position;
+    }
+    return true;
+}
+
 }  // namespace
 
 VelDistribution::VelDistribution(const VelDistributionID& id, const hdf_Group& group,
@@ -205,7 +218,6 @@ void VelDistribution::LoadPlaces() {
     if (!VelStoredInts::HoldsInts(m_catalogue.GetType()))
         VelRefuseStored(kKind, m_group, "\"Drawer catalogue\" does not hold ints");
     const int64_t length = VelStoredInts::Length(m_catalogue.GetSpace());
-    const int rank = NumDimensions();
     const int64_t width = static_cast<int64_t>(PlaceWidth());
     if (length < 0 || length % width != 0)
         VelRefuseStored(kKind, m_group,
@@ -226,31 +238,15 @@ void VelDistribution::LoadPlaces() {
     VelCollectionLayout::ReadInts(m_catalogue, 0, length, m_placeInts.data());
     int expected = e_FirstDrawerNumber;
     m_numbers.reserve(static_cast<size_t>(rows));
-    std::vector<bool> seen;
     for (int r = 0; r < static_cast<int>(rows); ++r) {
         const DrawerPlace place = Place(r);
-        const std::string where = "row " + std::to_string(r) + " of \"Drawer catalogue\" ";
         if (place.Number() > expected) RefuseMissing(expected);
         if (place.Number() < expected)
-            VelRefuseStored(
-                kKind, m_group,
-                where + "names drawer " + std::to_string(place.Number()) + ", out of order");
+            RefuseRow(r, "names drawer " + std::to_string(place.Number()) + ", out of order");
         if (place.Kind() != e_StandardDrawer && place.Kind() != e_SparseDrawer)
-            VelRefuseStored(kKind, m_group,
-                            where + "has the unknown drawer kind " + std::to_string(place.Kind()));
-        seen.assign(static_cast<size_t>(rank), false);
-        for (int d = 0; d < rank; ++d) {
-            const int position = place.Position(d);
-            const bool known = position >= 0 && position < rank && !seen[size_t(position)];
-            const bool empty = place.First(d) == 0 && place.Last(d) == -1;
-            if (!known || (!empty && (place.First(d) < 0 || place.Last(d) < place.First(d))))
-                VelRefuseStored(kKind, m_group,
-                                where + "places dimension " + std::to_string(d) +
-                                    " at grid position " + std::to_string(position) + ", members " +
-                                    std::to_string(place.First(d)) + " to " +
-                                    std::to_string(place.Last(d)));
-            seen[size_t(position)] = true;
-        }
+            RefuseRow(r, "has the unknown drawer kind " + std::to_string(place.Kind()));
+        if (!IsSoundPlace(m_placeInts.data() + size_t(r) * size_t(width) + 2, NumDimensions()))
+            RefuseDimensions(r, place);
         expected = place.Number() + place.Kind();
         m_numbers.push_back(place.Number());
     }
@@ -258,6 +254,28 @@ void VelDistribution::LoadPlaces() {
     m_storedPlaceInts = m_placeInts.size();
     m_knowsPlaces = true;
     if (!m_readOnly) RemoveUncommittedDrawers();
+}
+
+// The refusal of a row IsSoundPlace found wrong, naming its first wrong dimension.  The texts
+// are made only when there is a refusal: a catalogue of 10,000 rows is checked at every open.
+void VelDistribution::RefuseDimensions(int r, const DrawerPlace& place) const {
+    const int rank = NumDimensions();
+    unsigned seen = 0;
+    for (int d = 0; d < rank; ++d) {
+        const int position = place.Position(d), first = place.First(d), last = place.Last(d);
+        const bool known = position >= 0 && position < rank && !(seen & (1u << position));
+        const bool bounds = (first == 0 && last == -1) || (first >= 0 && last >= first);
+        if (!known || !bounds)
+            RefuseRow(r, "places dimension " + std::to_string(d) + " at grid position " +
+                             std::to_string(position) + ", members " + std::to_string(first) +
+                             " to " + std::to_string(last));
+        seen |= 1u << position;
+    }
+}
+
+void VelDistribution::RefuseRow(int r, const std::string& what) const {
+    VelRefuseStored(kKind, m_group,
+                    "row " + std::to_string(r) + " of \"Drawer catalogue\" " + what);
 }
 
 // Drawers made after the stored state take the numbers from the stored next one on, each one or

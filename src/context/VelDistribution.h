@@ -2,6 +2,7 @@
 #define VEL_CONTEXT_VELDISTRIBUTION_H
 
 #include <map>
+#include <string>
 #include <vector>
 
 #include "vel/context/VelDistributionID.h"
@@ -164,6 +165,8 @@ private:
     static int ReadNextDrawer(const hdf_Group& group);
     void LoadDrawers();
     void LoadPlaces();
+    void RefuseDimensions(int r, const DrawerPlace& place) const;
+    [[noreturn]] void RefuseRow(int r, const std::string& what) const;
     void RemoveUncommittedDrawers();
     [[noreturn]] void RefuseMissing(int number) const;
     hdf_Group OpenDrawerGroup(int number) const;

@@ -1,6 +1,7 @@
 #include "vel/hdf/hdf_Group.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -231,8 +232,11 @@ hdf_Group::ObjectType hdf_Group::GetObjtypeByIdx(hsize_t index) const {
     return ObjectTypeOf(type);
 }
 
-// A missing name is an answer here, not a failure: nothing is thrown or parked.
+// A missing name is an answer here, not a failure: nothing is thrown or parked.  A member's name
+// without a link is missing at the cost of a lookup; H5Gget_objinfo would build an error stack
+// to say so.
 bool hdf_Group::GetObjinfoExists(const char* name) const {
+    if (std::strchr(name, '/') == nullptr && H5Lexists(ID(), name, H5P_DEFAULT) == 0) return false;
     const bool exists = H5Gget_objinfo(ID(), name, true, nullptr) >= 0;
     if (!exists) H5Eclear();
     return exists;

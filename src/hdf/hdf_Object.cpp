@@ -71,13 +71,15 @@ bool hdf_Object::Release(hdf_Exception& error) {
     if (m_ObjectID < 0) return true;
     const hid_t id = m_ObjectID;
     m_ObjectID = -1;
+    if (H5Idec_ref(id) >= 0) return true;
+    // The failure is taken before the next call into HDF5 clears its stack.
+    const hdf_Exception failure(HDF_HERE, true);
     // An identifier HDF5 no longer knows (HDF5 was closed under it) has nothing left to drop.
     if (H5Iget_ref(id) <= 0) {
         H5Eclear();
         return true;
     }
-    if (H5Idec_ref(id) >= 0) return true;
-    error = hdf_Exception(HDF_HERE, true);
+    error = failure;
     return false;
 }
 

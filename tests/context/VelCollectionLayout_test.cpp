@@ -271,6 +271,35 @@ TEST_F(VelCollectionLayoutDeathTest, DamagedTablesAndAttributesAreRefusedAtFirst
     }
 }
 
+// A reader opens the index table when it first needs a stored CSet other than the empty and the
+// full set, and reads and checks it a block of 256 entries at a time: a damaged entry is refused
+// where a CSet of its block is first wanted, and the blocks before it read.
+TEST_F(VelCollectionLayoutDeathTest, AReaderChecksTheTableABlockAtATimeWhereItIsFirstNeeded) {
+    {
+        const VelContextID id = Create();
+        const VelCollectionRef coll(VelContextRef(id).CreateCollection(1000));
+        for (int i = 0; i < 300; ++i) coll.CreateCSetStrided(i, 1, 1, 1);
+        VelManager::CloseContext(id);
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        RawTable table(raw, "00000000");
+        std::vector<Record> records = table.Read();
+        records[290].linkedId = 999;
+        table.Write(records);
+    }
+    const VelContextID id = VelManager::OpenContext(m_file.c_str(), hdf_File::OpenFlagsReadOnly, 1);
+    ASSERT_FALSE(id.IsNull());
+    const VelCollectionRef back(VelContextRef(id).Collections()[0]);
+    EXPECT_EQ(back.Space(), 1000);
+    EXPECT_EQ(VelCSet(back.BiggestCSetID()).Size(), 1000);
+    EXPECT_EQ(VelCSet(back.EmptyCSetID()).Size(), 0);
+    const VelCSet early(back.StoredCSetID(102));
+    EXPECT_EQ(early.Size(), 1);
+    EXPECT_TRUE(early.IsMember(100));
+    ExpectAssertFailure(back.StoredCSetID(260),
+                        "linksInside && \"index table entry links outside the table\"");
+    VelManager::CloseContext(id);
+}
+
 TEST_F(VelCollectionLayoutDeathTest, DamagedIndexSetsAreRefusedWhenFirstRead) {
     struct Damage {
         const char* what;

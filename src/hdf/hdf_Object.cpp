@@ -71,13 +71,17 @@ bool hdf_Object::Release(hdf_Exception& error) {
     if (m_ObjectID < 0) return true;
     const hid_t id = m_ObjectID;
     m_ObjectID = -1;
-    // An identifier HDF5 no longer knows (HDF5 was closed under it) has nothing left to drop.
+    if (H5Idec_ref(id) >= 0) return true;
+    // An identifier HDF5 no longer knows (HDF5 was closed under it) has nothing left to drop.  A
+    // close that failed leaves the identifier known, so the failure is told apart from it after
+    // the fact (asked first, the question would cost every release an HDF5 call), and its error
+    // stack is taken before the question clears it.
+    const hdf_Exception failure(HDF_HERE, true);
     if (H5Iget_ref(id) <= 0) {
         H5Eclear();
         return true;
     }
-    if (H5Idec_ref(id) >= 0) return true;
-    error = hdf_Exception(HDF_HERE, true);
+    error = failure;
     return false;
 }
 

@@ -265,6 +265,12 @@ void VelContext::WriteBack() {
     WriteContextAttributes();
 }
 
+void VelContext::CloseUnusedDrawers() {
+    DistributionIterator distributions(m_distributionMap);
+    for (distributions.First(); !distributions.IsDone(); distributions.Next())
+        if (distributions.CurrentValue()) distributions.CurrentValue()->CloseUnusedDrawers();
+}
+
 void VelContext::WriteContextAttributes() {
     const int attributes[2] = {m_nextID, ObjectCount() + 2 * VelNUM_CONTEXT_TYPES};
     if (attributes[0] == m_storedAttributes[0] && attributes[1] == m_storedAttributes[1]) return;
@@ -274,7 +280,9 @@ void VelContext::WriteContextAttributes() {
 }
 
 // Everything is written while the commit is being prepared, so that the write-back reaches the
-// file in one step with the HDF5 objects it describes.
+// file in one step with the HDF5 objects it describes.  Drawers not in use are let go of after
+// the commit, when the cache holds nothing dirty for their closes to list: their own entries were
+// written by the commit.
 void VelContext::Checkpoint(bool sync) {
     VelASSERT(!m_readOnly && !m_file.IsEmpty());
     hdf_Journal::BeginCommit(m_file.GetFileID());
@@ -285,6 +293,7 @@ void VelContext::Checkpoint(bool sync) {
     } else {
         m_file.Flush();
     }
+    CloseUnusedDrawers();
 }
 
 void VelContext::Abandon() {

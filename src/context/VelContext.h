@@ -170,6 +170,7 @@ private:
     void OpenRecordStore();
     hdf_Group OpenStoreGroup(const char* name, int kind) const;
     void WriteBack();
+    void CloseUnusedDrawers();
     void WriteContextAttributes();
     int ObjectCount() const;
 

@@ -487,7 +487,6 @@ void VelDistribution::WritePlaces() {
 }
 
 void VelDistribution::Flush() {
-    CloseUnusedDrawers();
     if (m_readOnly) return;
     VelGuardStorage([&] {
         WritePlaces();

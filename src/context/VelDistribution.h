@@ -142,10 +142,11 @@ public:
     void SetDrawerAttachment(const VelDrawerID& drawer, VelAutoPtr<VelDrawerAttachment> attachment);
 
     // Rewrites "Distribution attributes" when the file is writable and the number is not the
-    // stored one, and closes the drawers not among the most recently used.
+    // stored one, and appends the catalogue's new rows.
     void Flush();
     // Closes the drawers not among the most recently used.  Runs between calls, never inside a
-    // transfer, so that no drawer it closes is in use.
+    // transfer, so that no drawer it closes is in use.  A checkpoint calls it once the file's
+    // buffers are written: HDF5 1.10 lists every dirty entry of its cache at each close.
     void CloseUnusedDrawers();
     // The same once more than e_OpenDrawersBound drawers are open, the file's buffers written
     // first: the drawer layer calls it before every transfer, so that a writer that never

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -530,43 +531,80 @@ herr_t Read(H5FD_t* file, H5FD_mem_t, hid_t, haddr_t addr, size_t size, void* bu
     return 0;
 }
 
+// Whether the eight bytes at `a` and `b` are equal, compared as one word.
+bool SameWord(const unsigned char* a, const unsigned char* b) {
+    uint64_t x;
+    uint64_t y;
+    std::memcpy(&x, a, sizeof x);
+    std::memcpy(&y, b, sizeof y);
+    return x == y;
+}
+
 // The first position from `i` on where `a` and `b` differ, or `n`; long equal stretches (a heap
 // block of which one name changed) are passed over a block at a time.
 size_t FirstDifference(const unsigned char* a, const unsigned char* b, size_t i, size_t n) {
     constexpr size_t kBlock = 256;
     while (n - i >= kBlock && std::memcmp(a + i, b + i, kBlock) == 0) i += kBlock;
+    while (n - i >= sizeof(uint64_t) && SameWord(a + i, b + i)) i += sizeof(uint64_t);
     while (i < n && a[i] == b[i]) ++i;
     return i;
 }
 
-// Keeps `n` bytes destined for [at, at + n) below the committed end.  HDF5 writes whole objects
-// (a chunk of 20 KB when a table gained one row, a heap block when a group gained one name), so
-// where the overlay holds nothing yet only the bytes that differ from the file's are kept: the
-// journal then carries what changed, not what was rewritten.
-void Keep(State& s, const unsigned char* bytes, size_t n, uint64_t at) {
-    if (n == 0) return;
-    std::vector<unsigned char> old(n);
-    if (s.overlay.Overlaps(at, n) || !ReadAll(s.fd, old.data(), n, at)) {
-        s.overlay.Put(at, bytes, n);
-        return;
-    }
-    // Runs of equal bytes shorter than an extent's header are kept with their neighbours.
-    size_t i = 0;
-    while (i < n) {
-        i = FirstDifference(bytes, old.data(), i, n);
-        if (i == n) break;
-        size_t end = i + 1;
-        size_t same = 0;
-        for (size_t j = end; j < n && same < kExtentHeader; ++j) {
-            if (bytes[j] == old[j]) {
+// The end of the run of differences that starts at `i` (where `a` and `b` differ): the run goes
+// on over stretches of equal bytes shorter than an extent's header, which are cheaper to keep
+// with their neighbours than to split off.
+size_t EndOfDifferences(const unsigned char* a, const unsigned char* b, size_t i, size_t n) {
+    size_t end = i + 1;
+    size_t same = 0;
+    size_t j = end;
+    // Equal words are passed whole; a word that differs is looked at byte by byte.
+    while (n - j >= sizeof(uint64_t) && same < kExtentHeader) {
+        if (SameWord(a + j, b + j)) {
+            same += sizeof(uint64_t);
+            j += sizeof(uint64_t);
+            continue;
+        }
+        for (const size_t word = j + sizeof(uint64_t); j < word && same < kExtentHeader; ++j) {
+            if (a[j] == b[j]) {
                 ++same;
             } else {
                 same = 0;
                 end = j + 1;
             }
         }
+    }
+    for (; j < n && same < kExtentHeader; ++j) {
+        if (a[j] == b[j]) {
+            ++same;
+        } else {
+            same = 0;
+            end = j + 1;
+        }
+    }
+    return end;
+}
+
+// Keeps `n` bytes destined for [at, at + n) below the committed end.  HDF5 writes whole objects
+// (a chunk of 20 KB when a table gained one row, a heap block when a group gained one name), so
+// where the overlay holds nothing yet only the bytes that differ from the file's are kept: the
+// journal then carries what changed, not what was rewritten.  The file's bytes are read into
+// memory that is not cleared first: the read fills all of it.
+void Keep(State& s, const unsigned char* bytes, size_t n, uint64_t at) {
+    if (n == 0) return;
+    if (s.overlay.Overlaps(at, n)) {
+        s.overlay.Put(at, bytes, n);
+        return;
+    }
+    const std::unique_ptr<unsigned char[]> old(new unsigned char[n]);
+    if (!ReadAll(s.fd, old.get(), n, at)) {
+        s.overlay.Put(at, bytes, n);
+        return;
+    }
+    size_t i = FirstDifference(bytes, old.get(), 0, n);
+    while (i < n) {
+        const size_t end = EndOfDifferences(bytes, old.get(), i, n);
         s.overlay.Put(at + i, bytes + i, end - i);
-        i = end;
+        i = FirstDifference(bytes, old.get(), end, n);
     }
 }
 

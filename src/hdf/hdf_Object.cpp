@@ -72,9 +72,11 @@ bool hdf_Object::Release(hdf_Exception& error) {
     const hid_t id = m_ObjectID;
     m_ObjectID = -1;
     if (H5Idec_ref(id) >= 0) return true;
-    // The failure is taken before the next call into HDF5 clears its stack.
+    // An identifier HDF5 no longer knows (HDF5 was closed under it) has nothing left to drop.  A
+    // close that failed leaves the identifier known, so the failure is told apart from it after
+    // the fact (asked first, the question would cost every release an HDF5 call), and its error
+    // stack is taken before the question clears it.
     const hdf_Exception failure(HDF_HERE, true);
-    // An identifier HDF5 no longer knows (HDF5 was closed under it) has nothing left to drop.
     if (H5Iget_ref(id) <= 0) {
         H5Eclear();
         return true;

@@ -172,6 +172,46 @@ TEST_F(HdfJournalTest, AReadOnlyOpenReadsThroughAWholeJournalAndLeavesTheFile) {
     EXPECT_EQ(ReadFile(m_file.str()), interrupted);
 }
 
+// A dataset rewritten in place while a commit is prepared changes the file only at the commit,
+// and then wholly: the driver keeps the runs of bytes that differ from the file's, and those
+// runs must cover every changed byte wherever it lies (at either end, across word boundaries,
+// in runs apart by fewer, as many or more equal bytes than an extent's 16-byte header).
+TEST_F(HdfJournalTest, RewritesInPlaceReachTheFileWhollyAtTheCommit) {
+    constexpr int64_t kLength = 1003;
+    const hdf_File file =
+        hdf_File::Create(m_file.c_str(), hdf_File::CreateFlagsTruncate, Journaled());
+    const hdf_Dataset data = file.DatasetCreate(
+        "bytes", hdf_Datatype::NATIVE_UCHAR(),
+        hdf_Dataspace::CreateSimple(hdf_DimSpaceInput(1, &kLength), hdf_DimSpace()));
+    Bytes values(kLength);
+    for (size_t i = 0; i < values.size(); ++i) values[i] = static_cast<unsigned char>(i * 31);
+    data.Write(hdf_Datatype::NATIVE_UCHAR(), hdf_Dataspace(), values.data());
+    file.Flush();
+    const std::vector<std::vector<size_t>> changes = {
+        {0},
+        {kLength - 1},
+        {7, 8},
+        {100, 115, 131, 148, 164, 181, 198},
+        {500, 501, 502, 503, 504, 505, 506, 507, 508, 509, 517, 518},
+        {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 990, 1001, kLength - 1},
+    };
+    for (const std::vector<size_t>& changed : changes) {
+        for (size_t i : changed) values[i] = static_cast<unsigned char>(values[i] ^ 0x5a);
+        const Bytes committed = ReadFile(m_file.str());
+        hdf_Journal::BeginCommit(file.GetFileID());
+        data.Write(hdf_Datatype::NATIVE_UCHAR(), hdf_Dataspace(), values.data());
+        ASSERT_GE(H5Fflush(file.GetFileID(), H5F_SCOPE_LOCAL), 0);
+        EXPECT_EQ(ReadFile(m_file.str()), committed);
+        file.Flush();
+        const hdf_File reader =
+            hdf_File::Open(m_file.c_str(), hdf_File::OpenFlagsReadOnly, hdf_PropListFileAccess());
+        Bytes stored(kLength);
+        reader.DatasetOpen("bytes").Read(hdf_Datatype::NATIVE_UCHAR(), hdf_Dataspace(),
+                                         stored.data());
+        EXPECT_EQ(stored, values);
+    }
+}
+
 // A journal cut short, or one whose bytes changed, proves nothing: the file keeps its previous
 // state, and the writable open cuts the tail off at its close.
 TEST_F(HdfJournalTest, TornOrDamagedJournalsAreIgnored) {

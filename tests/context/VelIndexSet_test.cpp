@@ -174,6 +174,9 @@ TEST(VelIndexSetTest, DecodeRefusesWhatEncodeCannotProduce) {
         {{2, 4, 2, 0, 2}, "run index set of the wrong length"},
         {{2, 4, 2, 0, 2, 2, 2}, "runs not strictly ascending"},  // touching runs
         {{2, 4, 2, 0, 2, 9, 2}, "run outside the collection"},
+        {{2, 2, 1, 9, 2}, "run outside the collection"},  // 9, 10 in 10
+        {{2, 2, 2, 0, 2, 5, 0}, "run outside the collection"},  // an empty run
+        {{2, 1, 2, 0, 2, 5, -1}, "run outside the collection"},
         {{2, 5, 2, 0, 2, 4, 2}, "run lengths disagree with the count"},
         {{2, 4, 1073741824, 0, 2}, "run index set of the wrong length"},
         {{3, 3, 1, 2}, "member index set of the wrong length"},

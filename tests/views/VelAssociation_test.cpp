@@ -247,6 +247,26 @@ TEST_F(VelAssociationDeathTest, PairsOfFarAndNearRowsGroupAlike) {
     check(read.Association(read.AssociationID(TypeOf("Labels"))), parts);
 }
 
+// More pairs than one read of the stored table takes (65,536 rows): every owner's labels come
+// back from their own rows after a reopen.
+TEST_F(VelAssociationTest, PairsBeyondOneReadPieceReadBackFromTheirOwnRows) {
+    while (m_parts.size() < 300) m_parts.push_back(NewPart(static_cast<int>(m_parts.size())));
+    const int owners = 220;  // 66,000 pairs, owner by owner
+    const VelAssociationUpdate labels = Update("Labels");
+    for (int j = 0; j < owners; ++j)
+        for (int i = 0; i < 300; ++i) labels.Insert(m_parts[i], "k" + std::to_string(i), m_parts[j]);
+    m_transaction->Commit();
+    m_view.Publish();
+    Reopen();
+    const VelViewRead read = Context().View(Snapshot(1));
+    const VelAssociation stored = read.Association(read.AssociationID(TypeOf("Labels")));
+    for (int j : {0, 217, 218, owners - 1}) {
+        const VelSelectionMap map(stored, 1, Here(m_parts[j]));
+        EXPECT_EQ(map.Count(), 300) << j;
+        EXPECT_EQ(map.Get("k299"), Here(m_parts[299])) << j;
+    }
+}
+
 TEST_F(VelAssociationTest, ModifyAssociationReplacesTheStoredPairs) {
     Update("Assembly").Insert(m_parts[0], m_parts[1]);
     m_transaction->Commit();

@@ -14,6 +14,7 @@ by a killed run is replayed before anything else happens.  A restored file gets 
 so that the next build compiles the original again.
 """
 import argparse
+import atexit
 import os
 import re
 import signal
@@ -32,6 +33,7 @@ class Fault:
     def __init__(self, number, area, description):
         self.number, self.area, self.description = number, area, description
         self.file, self.tests, self.old, self.new = None, [], [], []
+        self.equivalent = None
 
     @property
     def programs(self):
@@ -40,7 +42,9 @@ class Fault:
 
 def parse_faults(path):
     """Blocks of '@ area: description', 'file: path', optional 'tests: area area', then the
-    exact text to find ('- ' lines) and its replacement ('+ ' lines, '+' alone is an empty line)."""
+    exact text to find ('- ' lines) and its replacement ('+ ' lines, '+' alone is an empty line).
+    'equivalent: reason' marks a fault that changes no behaviour a test could observe: it is run
+    all the same, but a survivor of that kind is listed apart and left out of the score."""
     faults = []
     for lineno, line in enumerate(path.read_text().splitlines(), 1):
         if line.startswith("@ "):
@@ -52,6 +56,8 @@ def parse_faults(path):
             sys.exit(f"{path}:{lineno}: text before the first fault")
         elif line.startswith("file: "):
             faults[-1].file = line[6:].strip()
+        elif line.startswith("equivalent: "):
+            faults[-1].equivalent = line[12:].strip()
         elif line.startswith("tests: "):
             faults[-1].tests = line[7:].split()
         elif line.startswith("-"):
@@ -169,7 +175,7 @@ def report(results, log):
     killed = sum(1 for r in counted if r[1] == "killed")
     if counted:
         print(f"{'all':10s} {len(counted):7d} {killed:7d} {100.0 * killed / len(counted):5.1f}%")
-    for status in ("survived", "not applied", "no build"):
+    for status in ("survived", "equivalent", "not applied", "no build"):
         listed = [r for r in results if r[1] == status]
         if listed:
             print(f"\n{status}:")
@@ -186,7 +192,8 @@ def main():
     parser.add_argument("--area", action="append", choices=AREAS)
     parser.add_argument("--match")
     parser.add_argument("--number", type=int, action="append", help="fault number (repeatable)")
-    parser.add_argument("--timeout", type=float, default=180, help="seconds per test program")
+    parser.add_argument("--timeout", type=float, default=60,
+                        help="seconds per test program (a release build runs each in under 15)")
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--spread", action="store_true",
                         help="take the areas in turn, so that a partial run samples every area")
@@ -198,10 +205,13 @@ def main():
     build_dir.mkdir(parents=True, exist_ok=True)
     sources = Sources(build_dir)
     sources.recover()
+    atexit.register(sources.restore)
     faults = select(parse_faults(Path(args.faults)), args)
     configure(build_dir)
 
     def stop(signum, _frame):
+        # The source comes back here and now, whatever the interrupted code was doing.
+        sources.restore()
         raise KeyboardInterrupt(f"signal {signum}")
 
     for signum in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
@@ -230,6 +240,8 @@ def main():
                             areas = areas + [a for a in AREAS if a not in areas]
                         caught = test_areas(build_dir, areas, args.timeout)
                         status, detail = ("killed", caught) if caught else ("survived", "")
+                        if status == "survived" and fault.equivalent:
+                            status, detail = "equivalent", fault.equivalent
                 finally:
                     sources.restore()
                 results.append((fault, status, detail))

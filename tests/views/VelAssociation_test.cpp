@@ -247,8 +247,8 @@ TEST_F(VelAssociationDeathTest, PairsOfFarAndNearRowsGroupAlike) {
     check(read.Association(read.AssociationID(TypeOf("Labels"))), parts);
 }
 
-// More pairs than one read of the stored table takes (65,536 rows): every owner's labels come
-// back from their own rows after a reopen.
+// More pairs than one read or copy of the stored table takes (65,536 rows): every owner's labels
+// come back from their own rows after a reopen, and after an edition copied the table to add one.
 TEST_F(VelAssociationTest, PairsBeyondOneReadPieceReadBackFromTheirOwnRows) {
     while (m_parts.size() < 300) m_parts.push_back(NewPart(static_cast<int>(m_parts.size())));
     const int owners = 220;  // 66,000 pairs, owner by owner
@@ -257,9 +257,19 @@ TEST_F(VelAssociationTest, PairsBeyondOneReadPieceReadBackFromTheirOwnRows) {
         for (int i = 0; i < 300; ++i) labels.Insert(m_parts[i], "k" + std::to_string(i), m_parts[j]);
     m_transaction->Commit();
     m_view.Publish();
+    const VelViewUpdateEdition edition = Context().NewEdition(Snapshot(1), m_view);
+    {
+        VelTransactionEdit t(edition);
+        t.UpdateAssociation(edition.AssociationID(TypeOf("Labels")))
+            .Insert(m_parts[299], "extra", m_parts[owners]);
+        t.Commit();
+    }
+    edition.Publish();
     Reopen();
     const VelViewRead read = Context().View(Snapshot(1));
+    ASSERT_EQ(read.Edition(), 1);
     const VelAssociation stored = read.Association(read.AssociationID(TypeOf("Labels")));
+    EXPECT_EQ(VelSelectionMap(stored, 1, Here(m_parts[owners])).Get("extra"), Here(m_parts[299]));
     for (int j : {0, 217, 218, owners - 1}) {
         const VelSelectionMap map(stored, 1, Here(m_parts[j]));
         EXPECT_EQ(map.Count(), 300) << j;

@@ -212,6 +212,12 @@ TEST_F(VelAssociationDeathTest, SelectionsReadBackAfterReopen) {
                           "pairs.Type().Member(1 - whichMember).Option() == VelRecTypeStringKey && "
                           "\"A selection map needs the other member to be keyed by string\"");
 
+    // Identifiers order with the null one first; two null ones are equal.
+    const VelAssociationID none, named = read.AssociationID(TypeOf("Labels"));
+    EXPECT_EQ(none.Compare(VelAssociationID()), 0);
+    EXPECT_LT(none.Compare(named), 0);
+    EXPECT_GT(named.Compare(none), 0);
+
     const VelAssociation distributions = read.Association(read.AssociationID(TypeOf("Results")));
     const VelSelectionSet values(distributions, 0, Here(p));
     ASSERT_EQ(values.Count(), 2);
@@ -254,7 +260,8 @@ TEST_F(VelAssociationTest, PairsBeyondOneReadPieceReadBackFromTheirOwnRows) {
     const int owners = 220;  // 66,000 pairs, owner by owner
     const VelAssociationUpdate labels = Update("Labels");
     for (int j = 0; j < owners; ++j)
-        for (int i = 0; i < 300; ++i) labels.Insert(m_parts[i], "k" + std::to_string(i), m_parts[j]);
+        for (int i = 0; i < 300; ++i)
+            labels.Insert(m_parts[i], "k" + std::to_string(i), m_parts[j]);
     m_transaction->Commit();
     m_view.Publish();
     const VelViewUpdateEdition edition = Context().NewEdition(Snapshot(1), m_view);

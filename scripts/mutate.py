@@ -6,9 +6,10 @@ score per area and the faults no test noticed.  For everyday use, not for CI.
     python3 scripts/mutate.py                 # every fault
     python3 scripts/mutate.py --area views    # the faults of one area (repeatable)
     python3 scripts/mutate.py --match order   # faults whose description contains a text
-    python3 scripts/mutate.py --full          # also run every area's program on a survivor
+    python3 scripts/mutate.py --full          # every area's program, rebuilt and run on each fault
 
-The sources are always put back: each fault's original text is saved in the build folder with a
+Run it with the interpreter itself (/usr/bin/python3), not through a wrapper script that would
+take an interrupting signal in its place.  The sources are always put back: each fault's original text is saved in the build folder with a
 journal before the file is touched, restored in a `finally` (signals included), and a journal left
 by a killed run is replayed before anything else happens.  A restored file gets a fresh time stamp
 so that the next build compiles the original again.
@@ -217,7 +218,7 @@ def main():
     for signum in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
         signal.signal(signum, stop)
 
-    needed = sorted({a for f in faults for a in f.programs}, key=AREAS.index)
+    needed = AREAS if args.full else sorted({a for f in faults for a in f.programs}, key=AREAS.index)
     print(f"building the unchanged test programs: {' '.join(needed)}", flush=True)
     if not build(build_dir, needed, args.jobs) or test_areas(build_dir, needed, args.timeout):
         sys.exit("the unchanged sources must build and pass first")
@@ -232,7 +233,7 @@ def main():
                     problem = sources.apply(fault)
                     if problem:
                         status, detail = "not applied", problem
-                    elif not build(build_dir, fault.programs, args.jobs):
+                    elif not build(build_dir, needed if args.full else fault.programs, args.jobs):
                         status, detail = "no build", ""
                     else:
                         areas = fault.programs

@@ -326,6 +326,12 @@ TEST_F(VelCSetDeathTest, IDsMustNameTheirCSets) {
                           "known && \"the CSet ID names no CSet of its collection\"");
     ExpectValidateFailure(coll.StoredCSetID(coll.NumCSets()),
                           "stored && \"no CSet is stored at that index\"");
+    // One past the last CSet, in the form of a real identifier of the collection.
+    const VelDynamicID last = coll.StoredCSetID(coll.NumCSets() - 1).DynamicID();
+    const VelCSetID onePast(VelDynamicID(last.Category(), last.Context(), last.First(),
+                                         int32_t(0x80000000u | unsigned(coll.NumCSets()))));
+    ExpectValidateFailure(VelCSet{onePast},
+                          "known && \"the CSet ID names no CSet of its collection\"");
     ExpectValidateFailure(VelCSet(perm).Union(VelCSet(other.EmptyCSetID())),
                           "sameCollection && \"Union and Intersection need CSets of one "
                           "collection\"");

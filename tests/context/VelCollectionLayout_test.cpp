@@ -235,6 +235,11 @@ TEST_F(VelCollectionLayoutDeathTest, DamagedTablesAndAttributesAreRefusedAtFirst
          "knownDataset && \"index table entry of an unknown dataset\""},
         {"link outside", [](const RawFile&, std::vector<Record>& t) { t[3].linkedId = 99; },
          "linksInside && \"index table entry links outside the table\""},
+        // The sample has 5 CSets.
+        {"link one past", [](const RawFile&, std::vector<Record>& t) { t[3].linkedId = 5; },
+         "linksInside && \"index table entry links outside the table\""},
+        {"set one past", [](const RawFile&, std::vector<Record>& t) { t[3].indexSetIndex = 5; },
+         "linksInside && \"index table entry links outside the table\""},
         {"twin reads itself",
          [](const RawFile&, std::vector<Record>& t) { t[4].indexSetIndex = 4; },
          "twinReadsThis && \"permutation CSet without its ascending twin\""},

@@ -147,10 +147,11 @@ TEST(VelIndexSetTest, UnionAndIntersectionAgreeWithTheStandardAlgorithms) {
 
 TEST(VelIndexSetTest, BitVectorsConvertBothWays) {
     omi_BlkBitVect bits(300);
+    bits.Set(0);  // the first member is a member like any other
     bits.SetRange(10, 100);
     bits.Set(250);
     Set set(VelIndexSet::FromBitVector(bits));
-    EXPECT_EQ(set->Size(), 101);
+    EXPECT_EQ(set->Size(), 102);
     omi_BlkBitVect back;
     set->AsBitVector(back, 300);
     EXPECT_TRUE(back == bits);
@@ -174,6 +175,9 @@ TEST(VelIndexSetTest, DecodeRefusesWhatEncodeCannotProduce) {
         {{2, 4, 2, 0, 2}, "run index set of the wrong length"},
         {{2, 4, 2, 0, 2, 2, 2}, "runs not strictly ascending"},  // touching runs
         {{2, 4, 2, 0, 2, 9, 2}, "run outside the collection"},
+        {{2, 2, 1, 9, 2}, "run outside the collection"},        // 9, 10 in 10
+        {{2, 2, 2, 0, 2, 5, 0}, "run outside the collection"},  // an empty run
+        {{2, 1, 2, 0, 2, 5, -1}, "run outside the collection"},
         {{2, 5, 2, 0, 2, 4, 2}, "run lengths disagree with the count"},
         {{2, 4, 1073741824, 0, 2}, "run index set of the wrong length"},
         {{3, 3, 1, 2}, "member index set of the wrong length"},

@@ -25,6 +25,11 @@ TEST(OmiBlkBitVectTest, TraversalVisitsSetBitsInOrderAcrossBlocks) {
     EXPECT_EQ(seen.back(), 199);
     EXPECT_EQ(bits.Count(), 70);
     EXPECT_EQ(bits.NextSet(200), -1);
+    // A size that fills its last block: nothing lies at or past the end.
+    omi_BlkBitVect full(128);
+    full.SetRange(0, 128);
+    EXPECT_EQ(full.NextSet(127), 127);
+    EXPECT_EQ(full.NextSet(128), -1);
 }
 
 TEST(OmiSwapperTest, BigEndianRoundTripsAndInPlaceSwap) {
@@ -37,10 +42,11 @@ TEST(OmiSwapperTest, BigEndianRoundTripsAndInPlaceSwap) {
     EXPECT_EQ(bytes[0], 1);
     EXPECT_EQ(bytes[7], 8);
     EXPECT_EQ(omi_Swapper::GetBigEndian64(bytes), 0x0102030405060708ull);
-    uint32_t values[2] = {0x11223344u, 0xAABBCCDDu};
+    uint32_t values[3] = {0x11223344u, 0xAABBCCDDu, 0x01020304u};
     omi_Swapper::SwapInPlace(values, 4, 2);
     EXPECT_EQ(values[0], 0x44332211u);
     EXPECT_EQ(values[1], 0xDDCCBBAAu);
+    EXPECT_EQ(values[2], 0x01020304u) << "only `count` values are swapped";
 }
 
 TEST(PlatformTextTest, TranslateAppendsAndStringsCompareAsUnsignedBytes) {

@@ -72,9 +72,9 @@ void WriteEveryKind(const std::string& path, int steps) {
     }
     out.AddNodeSet("clamped", {7, 3, 11, 0});
     out.AddNodeSet("empty", std::vector<int>());
-    out.AddElementSet("bricks", "block hex8", {1, 0});
+    out.AddElementSet("bricks", "block vertex", {1, 0});
     VelResultsField u = out.AddNodalField("displacement", {"ux", "uy", "uz"}, "mm");
-    VelResultsField s = out.AddElementField("stress", "block hex8", {"sxx", "syy"}, "MPa");
+    VelResultsField s = out.AddElementField("stress", "block vertex", {"sxx", "syy"}, "MPa");
     for (int k = 0; k < steps; ++k) {
         const int step = out.AddStep(0.5 * k);
         EXPECT_EQ(step, k);
@@ -111,7 +111,7 @@ TEST_F(VelResultsTest, EveryKindOfObjectReadsBackByName) {
     EXPECT_EQ(in.NodeSet("clamped"), (std::vector<int>{7, 3, 11, 0}));
     EXPECT_TRUE(in.NodeSet("empty").empty());
     EXPECT_EQ(in.ElementSetNames(), std::vector<std::string>{"bricks"});
-    EXPECT_EQ(in.ElementSet("bricks").block, "block hex8");
+    EXPECT_EQ(in.ElementSet("bricks").block, "block vertex");
     EXPECT_EQ(in.ElementSet("bricks").ids, (std::vector<int>{1, 0}));
 
     EXPECT_EQ(in.FieldNames(), (std::vector<std::string>{"displacement", "stress"}));
@@ -122,9 +122,9 @@ TEST_F(VelResultsTest, EveryKindOfObjectReadsBackByName) {
     EXPECT_EQ(u.Units(), "mm");
     const VelResultsField s = in.Field("stress");
     EXPECT_EQ(s.Location(), VelResultsLocation::Element);
-    EXPECT_EQ(s.Block(), "block hex8");
+    EXPECT_EQ(s.Block(), "block vertex");
     EXPECT_EQ(s.ComponentNames(), (std::vector<std::string>{"sxx", "syy"}));
-    EXPECT_EQ(s.EntityCount(), blocks[15].count);
+    EXPECT_EQ(s.EntityCount(), blocks[0].count);
 
     std::vector<double> values;
     for (int step = 0; step < 4; ++step) {
@@ -349,6 +349,10 @@ TEST_F(VelResultsDeathTest, AWriterRefusesWhatCannotBeStored) {
     ExpectValidateFailure(out.AddElementBlock("t", VelCellType::Tri3, 1, 4, tri),
                           "VelResultsWriter::AddElementBlock: block \"t\": a tri3 element has 3 "
                           "nodes, not 4");
+    const int first[] = {0, 1, 2};
+    out.AddElementBlock("t", VelCellType::Tri3, 1, 3, first);
+    ExpectValidateFailure(out.AddElementSet("e", "t", {0, 0}),
+                          "VelResultsWriter::AddElementSet: set \"e\": member 0 is given twice");
     ExpectValidateFailure(out.AddNodeSet("a", {1, 2, 1}),
                           "VelResultsWriter::AddNodeSet: set \"a\": member 1 is given twice");
     ExpectValidateFailure(out.AddNodeSet("a", {-1}),

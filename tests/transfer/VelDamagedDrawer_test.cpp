@@ -226,6 +226,22 @@ TEST_F(VelDamagedDrawerDeathTest, DamagedSparseDrawersAreRefusedAtFirstUse) {
              H5Dclose(ds);
          },
          "the stored row starts do not rise from 0 to 4"},
+        {"row starts falling at the last row",
+         [](Place& p) {
+             const hid_t ds = H5Dopen2(p.file, p.index.c_str(), H5P_DEFAULT);
+             const int ints[15] = {0, 1, 2, 0, 0, 1, 2, 3, 4, 4, 4, 4, 4, 5, 4};
+             H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, ints);
+             H5Dclose(ds);
+         },
+         "the stored row starts do not rise from 0 to 4"},
+        {"last row start short of the nonzeros",
+         [](Place& p) {
+             const hid_t ds = H5Dopen2(p.file, p.index.c_str(), H5P_DEFAULT);
+             const int ints[15] = {0, 1, 2, 0, 0, 1, 2, 3, 3, 3, 3, 3, 3, 3, 3};
+             H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, ints);
+             H5Dclose(ds);
+         },
+         "the stored row starts do not rise from 0 to 4"},
         // A count that would size a buffer of gigabytes is refused before any buffer is made.
         {"nonzeros past any buffer", Int(0, INT_MAX / 2),
          "a sparse drawer too large for one transfer"},

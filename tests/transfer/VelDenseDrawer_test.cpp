@@ -166,6 +166,16 @@ TEST_F(VelDenseDrawerTest, TheNewestDrawerHoldingAValueIsReadAndEveryHolderIsWri
     VelTransfer older{VelDistributionRef(d)};
     older.SetRead().SetDrawer(low).SetDimOrdinalRange(0, m_nodes, 0, 5).SetDim(1, All(m_comps));
     EXPECT_EQ(TestGet<double>(older), Field(Span(0, 5), Span(0, 2), 0.25));
+
+    // Through one chosen drawer: only that drawer changes, and the newer one keeps its values.
+    VelTransfer chosen{VelDistributionRef(d)};
+    chosen.SetWrite().SetDrawer(low).SetDimOrdinalRange(0, m_nodes, 0, 5).SetDim(1, All(m_comps));
+    TestPut(chosen, Field(Span(0, 5), Span(0, 2), 0.125));
+    VelTransfer again{VelDistributionRef(d)};
+    again.SetRead().SetDrawer(low).SetDimOrdinalRange(0, m_nodes, 0, 5).SetDim(1, All(m_comps));
+    EXPECT_EQ(TestGet<double>(again), Field(Span(0, 5), Span(0, 2), 0.125));
+    EXPECT_EQ(ReadAll<double>(d, nodes.CreateCSetStrided(4, 1, 6, 1), All(m_comps)),
+              Field(Span(4, 9), Span(0, 2), 0.25));
 }
 
 TEST_F(VelDenseDrawerTest, NewDomainIsMadeIgnoredOrRefusedAndOldValuesKeptWhenAsked) {

@@ -195,6 +195,17 @@ TEST_F(VelSparseDrawerTest, ArraysOrViewsThatDoNotFitTheDrawerAreRefusedDeathTes
     descending.SetSerialization(Serialization(false));
     ExpectValidateFailure(Run(descending, broken, true),
                           "!\"bufSparseMap must rise from 0 to the number of nonzeros\"");
+    Csr<float> shortLast = Matrix<float>(false, 1.0f);
+    shortLast.starts.back() = 9;  // rising, but one short of the 10 nonzeros
+    Csr<float> fallsLast = Matrix<float>(false, 1.0f);
+    fallsLast.starts[fallsLast.starts.size() - 2] = 11;  // ends at 10, after 11
+    VelTransfer endsShort{VelDistributionRef(d)};
+    endsShort.SetMakeNewDrawer().SetSparseNNonzero(10).SetDims(All(m_rows), All(m_cols));
+    endsShort.SetSerialization(Serialization(false));
+    ExpectValidateFailure(Run(endsShort, shortLast, true),
+                          "!\"bufSparseMap must rise from 0 to the number of nonzeros\"");
+    ExpectValidateFailure(Run(endsShort, fallsLast, true),
+                          "!\"bufSparseMap must rise from 0 to the number of nonzeros\"");
 
     MakeMatrix(d, false, Matrix<float>(false, 1.0f));
     VelTransfer asSymmetric{VelDistributionRef(d)};

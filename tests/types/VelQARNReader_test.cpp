@@ -144,8 +144,11 @@ TEST_F(VelQARNReaderTest, DocumentationIsSkippedUpToTheFirstEndTag) {
     // qarn may appear anywhere, and a document without a form adds nothing.
     Parse("<qarn><qarn/></qarn>");
     EXPECT_EQ(Manager().FormCount(), 0);
-    Parse(InRecord("<qarn/><documentation type=\"x\"><int/></documentation><int name=\"i\"/>"));
+    // End tags in the prose are prose too: none of them closes the record or a member.
+    Parse(InRecord(R"(<qarn/><documentation type="x"><int/><symconst name="s"></symconst>
+                      <datarecord name="D"></datarecord></documentation><int name="i"/>)"));
     EXPECT_EQ(Record("F", 0).MemberCount(), 1);
+    EXPECT_EQ(Manager().GetForm("F").TypeCount(), 1);
 }
 
 TEST_F(VelQARNReaderDeathTest, DocumentationNestingIsNotCounted) {

@@ -212,6 +212,12 @@ TEST_F(VelAssociationDeathTest, SelectionsReadBackAfterReopen) {
                           "pairs.Type().Member(1 - whichMember).Option() == VelRecTypeStringKey && "
                           "\"A selection map needs the other member to be keyed by string\"");
 
+    // Identifiers order with the null one first; two null ones are equal.
+    const VelAssociationID none, named = read.AssociationID(TypeOf("Labels"));
+    EXPECT_EQ(none.Compare(VelAssociationID()), 0);
+    EXPECT_LT(none.Compare(named), 0);
+    EXPECT_GT(named.Compare(none), 0);
+
     const VelAssociation distributions = read.Association(read.AssociationID(TypeOf("Results")));
     const VelSelectionSet values(distributions, 0, Here(p));
     ASSERT_EQ(values.Count(), 2);
@@ -281,6 +287,37 @@ TEST_F(VelAssociationDeathTest, ParticipantsReachEveryPair) {
     ASSERT_EQ(seconds.Size(), 2);
     EXPECT_EQ(seconds[0].First(), 9);
     EXPECT_EQ(seconds[1].First(), 3);
+}
+
+// More pairs than one read or copy of the stored table takes (65,536 rows): every owner's labels
+// come back from their own rows after a reopen, and after an edition copied the table to add one.
+TEST_F(VelAssociationTest, PairsBeyondOneReadPieceReadBackFromTheirOwnRows) {
+    while (m_parts.size() < 300) m_parts.push_back(NewPart(static_cast<int>(m_parts.size())));
+    const int owners = 220;  // 66,000 pairs, owner by owner
+    const VelAssociationUpdate labels = Update("Labels");
+    for (int j = 0; j < owners; ++j)
+        for (int i = 0; i < 300; ++i)
+            labels.Insert(m_parts[i], "k" + std::to_string(i), m_parts[j]);
+    m_transaction->Commit();
+    m_view.Publish();
+    const VelViewUpdateEdition edition = Context().NewEdition(Snapshot(1), m_view);
+    {
+        VelTransactionEdit t(edition);
+        t.UpdateAssociation(edition.AssociationID(TypeOf("Labels")))
+            .Insert(m_parts[299], "extra", m_parts[owners]);
+        t.Commit();
+    }
+    edition.Publish();
+    Reopen();
+    const VelViewRead read = Context().View(Snapshot(1));
+    ASSERT_EQ(read.Edition(), 1);
+    const VelAssociation stored = read.Association(read.AssociationID(TypeOf("Labels")));
+    EXPECT_EQ(VelSelectionMap(stored, 1, Here(m_parts[owners])).Get("extra"), Here(m_parts[299]));
+    for (int j : {0, 217, 218, owners - 1}) {
+        const VelSelectionMap map(stored, 1, Here(m_parts[j]));
+        EXPECT_EQ(map.Count(), 300) << j;
+        EXPECT_EQ(map.Get("k299"), Here(m_parts[299])) << j;
+    }
 }
 
 TEST_F(VelAssociationTest, ModifyAssociationReplacesTheStoredPairs) {

@@ -59,6 +59,18 @@ public:
     void Put(size_t row, const std::string& member, int width, int64_t value) {
         for (int i = width - 1; i >= 0; --i, value >>= 8) At(row, member)[i] = value & 0xFF;
     }
+    // One member of every row as HDF5 converts it from the declared file type: what an
+    // independent reader sees.
+    template <class T>
+    std::vector<T> Converted(const char* member, hid_t native) const {
+        const hid_t memory = H5Tcreate(H5T_COMPOUND, sizeof(T));
+        H5Tinsert(memory, member, 0, native);
+        std::vector<T> values(m_rows);
+        EXPECT_GE(H5Dread(m_dataset, memory, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data()), 0);
+        H5Tclose(memory);
+        return values;
+    }
+    hid_t Type() const { return m_type; }
     template <class T>
     T& Native(size_t row, const std::string& member) {
         return *reinterpret_cast<T*>(At(row, member));
@@ -111,6 +123,23 @@ void WriteInt64s(hid_t file, const char* object, const char* attribute,
         hid_t id = H5Dopen2(file, object, H5P_DEFAULT);
         EXPECT_GE(H5Dwrite(id, H5T_NATIVE_INT64, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data()), 0);
         H5Dclose(id);
+    }
+}
+
+// Every number of a record table is declared big-endian, nested members included: the bytes
+// are written big-endian, so any other declared order misleads every other reader.
+void ExpectBigEndian(hid_t type, const std::string& where) {
+    const H5T_class_t kind = H5Tget_class(type);
+    if (kind == H5T_COMPOUND) {
+        for (unsigned k = 0; k < unsigned(H5Tget_nmembers(type)); ++k) {
+            const hid_t member = H5Tget_member_type(type, k);
+            char* name = H5Tget_member_name(type, k);
+            ExpectBigEndian(member, where + "." + name);
+            H5free_memory(name);
+            H5Tclose(member);
+        }
+    } else if (kind == H5T_INTEGER || kind == H5T_FLOAT) {
+        EXPECT_EQ(H5Tget_order(type), H5T_ORDER_BE) << where;
     }
 }
 
@@ -208,6 +237,15 @@ TEST_F(VelRecordStoreTest, TheLayoutReadsBackThroughTheCApi) {
         EXPECT_EQ(table.Get(1, "serial", 8), m_parts[1].First());
         EXPECT_EQ(table.Get(1, "i", 4), 101);
         EXPECT_EQ(table.Get(0, "o", 4), 7);
+        EXPECT_EQ(table.Converted<int64_t>("serial", H5T_NATIVE_INT64)[1], m_parts[1].First());
+        EXPECT_EQ(table.Converted<int32_t>("i", H5T_NATIVE_INT32)[1], 101);
+        EXPECT_EQ(table.Converted<int64_t>("l", H5T_NATIVE_INT64)[0], -5);
+        EXPECT_EQ(table.Converted<double>("d", H5T_NATIVE_DOUBLE)[0], 2.25);
+        for (size_t row = 0; row < slots.Rows(); ++row) {
+            if (slots.Native<int64_t>(row, "rows") == 0) continue;
+            RawTable any(file, slots.Native<hobj_ref_t>(row, "table"));
+            ExpectBigEndian(any.Type(), "slot " + std::to_string(row));
+        }
 
         // The string reference of "second" leads to its bytes in the string table.
         const int64_t reference = table.Get(1, "t", 4);

@@ -17,7 +17,7 @@
 #include <iostream>
 #include <string>
 
-#include "VelDumpInspector.h"
+#include "VelDumpScanner.h"
 #include "VelDumpValue.h"
 
 namespace {
@@ -142,17 +142,17 @@ int Dump(const Options& options, VelDumpValue& out) {
     bool hasResults = false;
     bool found = true;
     {
-        const VelDumpInspector inspector(id, options.values);
-        hasResults = inspector.HasResults();
+        const VelDumpScanner scanner(id, options.values);
+        hasResults = scanner.HasResults();
         if (options.object.empty()) {
             out.Add("file", BaseName(options.file));
-            out.Add("signature", inspector.Signature(options.file));
-            out.Add("collections", inspector.Collections());
-            out.Add("distributions", inspector.Distributions());
-            out.Add("DSets", inspector.DSets());
-            out.Add("views", inspector.Views());
+            out.Add("signature", scanner.Signature(options.file));
+            out.Add("collections", scanner.Collections());
+            out.Add("distributions", scanner.Distributions());
+            out.Add("DSets", scanner.DSets());
+            out.Add("views", scanner.Views());
         } else if (options.object != "results") {
-            found = inspector.Object(options.object, out);
+            found = scanner.Object(options.object, out);
         }
     }
     context.Close();

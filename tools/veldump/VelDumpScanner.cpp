@@ -1,4 +1,4 @@
-#include "VelDumpInspector.h"
+#include "VelDumpScanner.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -74,30 +74,30 @@ std::vector<std::vector<int>> MembersOf(const VelOCompartment& compartment) {
 }
 }  // namespace
 
-VelDumpInspector::VelDumpInspector(const VelContextID& context, bool withValues)
+VelDumpScanner::VelDumpScanner(const VelContextID& context, bool withValues)
     : m_ref(context), m_withValues(withValues) {}
 
-std::string VelDumpInspector::NameOf(const VelCollectionID& id) {
+std::string VelDumpScanner::NameOf(const VelCollectionID& id) {
     return "c" + std::to_string(id.Minor().Value() & kSerialBits);
 }
 
-std::string VelDumpInspector::NameOf(const VelCSetID& id) {
+std::string VelDumpScanner::NameOf(const VelCSetID& id) {
     return NameOf(id.CollectionID()) + "/" + std::to_string(id.Index());
 }
 
-std::string VelDumpInspector::NameOf(const VelDistributionID& id) {
+std::string VelDumpScanner::NameOf(const VelDistributionID& id) {
     return "d" + std::to_string(id.Minor().Value());
 }
 
-std::string VelDumpInspector::NameOf(const VelDrawerID& id) {
+std::string VelDumpScanner::NameOf(const VelDrawerID& id) {
     return NameOf(id.DistributionID()) + "/" + std::to_string(id.Minor().Value());
 }
 
-std::string VelDumpInspector::NameOf(const VelDSetID& id) {
+std::string VelDumpScanner::NameOf(const VelDSetID& id) {
     return "s" + std::to_string(id.Minor().Value());
 }
 
-VelDumpValue VelDumpInspector::Signature(const std::string& path) const {
+VelDumpValue VelDumpScanner::Signature(const std::string& path) const {
     VelVersion version;
     VelDumpValue out = VelDumpValue::MakeObject();
     if (!version.Create(path.c_str())) return out;
@@ -110,18 +110,18 @@ VelDumpValue VelDumpInspector::Signature(const std::string& path) const {
     return out;
 }
 
-VelCSetID VelDumpInspector::CSetAt(const VelCollectionID& collection, int index) const {
+VelCSetID VelDumpScanner::CSetAt(const VelCollectionID& collection, int index) const {
     return VelCollectionRef(collection).StoredCSetID(index);
 }
 
-VelDumpValue VelDumpInspector::Collections() const {
+VelDumpValue VelDumpScanner::Collections() const {
     VelDumpValue out = VelDumpValue::MakeArray();
     const VelArray<VelCollectionID> ids = m_ref.Collections();
     for (int i = 0; i < ids.Size(); ++i) out.Push(Collection(ids[i]));
     return out;
 }
 
-VelDumpValue VelDumpInspector::Collection(const VelCollectionID& id) const {
+VelDumpValue VelDumpScanner::Collection(const VelCollectionID& id) const {
     const VelCollectionRef collection(id);
     VelDumpValue out = VelDumpValue::MakeObject();
     out.Add("collection", NameOf(id));
@@ -134,7 +134,7 @@ VelDumpValue VelDumpInspector::Collection(const VelCollectionID& id) const {
 
 // The ascending twin of a permutation CSet is a CSet of its own: by the twin's index, the
 // permutation it belongs to.
-std::map<int, VelCSetID> VelDumpInspector::PermutationsOfTwins(const VelCollectionID& id) const {
+std::map<int, VelCSetID> VelDumpScanner::PermutationsOfTwins(const VelCollectionID& id) const {
     std::map<int, VelCSetID> twins;
     for (int i = 0; i < VelCollectionRef(id).NumCSets(); ++i) {
         const VelCSet cset(CSetAt(id, i));
@@ -143,8 +143,8 @@ std::map<int, VelCSetID> VelDumpInspector::PermutationsOfTwins(const VelCollecti
     return twins;
 }
 
-VelDumpValue VelDumpInspector::CSet(const VelCSetID& id,
-                                    const std::map<int, VelCSetID>& twins) const {
+VelDumpValue VelDumpScanner::CSet(const VelCSetID& id,
+                                  const std::map<int, VelCSetID>& twins) const {
     const VelCSet cset(id);
     VelDumpValue out = VelDumpValue::MakeObject();
     out.Add("CSet", NameOf(id));
@@ -162,14 +162,14 @@ VelDumpValue VelDumpInspector::CSet(const VelCSetID& id,
     return out;
 }
 
-VelDumpValue VelDumpInspector::Distributions() const {
+VelDumpValue VelDumpScanner::Distributions() const {
     VelDumpValue out = VelDumpValue::MakeArray();
     const VelArray<VelDistributionID> ids = m_ref.Distributions();
     for (int i = 0; i < ids.Size(); ++i) out.Push(Distribution(ids[i]));
     return out;
 }
 
-VelDumpValue VelDumpInspector::Distribution(const VelDistributionID& id) const {
+VelDumpValue VelDumpScanner::Distribution(const VelDistributionID& id) const {
     const VelDistributionRef distribution(id);
     VelDumpValue out = VelDumpValue::MakeObject();
     out.Add("distribution", NameOf(id));
@@ -185,7 +185,7 @@ VelDumpValue VelDumpInspector::Distribution(const VelDistributionID& id) const {
     return out;
 }
 
-VelDumpValue VelDumpInspector::Drawer(const VelDrawerID& id) const {
+VelDumpValue VelDumpScanner::Drawer(const VelDrawerID& id) const {
     const VelDrawerRef ref(id);
     const VelDrawerDescription drawer = ref.Description();
     VelDumpValue out = VelDumpValue::MakeObject();
@@ -214,7 +214,7 @@ VelDumpValue VelDumpInspector::Drawer(const VelDrawerID& id) const {
 
 // One row per combination of the leading dimensions' members, "at" those members, holding the
 // values along the last dimension.
-VelDumpValue VelDumpInspector::StandardValues(const VelDrawerDescription& drawer) const {
+VelDumpValue VelDumpScanner::StandardValues(const VelDrawerDescription& drawer) const {
     const VelDistributionRef distribution(drawer.ID().DistributionID());
     VelTransfer transfer(distribution);
     transfer.SetRead().SetBufferPadding(false).SetDrawer(drawer.ID()).SetDims(drawer.Compartment());
@@ -246,7 +246,7 @@ VelDumpValue VelDumpInspector::StandardValues(const VelDrawerDescription& drawer
 // One row per member of the rows' CSet: the diagonal (symmetric drawers), then the column
 // indices and the values of the row's nonzeros.  Column indices are printed as stored: the
 // library keeps what the writer gave without interpreting it.
-VelDumpValue VelDumpInspector::SparseValues(const VelDrawerDescription& drawer) const {
+VelDumpValue VelDumpScanner::SparseValues(const VelDrawerDescription& drawer) const {
     const VelDistributionRef distribution(drawer.ID().DistributionID());
     VelSerializationType serialization;
     if (drawer.IsSymmetric())
@@ -284,14 +284,14 @@ VelDumpValue VelDumpInspector::SparseValues(const VelDrawerDescription& drawer) 
     return out;
 }
 
-VelDumpValue VelDumpInspector::DSets() const {
+VelDumpValue VelDumpScanner::DSets() const {
     VelDumpValue out = VelDumpValue::MakeArray();
     const VelArray<VelDSetID> ids = m_ref.DSets();
     for (int i = 0; i < ids.Size(); ++i) out.Push(DSet(ids[i]));
     return out;
 }
 
-VelDumpValue VelDumpInspector::DSet(const VelDSetID& id) const {
+VelDumpValue VelDumpScanner::DSet(const VelDSetID& id) const {
     const VelCtation ctation = m_ref.DSetRep(id);
     VelDumpValue out = VelDumpValue::MakeObject();
     out.Add("DSet", NameOf(id));
@@ -315,7 +315,7 @@ std::vector<VelViewTypeEntry> RegisteredTypes(const VelView& view, int category)
 }
 }  // namespace
 
-VelDumpValue VelDumpInspector::Views() const {
+VelDumpValue VelDumpScanner::Views() const {
     VelDumpValue out = VelDumpValue::MakeArray();
     const VelArray<VelViewEntry> entries = m_ref.ViewEntries();
     for (int i = 0; i < entries.Size(); ++i) out.Push(View(entries[i]));
@@ -324,7 +324,7 @@ VelDumpValue VelDumpInspector::Views() const {
 
 // Readers see the latest published edition of a form and level; that edition is described in
 // full, earlier or unpublished ones by name.
-VelDumpValue VelDumpInspector::View(const VelViewEntry& listed) const {
+VelDumpValue VelDumpScanner::View(const VelViewEntry& listed) const {
     VelDumpValue out = VelDumpValue::MakeObject();
     out.Add("view", Text(listed.Name()));
     out.Add("form", Text(listed.FormName()));
@@ -361,7 +361,7 @@ VelDumpValue VelDumpInspector::View(const VelViewEntry& listed) const {
     return out;
 }
 
-VelDumpValue VelDumpInspector::Records(const VelView& view, const VelTypeID& type) const {
+VelDumpValue VelDumpScanner::Records(const VelView& view, const VelTypeID& type) const {
     VelDumpValue out = VelDumpValue::MakeArray();
     const VelArray<VelDynamicID> ids = view.DataRecordIDs(type);
     for (int i = 0; i < ids.Size(); ++i) {
@@ -429,7 +429,7 @@ VelDumpValue VelDumpInspector::Records(const VelView& view, const VelTypeID& typ
 }
 
 // The pairs grouped by first participant, in the order of each one's first pair.
-VelDumpValue VelDumpInspector::Pairs(const VelView& view, const VelAssociation& association) const {
+VelDumpValue VelDumpScanner::Pairs(const VelView& view, const VelAssociation& association) const {
     VelDumpValue out = VelDumpValue::MakeArray();
     const VelArray<VelDynamicID> firsts = association.Participants(0);
     for (int f = 0; f < firsts.Size(); ++f) {
@@ -443,7 +443,7 @@ VelDumpValue VelDumpInspector::Pairs(const VelView& view, const VelAssociation& 
     return out;
 }
 
-std::string VelDumpInspector::ParticipantName(const VelView& view, const VelDynamicID& id) const {
+std::string VelDumpScanner::ParticipantName(const VelView& view, const VelDynamicID& id) const {
     if (id == view.FocusID()) return "focus";
     const std::string first = std::to_string(id.First());
     switch (id.Category()) {
@@ -465,13 +465,13 @@ std::string VelDumpInspector::ParticipantName(const VelView& view, const VelDyna
     }
 }
 
-bool VelDumpInspector::HasResults() const {
+bool VelDumpScanner::HasResults() const {
     return m_ref.HasView("VelResults", 1);
 }
 
 // Found by comparing the name with the names of the file's objects, so a name is never parsed
 // into an identifier the file does not hold.
-bool VelDumpInspector::Object(const std::string& name, VelDumpValue& out) const {
+bool VelDumpScanner::Object(const std::string& name, VelDumpValue& out) const {
     const size_t slash = name.find('/');
     const std::string head = name.substr(0, slash);
     const std::string tail = slash == std::string::npos ? "" : name.substr(slash + 1);

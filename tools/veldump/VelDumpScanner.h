@@ -1,5 +1,5 @@
-#ifndef VEL_TOOLS_VELDUMP_VELDUMPINSPECTOR_H
-#define VEL_TOOLS_VELDUMP_VELDUMPINSPECTOR_H
+#ifndef VEL_TOOLS_VELDUMP_VELDUMPSCANNER_H
+#define VEL_TOOLS_VELDUMP_VELDUMPSCANNER_H
 
 #include <vel/vel.h>
 
@@ -13,10 +13,10 @@
 // Objects are named the way veldump prints and accepts them: "c3" a collection (its serial
 // number), "c3/5" the CSet of index 5 in it, "d2" a distribution, "d2/0" its drawer 0, "s1" a
 // DSet, a view by its name ("Analysis-1-0"), and "results" the results layer.
-class VelDumpInspector {
+class VelDumpScanner {
 public:
     // `withValues`: drawers' values, CSets' members, records' members and association pairs.
-    VelDumpInspector(const VelContextID& context, bool withValues);
+    VelDumpScanner(const VelContextID& context, bool withValues);
 
     VelDumpValue Signature(const std::string& path) const;
     VelDumpValue Collections() const;

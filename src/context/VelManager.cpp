@@ -50,25 +50,33 @@ VelManager& VelManager::Running() {
 }
 
 #ifdef VEL_PARALLEL
-VelContextID VelManager::CreateContextParallel(const char* fileName, hdf_File::CreateFlags flags,
-                                               int schemaVersion, MPI_Comm comm) {
-    VelManager& manager = Running();
+namespace {
+
+// The ranks of `comm` agree that each opens or creates the same file the same way.
+std::unique_ptr<VelCollective> AgreedOnFile(MPI_Comm comm, const char* call, const char* fileName,
+                                            int flags, int schemaVersion) {
     VelVALIDATE(fileName);
     std::unique_ptr<VelCollective> collective = VelMakeCollective(comm);
     collective->Agree(
-        "VelManager::CreateContextParallel",
-        {flags, schemaVersion, static_cast<int64_t>(std::hash<std::string>()(fileName))});
+        call, {flags, schemaVersion, static_cast<int64_t>(std::hash<std::string>()(fileName))});
+    return collective;
+}
+
+}  // namespace
+
+VelContextID VelManager::CreateContextParallel(const char* fileName, hdf_File::CreateFlags flags,
+                                               int schemaVersion, MPI_Comm comm) {
+    VelManager& manager = Running();
+    std::unique_ptr<VelCollective> collective =
+        AgreedOnFile(comm, "VelManager::CreateContextParallel", fileName, flags, schemaVersion);
     return manager.Create(fileName, flags, schemaVersion, false, std::move(collective));
 }
 
 VelContextID VelManager::OpenContextParallel(const char* fileName, hdf_File::OpenFlags flags,
                                              int schemaVersion, MPI_Comm comm) {
     VelManager& manager = Running();
-    VelVALIDATE(fileName);
-    std::unique_ptr<VelCollective> collective = VelMakeCollective(comm);
-    collective->Agree(
-        "VelManager::OpenContextParallel",
-        {flags, schemaVersion, static_cast<int64_t>(std::hash<std::string>()(fileName))});
+    std::unique_ptr<VelCollective> collective =
+        AgreedOnFile(comm, "VelManager::OpenContextParallel", fileName, flags, schemaVersion);
     return manager.Open(fileName, flags, schemaVersion, std::move(collective));
 }
 

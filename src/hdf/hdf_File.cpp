@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "hdf/hdf_FileAccess.h"
 #include "hdf/hdf_Here.h"
 #include "hdf/hdf_Journal.h"
 
@@ -261,21 +262,11 @@ hdf_PropListFileAccess ParallelAccess(MPI_Comm comm) {
     const hid_t id = access.ID();
     if (H5Pset_fapl_mpio(id, comm, MPI_INFO_NULL) < 0) throw hdf_Exception(HDF_HERE, true);
     if (H5Pset_coll_metadata_write(id, 1) < 0) throw hdf_Exception(HDF_HERE, true);
-    H5AC_cache_config_t config;
-    config.version = H5AC__CURR_CACHE_CONFIG_VERSION;
-    if (H5Pget_mdc_config(id, &config) < 0) throw hdf_Exception(HDF_HERE, true);
-    config.set_initial_size = 1;
-    config.initial_size = kParallelCacheBytes;
-    config.min_size = kParallelCacheBytes;
-    config.max_size = kParallelCacheBytes;
+    H5AC_cache_config_t config = hdf_FixMetadataCache(id, kParallelCacheBytes);
     config.min_clean_fraction = 0.01;
-    config.incr_mode = H5C_incr__off;
-    config.flash_incr_mode = H5C_flash_incr__off;
-    config.decr_mode = H5C_decr__off;
     config.dirty_bytes_threshold = kParallelCacheBytes / 4;
     if (H5Pset_mdc_config(id, &config) < 0) throw hdf_Exception(HDF_HERE, true);
-    // The placement of the serial files: objects of 64 KiB and more at multiples of 512 bytes.
-    if (H5Pset_alignment(id, hsize_t{64} << 10, 512) < 0) throw hdf_Exception(HDF_HERE, true);
+    hdf_AlignBulkData(id);
     return access;
 }
 

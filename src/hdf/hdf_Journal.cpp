@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "hdf/hdf_FileAccess.h"
 #include "hdf/hdf_Here.h"
 #include "vel/hdf/hdf_Exception.h"
 
@@ -42,9 +43,6 @@ constexpr size_t kCopyBlock = 1 << 20;
 constexpr size_t kCallBytes = size_t(1) << 30;
 // The metadata cache of a journaled file.
 constexpr size_t kCacheBytes = 256 << 10;
-// Allocations of at least kAlignedFrom bytes start at a multiple of kAlignment.
-constexpr hsize_t kAlignedFrom = 64 << 10;
-constexpr hsize_t kAlignment = 512;
 
 struct Trailer {
     uint64_t count = 0;
@@ -714,25 +712,13 @@ State* Find(hid_t object) {
 
 void hdf_Journal::Use(hid_t access) {
     if (H5Pset_driver(access, DriverID(), nullptr) < 0) throw hdf_Exception(HDF_HERE, true);
-    H5AC_cache_config_t config;
-    config.version = H5AC__CURR_CACHE_CONFIG_VERSION;
-    if (H5Pget_mdc_config(access, &config) < 0) throw hdf_Exception(HDF_HERE, true);
-    config.set_initial_size = 1;
-    config.initial_size = kCacheBytes;
-    config.min_size = kCacheBytes;
-    config.max_size = kCacheBytes;
-    config.incr_mode = H5C_incr__off;
-    config.flash_incr_mode = H5C_flash_incr__off;
-    config.decr_mode = H5C_decr__off;
-    if (H5Pset_mdc_config(access, &config) < 0) throw hdf_Exception(HDF_HERE, true);
+    hdf_FixMetadataCache(access, kCacheBytes);
 #ifndef H5_HAVE_PARALLEL
     // A parallel HDF5 refuses eviction on close for every file, serial ones too: there the
     // fixed size alone bounds the entries a flush visits.
     if (H5Pset_evict_on_close(access, 1) < 0) throw hdf_Exception(HDF_HERE, true);
 #endif
-    // Bulk data starts on a page: copying a drawer out of the page cache is fastest from an
-    // aligned address.  Small objects stay packed.
-    if (H5Pset_alignment(access, kAlignedFrom, kAlignment) < 0) throw hdf_Exception(HDF_HERE, true);
+    hdf_AlignBulkData(access);
 }
 
 bool hdf_Journal::IsJournaled(hid_t file) {

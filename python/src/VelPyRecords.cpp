@@ -40,50 +40,34 @@ const char* EntityKindName(int kind) {
     }
 }
 
+// Member `i` of `record` through one of its typed getters.
+template <class T>
+T Get(const VelDataRecord& record, int i, void (VelDataRecord::*getter)(int, T&) const) {
+    T value{};
+    (record.*getter)(i, value);
+    return value;
+}
+
 py::object MemberValue(const VelDataRecord& record, int i) {
     switch (record.MemberCategory(i)) {
-        case VelRecTypeCategoryBoolean: {
-            bool v = false;
-            record.GetBool(i, v);
-            return py::bool_(v);
-        }
-        case VelRecTypeCategoryChar: {
-            unsigned char v = 0;
-            record.GetOctet(i, v);
-            return py::int_(v);
-        }
-        case VelRecTypeCategoryShort: {
-            short v = 0;
-            record.GetShort(i, v);
-            return py::int_(v);
-        }
-        case VelRecTypeCategoryInteger: {
-            int v = 0;
-            record.GetInt(i, v);
-            return py::int_(v);
-        }
-        case VelRecTypeCategoryInt64: {
-            int64_t v = 0;
-            record.GetInt64(i, v);
-            return py::int_(v);
-        }
-        case VelRecTypeCategoryFloat: {
-            float v = 0;
-            record.GetFloat(i, v);
-            return py::float_(v);
-        }
-        case VelRecTypeCategoryDouble: {
-            double v = 0;
-            record.GetDouble(i, v);
-            return py::float_(v);
-        }
+        case VelRecTypeCategoryBoolean:
+            return py::bool_(Get(record, i, &VelDataRecord::GetBool));
+        case VelRecTypeCategoryChar:
+            return py::int_(Get(record, i, &VelDataRecord::GetOctet));
+        case VelRecTypeCategoryShort:
+            return py::int_(Get(record, i, &VelDataRecord::GetShort));
+        case VelRecTypeCategoryInteger:
+            return py::int_(Get(record, i, &VelDataRecord::GetInt));
+        case VelRecTypeCategoryInt64:
+            return py::int_(Get(record, i, &VelDataRecord::GetInt64));
+        case VelRecTypeCategoryFloat:
+            return py::float_(Get(record, i, &VelDataRecord::GetFloat));
+        case VelRecTypeCategoryDouble:
+            return py::float_(Get(record, i, &VelDataRecord::GetDouble));
         case VelRecTypeCategoryString:
             return py::str(record.ReturnString(i).c_str());
-        case VelRecTypeCategorySymConst: {
-            int v = 0;
-            record.GetSymb(i, v);
-            return py::int_(v);
-        }
+        case VelRecTypeCategorySymConst:
+            return py::int_(Get(record, i, &VelDataRecord::GetSymb));
     }
     VelPyFail("a record member of unknown category");
 }

@@ -196,6 +196,39 @@ TEST_F(VelCollectionLayoutTest, TableGrowsBy256RecordsAfterThe257thCSet) {
     EXPECT_TRUE(back.IsMember(299));
 }
 
+// Another writer may have chunked "IndexSets" by single ints: a writable open grows it so.
+TEST_F(VelCollectionLayoutTest, IndexSetsChunkedByOneIntAreWrittenOn) {
+    MakeSample();
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        const Ints ints = raw.ReadInts("00000000/IndexSets");
+        H5Ldelete(raw.id(), "00000000/IndexSets", H5P_DEFAULT);
+        const hsize_t size = ints.size(), unlimited = H5S_UNLIMITED, one = 1;
+        const hid_t space = H5Screate_simple(1, &size, &unlimited);
+        const hid_t creation = H5Pcreate(H5P_DATASET_CREATE);
+        H5Pset_chunk(creation, 1, &one);
+        const hid_t ds = H5Dcreate2(raw.id(), "00000000/IndexSets", H5T_NATIVE_INT, space,
+                                    H5P_DEFAULT, creation, H5P_DEFAULT);
+        H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, ints.data());
+        H5Dclose(ds);
+        H5Pclose(creation);
+        H5Sclose(space);
+    }
+    VelContextID id = Open();
+    Ints members;
+    for (int m = 0; m < 1000; m += 2) members.push_back(m + m % 3);
+    const VelCSetID made = VelCollectionRef(VelContextRef(id).Collections()[0])
+                               .CreateCSet(members.data(), int(members.size()));
+    VelManager::CloseContext(id);
+    id = Open();
+    const VelCSet back(VelCSetID(VelDynamicID(5, id.Value(), 0, made.DynamicID().Second())));
+    Ints out(members.size());
+    back.Members(out.data());
+    EXPECT_EQ(out, members);
+    EXPECT_TRUE(VelCSet(VelCSetID(VelDynamicID(5, id.Value(), 0, m_list.DynamicID().Second())))
+                    .IsMember(20));
+}
+
 TEST_F(VelCollectionLayoutTest, HundredMillionMembersWithAStrideThreeSetCostLessThan64KiB) {
     VelManager::CloseContext(Create());
     const long long empty = FileSize(m_file);

@@ -43,6 +43,7 @@ TEST_F(VelTypeSchemaSnapshotTest, LevelsShareIdentifiersAndSnapshotsTakeTheLates
     EXPECT_EQ(form.GetTypePositionByID(VelTypeID("F", 0), 2), 0);
     EXPECT_EQ(form.GetTypePositionByID(VelTypeID("F", 0), 0), 1);
     EXPECT_EQ(form.GetTypePositionByID(VelTypeID("F", 3), 1), -1);
+    EXPECT_EQ(form.GetTypePositionByID(VelTypeID("F", 4), 3), -1);
     EXPECT_EQ(form.GetTypePositionByID(VelTypeID("G", 0), 3), -1);
 
     const VelTypeSchemaSnapshot two = Snapshot("F", 2);

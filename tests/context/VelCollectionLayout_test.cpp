@@ -70,19 +70,6 @@ hsize_t ChunkOf(const RawFile& file, const char* path) {
     return chunk[0];
 }
 
-void WriteIntAttribute(const RawFile& file, const char* object, const char* name,
-                       const Ints& values) {
-    hid_t group = H5Gopen2(file.id(), object, H5P_DEFAULT);
-    H5Adelete(group, name);
-    hsize_t n = values.size();
-    hid_t space = H5Screate_simple(1, &n, nullptr);
-    hid_t attr = H5Acreate2(group, name, H5T_NATIVE_INT, space, H5P_DEFAULT, H5P_DEFAULT);
-    H5Awrite(attr, H5T_NATIVE_INT, values.data());
-    H5Aclose(attr);
-    H5Sclose(space);
-    H5Gclose(group);
-}
-
 void WriteIntsAt(const RawFile& file, const char* path, hsize_t start, const Ints& values) {
     hid_t ds = H5Dopen2(file.id(), path, H5P_DEFAULT);
     hid_t fileSpace = H5Dget_space(ds);
@@ -201,18 +188,12 @@ TEST_F(VelCollectionLayoutTest, IndexSetsChunkedByOneIntAreWrittenOn) {
     MakeSample();
     {
         RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        const Ints ints = raw.ReadInts("00000000/IndexSets");
-        H5Ldelete(raw.id(), "00000000/IndexSets", H5P_DEFAULT);
-        const hsize_t size = ints.size(), unlimited = H5S_UNLIMITED, one = 1;
-        const hid_t space = H5Screate_simple(1, &size, &unlimited);
         const hid_t creation = H5Pcreate(H5P_DATASET_CREATE);
+        const hsize_t one = 1;
         H5Pset_chunk(creation, 1, &one);
-        const hid_t ds = H5Dcreate2(raw.id(), "00000000/IndexSets", H5T_NATIVE_INT, space,
-                                    H5P_DEFAULT, creation, H5P_DEFAULT);
-        H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, ints.data());
-        H5Dclose(ds);
+        raw.WriteInts("00000000/IndexSets", raw.ReadInts("00000000/IndexSets"), creation,
+                      H5S_UNLIMITED);
         H5Pclose(creation);
-        H5Sclose(space);
     }
     VelContextID id = Open();
     Ints members;
@@ -280,17 +261,17 @@ TEST_F(VelCollectionLayoutDeathTest, DamagedTablesAndAttributesAreRefusedAtFirst
          "ownerLinksHere && \"ascending twin without its permutation CSet\""},
         {"more CSets than records",
          [](const RawFile& f, std::vector<Record>&) {
-             WriteIntAttribute(f, "00000000", "Collection attributes", {1000, 300, 1});
+             f.WriteIntAttribute("00000000", "Collection attributes", {1000, 300, 1});
          },
          "numCSets <= m_tableRecords && \"more CSets than index table records\""},
         {"attribute of two",
          [](const RawFile& f, std::vector<Record>&) {
-             WriteIntAttribute(f, "00000000", "Collection attributes", {1000, 5});
+             f.WriteIntAttribute("00000000", "Collection attributes", {1000, 5});
          },
          "dims.Rank() == 1 && dims[0] == 3"},
         {"full set elsewhere",
          [](const RawFile& f, std::vector<Record>&) {
-             WriteIntAttribute(f, "00000000", "Collection attributes", {1000, 5, 2});
+             f.WriteIntAttribute("00000000", "Collection attributes", {1000, 5, 2});
          },
          "size >= 0 && numCSets >= 2 && fullSetIndex == e_FullSetIndex"},
     };

@@ -213,21 +213,10 @@ TEST_F(VelFailurePolicyTest, ShiftedFloatsAndMisnamedObjectsAreRefused) {
     // Values kept in the dataset's header (a layout the library never writes, and one a damaged
     // layout message can fake with nothing stored) are refused before HDF5 reads them.
     Close();
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        H5Ldelete(raw.id(), "Context attributes", H5P_DEFAULT);
-        const hsize_t two = 2;
-        const hid_t space = H5Screate_simple(1, &two, nullptr);
-        const hid_t compact = H5Pcreate(H5P_DATASET_CREATE);
-        H5Pset_layout(compact, H5D_COMPACT);
-        const hid_t ds = H5Dcreate2(raw.id(), "Context attributes", H5T_NATIVE_INT, space,
-                                    H5P_DEFAULT, compact, H5P_DEFAULT);
-        const int values[2] = {4, 12};
-        H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, values);
-        H5Dclose(ds);
-        H5Pclose(compact);
-        H5Sclose(space);
-    }
+    const hid_t compact = H5Pcreate(H5P_DATASET_CREATE);
+    H5Pset_layout(compact, H5D_COMPACT);
+    RawFile(m_file.str(), H5F_ACC_RDWR).WriteInts("Context attributes", {4, 12}, compact);
+    H5Pclose(compact);
     EXPECT_EQ(FailureOf([&] { OpenAndRead(); }),
               "hdf_HasStoredLayout(attributes) && \"\\\"Context attributes\\\" stores no values\"");
     {

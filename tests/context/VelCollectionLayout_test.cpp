@@ -197,7 +197,7 @@ TEST_F(VelCollectionLayoutTest, IndexSetsChunkedByOneIntAreWrittenOn) {
     }
     VelContextID id = Open();
     Ints members;
-    for (int m = 0; m < 1000; m += 2) members.push_back(m + m % 3);
+    for (int m = 0; m < 990; m += 2) members.push_back(m + m % 3);
     const VelCSetID made = VelCollectionRef(VelContextRef(id).Collections()[0])
                                .CreateCSet(members.data(), int(members.size()));
     VelManager::CloseContext(id);

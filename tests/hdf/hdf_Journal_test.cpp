@@ -158,7 +158,9 @@ TEST_F(HdfJournalTest, AWholeJournalIsReadThroughOrApplied) {
             EXPECT_EQ(values[9999], 9999 * 7);
             EXPECT_EQ(ReadFile(m_file.str()), readOnly ? interrupted : m_b);
         }
-        if (readOnly) EXPECT_EQ(ReadFile(m_file.str()), interrupted);
+        if (readOnly) {
+            EXPECT_EQ(ReadFile(m_file.str()), interrupted);
+        }
     }
     EXPECT_TRUE(HasMember(m_file.c_str(), "second"));
 }

@@ -305,9 +305,13 @@ TEST_F(VelCSetDeathTest, BadMembersStopWithTheirMessages) {
     ExpectAssertFailure(coll.CreateTempCSet(dup, 1),
                         "!\"VelCollection::CreateTempCSet is not yet impelemented\"");
     ExpectAssertFailure(coll.CreateColorVariant(64), "color < VelCollectionID::e_MaxColor");
-    ExpectValidateFailure(coll.ExtendSpace(-1),
-                          "fits && \"ExtendSpace needs a count >= 0 that keeps the size below "
-                          "2^31\"");
+    const std::string extendText =
+        "fits && \"ExtendSpace needs a count >= 0 that keeps the size below 2^31\"";
+    ExpectValidateFailure(coll.ExtendSpace(-1), extendText);
+    const VelCollectionRef huge(VelContextRef(m_context).CreateCollection(INT32_MAX - 3));
+    huge.ExtendSpace(3);
+    EXPECT_EQ(huge.Space(), INT32_MAX);
+    ExpectValidateFailure(huge.ExtendSpace(1), extendText);
 }
 
 TEST_F(VelCSetDeathTest, IDsMustNameTheirCSets) {

@@ -70,19 +70,6 @@ hsize_t ChunkOf(const RawFile& file, const char* path) {
     return chunk[0];
 }
 
-void WriteIntAttribute(const RawFile& file, const char* object, const char* name,
-                       const Ints& values) {
-    hid_t group = H5Gopen2(file.id(), object, H5P_DEFAULT);
-    H5Adelete(group, name);
-    hsize_t n = values.size();
-    hid_t space = H5Screate_simple(1, &n, nullptr);
-    hid_t attr = H5Acreate2(group, name, H5T_NATIVE_INT, space, H5P_DEFAULT, H5P_DEFAULT);
-    H5Awrite(attr, H5T_NATIVE_INT, values.data());
-    H5Aclose(attr);
-    H5Sclose(space);
-    H5Gclose(group);
-}
-
 void WriteIntsAt(const RawFile& file, const char* path, hsize_t start, const Ints& values) {
     hid_t ds = H5Dopen2(file.id(), path, H5P_DEFAULT);
     hid_t fileSpace = H5Dget_space(ds);
@@ -196,6 +183,33 @@ TEST_F(VelCollectionLayoutTest, TableGrowsBy256RecordsAfterThe257thCSet) {
     EXPECT_TRUE(back.IsMember(299));
 }
 
+// Another writer may have chunked "IndexSets" by single ints: a writable open grows it so.
+TEST_F(VelCollectionLayoutTest, IndexSetsChunkedByOneIntAreWrittenOn) {
+    MakeSample();
+    {
+        RawFile raw(m_file.str(), H5F_ACC_RDWR);
+        const hid_t creation = H5Pcreate(H5P_DATASET_CREATE);
+        const hsize_t one = 1;
+        H5Pset_chunk(creation, 1, &one);
+        raw.WriteInts("00000000/IndexSets", raw.ReadInts("00000000/IndexSets"), creation,
+                      H5S_UNLIMITED);
+        H5Pclose(creation);
+    }
+    VelContextID id = Open();
+    Ints members;
+    for (int m = 0; m < 990; m += 2) members.push_back(m + m % 3);
+    const VelCSetID made = VelCollectionRef(VelContextRef(id).Collections()[0])
+                               .CreateCSet(members.data(), int(members.size()));
+    VelManager::CloseContext(id);
+    id = Open();
+    const VelCSet back(VelCSetID(VelDynamicID(5, id.Value(), 0, made.DynamicID().Second())));
+    Ints out(members.size());
+    back.Members(out.data());
+    EXPECT_EQ(out, members);
+    EXPECT_TRUE(VelCSet(VelCSetID(VelDynamicID(5, id.Value(), 0, m_list.DynamicID().Second())))
+                    .IsMember(20));
+}
+
 TEST_F(VelCollectionLayoutTest, HundredMillionMembersWithAStrideThreeSetCostLessThan64KiB) {
     VelManager::CloseContext(Create());
     const long long empty = FileSize(m_file);
@@ -247,17 +261,17 @@ TEST_F(VelCollectionLayoutDeathTest, DamagedTablesAndAttributesAreRefusedAtFirst
          "ownerLinksHere && \"ascending twin without its permutation CSet\""},
         {"more CSets than records",
          [](const RawFile& f, std::vector<Record>&) {
-             WriteIntAttribute(f, "00000000", "Collection attributes", {1000, 300, 1});
+             f.WriteIntAttribute("00000000", "Collection attributes", {1000, 300, 1});
          },
          "numCSets <= m_tableRecords && \"more CSets than index table records\""},
         {"attribute of two",
          [](const RawFile& f, std::vector<Record>&) {
-             WriteIntAttribute(f, "00000000", "Collection attributes", {1000, 5});
+             f.WriteIntAttribute("00000000", "Collection attributes", {1000, 5});
          },
          "dims.Rank() == 1 && dims[0] == 3"},
         {"full set elsewhere",
          [](const RawFile& f, std::vector<Record>&) {
-             WriteIntAttribute(f, "00000000", "Collection attributes", {1000, 5, 2});
+             f.WriteIntAttribute("00000000", "Collection attributes", {1000, 5, 2});
          },
          "size >= 0 && numCSets >= 2 && fullSetIndex == e_FullSetIndex"},
     };

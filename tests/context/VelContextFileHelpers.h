@@ -85,32 +85,39 @@ public:
         return values;
     }
 
-    void WriteInts(const char* path, const std::vector<int>& values) const {
+    // Replaces (or makes) the dataset at `path`, laid out as `creation` says, with `values`.
+    void WriteInts(const char* path, const std::vector<int>& values, hid_t creation = H5P_DEFAULT,
+                   hsize_t maxSize = 0) const {
         if (H5Lexists(m_id, path, H5P_DEFAULT) > 0) H5Ldelete(m_id, path, H5P_DEFAULT);
         hsize_t n = values.size();
-        hid_t space = H5Screate_simple(1, &n, nullptr);
+        hid_t space = H5Screate_simple(1, &n, maxSize ? &maxSize : nullptr);
         hid_t ds =
-            H5Dcreate2(m_id, path, H5T_NATIVE_INT, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+            H5Dcreate2(m_id, path, H5T_NATIVE_INT, space, H5P_DEFAULT, creation, H5P_DEFAULT);
         H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data());
         H5Dclose(ds);
         H5Sclose(space);
     }
 
+    // Replaces (or makes) the int attribute `name` of the object at `path`.
+    void WriteIntAttribute(const char* path, const char* name,
+                           const std::vector<int>& values) const {
+        hid_t object = H5Oopen(m_id, path, H5P_DEFAULT);
+        ASSERT_GE(object, 0) << path;
+        if (H5Aexists(object, name) > 0) H5Adelete(object, name);
+        hsize_t n = values.size();
+        hid_t space = H5Screate_simple(1, &n, nullptr);
+        hid_t attr = H5Acreate2(object, name, H5T_NATIVE_INT, space, H5P_DEFAULT, H5P_DEFAULT);
+        H5Awrite(attr, H5T_NATIVE_INT, values.data());
+        H5Aclose(attr);
+        H5Sclose(space);
+        H5Oclose(object);
+    }
+
     // A group (made if missing) whose "type" attribute holds `values`, if any are given.
     void MakeTypedGroup(const char* path, const std::vector<int>& values) const {
-        hid_t group = H5Lexists(m_id, path, H5P_DEFAULT) > 0
-                          ? H5Gopen2(m_id, path, H5P_DEFAULT)
-                          : H5Gcreate2(m_id, path, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-        if (!values.empty()) {
-            if (H5Aexists(group, "type") > 0) H5Adelete(group, "type");
-            hsize_t n = values.size();
-            hid_t space = H5Screate_simple(1, &n, nullptr);
-            hid_t attr = H5Acreate2(group, "type", H5T_NATIVE_INT, space, H5P_DEFAULT, H5P_DEFAULT);
-            H5Awrite(attr, H5T_NATIVE_INT, values.data());
-            H5Aclose(attr);
-            H5Sclose(space);
-        }
-        H5Gclose(group);
+        if (H5Lexists(m_id, path, H5P_DEFAULT) <= 0)
+            H5Gclose(H5Gcreate2(m_id, path, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
+        if (!values.empty()) WriteIntAttribute(path, "type", values);
     }
 
 private:

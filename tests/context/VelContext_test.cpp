@@ -117,93 +117,53 @@ TEST_F(VelContextDeathTest, ConversionsCheckCategoryAndMembership) {
                           "CanBeConverted(did)");
 }
 
-TEST_F(VelContextDeathTest, DamagedContextAttributesStop) {
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.WriteInts("Context attributes", {0, 8, 0});
+// Each damage is made with the HDF5 C API on a fresh file, with the objects or without: to
+// "Context attributes", or to the "type" of a group.
+TEST_F(VelContextDeathTest, DamagedRootLayoutsStop) {
+    const struct {
+        bool objects;
+        const char* group;
+        std::vector<int> values;
+        const char* message;
+    } damages[] = {
+        {false, nullptr, {0, 8, 0}, "contextDims.Rank() == 1 && contextDims[0] == 2"},
+        {false, nullptr, {0}, "contextDims.Rank() == 1 && contextDims[0] == 2"},
+        {false,
+         nullptr,
+         {-3, 8},
+         "m_nextID >= 0 && m_nextID <= VelCollectionID::e_ExcessiveCollectionID"},
+        {false, nullptr, {0, 40}, "numObjects >= sz-2*VelNUM_CONTEXT_TYPES"},
+        {false, nullptr, {0, 9}, "numLoaded == sz-2*VelNUM_CONTEXT_TYPES"},
+        {true, nullptr, {4, 11}, "numLoaded == sz-2*VelNUM_CONTEXT_TYPES"},
+        {true, "00000001", {0, 1, 0}, "typeDims.Rank() == 1 && typeDims[0] == 2"},
+        {true, "00000001", {0}, "typeDims.Rank() == 1 && typeDims[0] == 2"},
+        {true,
+         "00000001",
+         {6, 1},
+         "kind >= VelObjectKindCollection && kind <= VelObjectKindRecord"},
+        {true, "00000001", {3, 1}, "kind != VelObjectKindDrawer"},
+        {true, "00000001", {0, 0}, "inserted"},
+        {true, "00000001", {0, 4}, "VelCollectionID::ColorOf(minor) == 0 && minor < m_nextID"},
+        {true, "record", {4, 0}, "kind == expectedKind"},
+    };
+    for (const auto& d : damages) {
+        SCOPED_TRACE(d.message);
+        VelManager::CloseContext(
+            VelManager::CreateContext(m_file.c_str(), hdf_File::CreateFlagsTruncate, 7));
+        if (d.objects) AddObjects();
+        {
+            const RawFile raw(m_file.str(), H5F_ACC_RDWR);
+            if (d.group)
+                raw.MakeTypedGroup(d.group, d.values);
+            else
+                raw.WriteInts("Context attributes", d.values);
+        }
+        ExpectAssertFailure(Open(), d.message);
     }
-    ExpectAssertFailure(Open(), "contextDims.Rank() == 1 && contextDims[0] == 2");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.WriteInts("Context attributes", {0});
-    }
-    ExpectAssertFailure(Open(), "contextDims.Rank() == 1 && contextDims[0] == 2");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.WriteInts("Context attributes", {-3, 8});
-    }
-    ExpectAssertFailure(Open(),
-                        "m_nextID >= 0 && m_nextID <= VelCollectionID::e_ExcessiveCollectionID");
-}
-
-TEST_F(VelContextDeathTest, GroupCountMustAgreeWithContextAttributes) {
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.WriteInts("Context attributes", {0, 40});
-    }
-    ExpectAssertFailure(Open(), "numObjects >= sz-2*VelNUM_CONTEXT_TYPES");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.WriteInts("Context attributes", {0, 9});
-    }
-    ExpectAssertFailure(Open(), "numLoaded == sz-2*VelNUM_CONTEXT_TYPES");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.WriteInts("Context attributes", {0, 8});
-    }
-    AddObjects();
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.WriteInts("Context attributes", {4, 11});
-    }
-    ExpectAssertFailure(Open(), "numLoaded == sz-2*VelNUM_CONTEXT_TYPES");
-}
-
-TEST_F(VelContextDeathTest, DamagedTypeAttributesStop) {
-    AddObjects();
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000001", {0, 1, 0});
-    }
-    ExpectAssertFailure(Open(), "typeDims.Rank() == 1 && typeDims[0] == 2");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000001", {0});
-    }
-    ExpectAssertFailure(Open(), "typeDims.Rank() == 1 && typeDims[0] == 2");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000001", {6, 1});
-    }
-    ExpectAssertFailure(Open(), "kind >= VelObjectKindCollection && kind <= VelObjectKindRecord");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000001", {3, 1});
-    }
-    ExpectAssertFailure(Open(), "kind != VelObjectKindDrawer");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000001", {0, 0});
-    }
-    ExpectAssertFailure(Open(), "inserted");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000001", {0, 4});
-    }
-    ExpectAssertFailure(Open(), "VelCollectionID::ColorOf(minor) == 0 && minor < m_nextID");
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        raw.MakeTypedGroup("00000001", {0, 1});
-        raw.MakeTypedGroup("record", {4, 0});
-    }
-    ExpectAssertFailure(Open(), "kind == expectedKind");
 }
 
 TEST_F(VelContextDeathTest, MissingRecordStoreStopsWithTheStorageMessage) {
-    {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        H5Ldelete(raw.id(), "stringTable", H5P_DEFAULT);
-    }
+    H5Ldelete(RawFile(m_file.str(), H5F_ACC_RDWR).id(), "stringTable", H5P_DEFAULT);
     ExpectAssertFailure(Open(), "0");
 }
 

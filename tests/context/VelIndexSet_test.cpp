@@ -46,6 +46,8 @@ TEST(VelIndexSetTest, FormFollowsTheShapeOfTheMembers) {
     EXPECT_EQ(Ascending({4, 7, 10, 13})->GetForm(), VelIndexSet::FormStrided);
     EXPECT_EQ(Ascending({1, 2, 3, 10, 11, 12, 13, 20, 21})->GetForm(), VelIndexSet::FormRuns);
     EXPECT_EQ(Ascending({1, 5, 6, 9, 40})->GetForm(), VelIndexSet::FormList);
+    // Runs of two, as many as half the members, are looked at as runs and found to be blocks.
+    EXPECT_EQ(Ascending({0, 1, 5, 6})->GetForm(), VelIndexSet::FormStrided);
 
     // A whole collection of 10^8 members, and every third of them, take four ints each.
     Set full(VelIndexSet::FromStrided(0, 100000000, 1));

@@ -83,19 +83,8 @@ protected:
         return VelCSetID(VelDynamicID(5, m_context.Value(), d.First(), d.Second()));
     }
 
-    // Replaces (or makes) the int attribute `name` of the object at `path`.
     void WriteIntAttribute(const char* path, const char* name, const std::vector<int>& values) {
-        RawFile raw(m_file.str(), H5F_ACC_RDWR);
-        hid_t object = H5Oopen(raw.id(), path, H5P_DEFAULT);
-        ASSERT_GE(object, 0) << path;
-        if (H5Aexists(object, name) > 0) H5Adelete(object, name);
-        hsize_t n = values.size();
-        hid_t space = H5Screate_simple(1, &n, nullptr);
-        hid_t attr = H5Acreate2(object, name, H5T_NATIVE_INT, space, H5P_DEFAULT, H5P_DEFAULT);
-        H5Awrite(attr, H5T_NATIVE_INT, values.data());
-        H5Aclose(attr);
-        H5Sclose(space);
-        H5Oclose(object);
+        RawFile(m_file.str(), H5F_ACC_RDWR).WriteIntAttribute(path, name, values);
     }
 
     int m_modules = 0;

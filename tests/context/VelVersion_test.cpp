@@ -1,20 +1,13 @@
 #include "vel/context/VelVersion.h"
 
-#include <cstdio>
 #include <cstring>
 #include <string>
 
+#include "VelContextFileHelpers.h"
 #include "VelTestSupport.h"
 #include "context/VelSignature.h"
 
 namespace {
-
-void WriteBytes(const std::string& name, const char* data, size_t size) {
-    std::FILE* f = std::fopen(name.c_str(), "wb");
-    ASSERT_NE(f, nullptr);
-    ASSERT_EQ(std::fwrite(data, 1, size, f), size);
-    std::fclose(f);
-}
 
 void PutField(char* block, int offset, const char* text) {
     std::memset(block + offset, 0, VelSignature::e_NumberField);
@@ -74,7 +67,7 @@ TEST(VelVersionTest, ReadsTheRecordWithoutOpeningTheDatabase) {
     VelSignature::Fill(block, 12);
     std::string content(block, sizeof block);
     content += "not an HDF5 file at all";
-    WriteBytes(file.str(), content.data(), content.size());
+    WriteFileBytes(file.str(), content);
 
     VelVersion version;
     ASSERT_TRUE(version.Create(file.c_str()));
@@ -87,7 +80,7 @@ TEST(VelVersionTest, ReadsTheRecordWithoutOpeningTheDatabase) {
     EXPECT_EQ(version.SchemaVersion(), 12);
 
     content[0] = 'X';
-    WriteBytes(file.str(), content.data(), content.size());
+    WriteFileBytes(file.str(), content);
     ASSERT_TRUE(version.Create(file.c_str()));
     EXPECT_FALSE(version.IsOrbFile());
 }
@@ -96,7 +89,7 @@ TEST(VelVersionDeathTest, ShortOrMissingFileLeavesTheRecordUncreated) {
     VelTempFile file("short");
     char block[VelSignature::e_Size];
     VelSignature::Fill(block, 1);
-    WriteBytes(file.str(), block, 511);
+    WriteFileBytes(file.str(), std::string(block, 511));
 
     VelVersion version;
     EXPECT_FALSE(version.Create(file.c_str()));

@@ -23,14 +23,6 @@ TEST(VelAssertDeathTest, FailedChecksPrintTheirTwoLinesAndStop) {
     ExpectAssertFailure(VelASSERT(!"Bad selection"), "!\"Bad selection\"");
 }
 
-TEST(VelAssertTest, PassingChecksFallThrough) {
-    EXPECT_EQ(CheckedIndex(2, 3), 2);
-    int reached = 0;
-    VelASSERT(reached == 0);
-    reached = 1;
-    EXPECT_EQ(reached, 1);
-}
-
 // Under VelThrowOnFailure a failed check prints the same report and throws instead of stopping;
 // the caller learns the condition and the kind, and the default comes back with the setter.
 TEST(VelAssertTest, TheThrowPolicyReportsAndThrows) {

@@ -173,6 +173,18 @@ TEST_F(HdfDatasetTest, CreationListEnumeratorsReachHdf5InTheirOwnOrder) {
     EXPECT_EQ(H5Pget_layout(list.GetID()), H5D_COMPACT);  // the illegal value changed nothing
     H5Pset_layout(list.GetID(), H5D_VIRTUAL);
     ExpectAssertException(list.GetLayout(), "Illegal H5D_layout_t value.");
+
+    // Seven chunk dimensions are the most a chunk read back may have; HDF5 allows 32.
+    const hsize_t extents[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    H5Pset_chunk(list.GetID(), 7, extents);
+    EXPECT_EQ(list.GetChunk().DimSpace(), hdf_DimSpace(7, extents));
+    H5Pset_chunk(list.GetID(), 8, extents);
+    try {
+        list.GetChunk();
+        ADD_FAILURE() << "an eight-dimensional chunk was read back";
+    } catch (const hdf_Exception& e) {
+        EXPECT_STREQ(e.what(), "Chunk has more than 7 dimensions.");
+    }
 }
 
 TEST_F(HdfDatasetTest, FillValuesAndTransferListsTakeEffect) {

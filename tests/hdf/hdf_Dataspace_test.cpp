@@ -123,6 +123,10 @@ TEST_F(HdfDataspaceTest, SelectionsReachHdf5AsGiven) {
                           "coords.Rank() == rank");
     ExpectAssertException(space.SelectElements(hdf_Dataspace::Seloper(6), points),
                           "Illegal hdf_Dataspace::Seloper value.");
+    // A scalar space has rank 0: its point selection reaches HDF5, which refuses it.
+    hdf_Dataspace scalar(H5Screate(H5S_SCALAR));
+    EXPECT_THROW(scalar.SelectElements(hdf_Dataspace::SeloperSet, hdf_CoordArray(1, 0)),
+                 hdf_Exception);
     ExpectAssertException(
         space.SelectHyperslab(hdf_Dataspace::SeloperOr, hdf_DimSpaceInput(0, 0), hdf_DimSpace(),
                               hdf_DimArrayInput(1), hdf_DimArray()),

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "VelTestSupport.h"
+#include "hdf/hdf_TypeMatch.h"
 #include "hdf_TestSupport.h"
 #include "vel/hdf/hdf_CompoundBuilder.h"
 #include "vel/hdf/hdf_File.h"
@@ -128,6 +129,25 @@ TEST_F(HdfDatatypeTest, TypeStringIsAVariableLengthString) {
     const hdf_Datatype another = hdf_Datatype::TypeString();
     EXPECT_NE(another.GetID(), text.GetID());
     EXPECT_TRUE(another.Equal(text));
+}
+
+// A stored type matches the expected one when HDF5 converts it faithfully: another byte order
+// does, an integer or a float whose size stays but whose bits differ does not.
+TEST_F(HdfDatatypeTest, StoredTypesMatchWhenTheyConvertFaithfully) {
+    const auto matches = [](hid_t stored, const hdf_Datatype& expected) {
+        return hdf_MatchesType(hdf_Datatype(stored), expected);
+    };
+    EXPECT_TRUE(matches(H5Tcopy(H5T_STD_I32BE), hdf_Datatype::NATIVE_INT()));
+    EXPECT_FALSE(matches(H5Tcopy(H5T_STD_U32LE), hdf_Datatype::NATIVE_INT()));
+    const hid_t narrow = H5Tcopy(H5T_NATIVE_INT);
+    H5Tset_precision(narrow, 24);
+    EXPECT_FALSE(matches(narrow, hdf_Datatype::NATIVE_INT()));
+    EXPECT_FALSE(matches(H5Tcopy(H5T_NATIVE_FLOAT), hdf_Datatype::NATIVE_INT()));
+
+    EXPECT_TRUE(matches(H5Tcopy(H5T_IEEE_F64BE), hdf_Datatype::NATIVE_DOUBLE()));
+    const hid_t shifted = H5Tcopy(H5T_NATIVE_DOUBLE);
+    H5Tset_ebias(shifted, 1000);
+    EXPECT_FALSE(matches(shifted, hdf_Datatype::NATIVE_DOUBLE()));
 }
 
 }  // namespace

@@ -30,6 +30,11 @@ TEST(OmiBlkBitVectTest, TraversalVisitsSetBitsInOrderAcrossBlocks) {
     full.SetRange(0, 128);
     EXPECT_EQ(full.NextSet(127), 127);
     EXPECT_EQ(full.NextSet(128), -1);
+    // Shrunk to whole blocks and filled again: the blocks it gave up are no longer looked at.
+    full.Resize(64);
+    full.SetRange(0, 64);
+    EXPECT_EQ(full.NextSet(63), 63);
+    EXPECT_EQ(full.NextSet(64), -1);
 }
 
 TEST(OmiSwapperTest, BigEndianRoundTripsAndInPlaceSwap) {

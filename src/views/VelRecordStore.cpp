@@ -143,6 +143,9 @@ std::vector<VelViewEntry> VelRecordStore::ViewEntries() const {
 // Only published views count; an edition whose "view" attribute says otherwise is still being
 // written, or was abandoned, and is not seen by readers.
 int VelRecordStore::LatestPublishedEdition(const cow_String& formName, int level) const {
+    const std::pair<std::string, int> key(formName.str(), level);
+    const auto known = m_latestPublished.find(key);
+    if (known != m_latestPublished.end()) return known->second;
     int edition = -1;
     VelGuardStorage([&] {
         ForEachView(formName, level, [&](int candidate) {
@@ -152,6 +155,7 @@ int VelRecordStore::LatestPublishedEdition(const cow_String& formName, int level
         });
         return 0;
     });
+    m_latestPublished.emplace(key, edition);
     return edition;
 }
 
@@ -174,6 +178,7 @@ void VelRecordStore::Close(bool writeBack) {
         VelStorageFailure(e);
     }
     m_strings.Release();
+    m_pairRowTypes.Clear();
     m_root.Nullify();
     m_file.Nullify();
 }

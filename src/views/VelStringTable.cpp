@@ -49,14 +49,15 @@ uint32_t VelStringTable::Intern(const cow_String& text) {
 // A string's end offsets and its bytes come from blocks of "ends" and "text" kept in memory, so
 // reading the strings of neighbouring records reads each block once.  Each offset is checked
 // against its neighbour and the committed byte count before any text is read.
-cow_String VelStringTable::Lookup(uint32_t reference) {
-    if (reference == 0) return cow_String();
+const std::string& VelStringTable::Lookup(uint32_t reference) {
+    static const std::string empty;
+    if (reference == 0) return empty;
     const int64_t index = static_cast<int64_t>(reference) - 1;
     VelVALIDATE(index < m_count + static_cast<int64_t>(m_pending.size()) &&
                 "Damaged record store: a string reference is out of range");
-    if (index >= m_count) return cow_String(m_pending[static_cast<size_t>(index - m_count)]);
+    if (index >= m_count) return m_pending[static_cast<size_t>(index - m_count)];
     const auto cached = m_byReference.find(reference);
-    if (cached != m_byReference.end()) return cow_String(cached->second);
+    if (cached != m_byReference.end()) return cached->second;
 
     const int64_t start = index == 0 ? 0 : EndOf(index - 1);
     const int64_t end = EndOf(index);
@@ -69,7 +70,7 @@ cow_String VelStringTable::Lookup(uint32_t reference) {
         m_byText.clear();
     }
     m_byText.emplace(text, reference);
-    return cow_String(m_byReference.emplace(reference, std::move(text)).first->second);
+    return m_byReference.emplace(reference, std::move(text)).first->second;
 }
 
 int64_t VelStringTable::EndOf(int64_t index) {

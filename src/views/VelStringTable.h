@@ -31,8 +31,9 @@ public:
     VelStringTable(const hdf_Group& group, bool writable);
 
     uint32_t Intern(const cow_String& text);
-    // Validates that the reference is one the table has handed out.
-    cow_String Lookup(uint32_t reference);
+    // Validates that the reference is one the table has handed out.  The text stays valid until
+    // the table is next used.
+    const std::string& Lookup(uint32_t reference);
 
     bool HasPending() const { return !m_pending.empty(); }
     // Appends the pending strings, then the counts.

@@ -635,16 +635,17 @@ void VelViewRepr::LoadPairs(int slot, VelAssociationRepr& pairs) {
     VelSlot& s = Slot(slot);
     const VelRowLayout* layout = Layout(slot);
     VelVALIDATE(layout && "The association's type is not part of this view");
-    std::vector<unsigned char> rows;
+    // The piece's bytes are read over whole, so they are left uninitialised.
+    const std::unique_ptr<unsigned char[]> rows(
+        new unsigned char[static_cast<size_t>(std::min(s.m_Rows, e_LoadRows) * layout->Width())]);
     for (int64_t first = 0; first < s.m_Rows; first += e_LoadRows) {
         const int64_t count = s.m_Rows - first < e_LoadRows ? s.m_Rows - first : e_LoadRows;
-        rows.resize(static_cast<size_t>(count * layout->Width()));
         VelGuardStorage([&] {
             VelStoreIO::ReadCheckedRows(ReadableTable(slot), layout->Type(), first, count,
-                                        rows.data());
+                                        rows.get());
             return 0;
         });
-        pairs.AppendRows(rows.data(), count, Store().Strings());
+        pairs.AppendRows(rows.get(), count, Store().Strings());
     }
 }
 

@@ -1,5 +1,8 @@
 #include "views/VelStringTable.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "vel/core/VelAssert.h"
 #include "views/VelStoreIO.h"
 
@@ -56,8 +59,13 @@ const std::string& VelStringTable::Lookup(uint32_t reference) {
     VelVALIDATE(index < m_count + static_cast<int64_t>(m_pending.size()) &&
                 "Damaged record store: a string reference is out of range");
     if (index >= m_count) return m_pending[static_cast<size_t>(index - m_count)];
+    Recent& recent = m_recent[reference % e_RecentTexts];
+    if (recent.reference == reference) return *recent.text;
     const auto cached = m_byReference.find(reference);
-    if (cached != m_byReference.end()) return cached->second;
+    if (cached != m_byReference.end()) {
+        recent = Recent{reference, &cached->second};
+        return cached->second;
+    }
 
     const int64_t start = index == 0 ? 0 : EndOf(index - 1);
     const int64_t end = EndOf(index);
@@ -68,9 +76,12 @@ const std::string& VelStringTable::Lookup(uint32_t reference) {
     if (m_byReference.size() >= e_CacheLimit) {
         m_byReference.clear();
         m_byText.clear();
+        std::fill(std::begin(m_recent), std::end(m_recent), Recent());
     }
     m_byText.emplace(text, reference);
-    return m_byReference.emplace(reference, std::move(text)).first->second;
+    const std::string& kept = m_byReference.emplace(reference, std::move(text)).first->second;
+    recent = Recent{reference, &kept};
+    return kept;
 }
 
 int64_t VelStringTable::EndOf(int64_t index) {

@@ -57,6 +57,14 @@ private:
     // Texts interned or read in this session, and the reverse for reads.
     std::unordered_map<std::string, uint32_t> m_byText;
     std::unordered_map<uint32_t, std::string> m_byReference;
+    // The texts of m_byReference looked up last, by reference modulo e_RecentTexts: records
+    // read one after another tend to name the same few strings.
+    static constexpr size_t e_RecentTexts = 64;
+    struct Recent {
+        uint32_t reference = 0;
+        const std::string* text = nullptr;
+    };
+    Recent m_recent[e_RecentTexts];
     // Whether "text" and "ends" have been checked to store bytes and int64 rows.
     bool m_checked = false;
     // Blocks of "ends" and of "text" read so far, by block number.

@@ -346,9 +346,9 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
     if (first.hasKey) newMembFirst.m_Key.m_Text = AddKey(first.key);
     if (second.hasKey) newMembSecond.m_Key.m_Text = AddKey(second.key);
     // Each member's group is the one found above (nothing has added a group since), or a new one.
-    Group* const groups[2] = {sharingFirst ? sharingFirst : &m_Groups[0].AddNew(newMembFirst.m_ID),
-                              sharingSecond ? sharingSecond
-                                            : &m_Groups[1].AddNew(newMembSecond.m_ID)};
+    Group* const groups[2] = {
+        sharingFirst ? sharingFirst : &m_Groups[0].AddNew(newMembFirst.m_ID),
+        sharingSecond ? sharingSecond : &m_Groups[1].AddNew(newMembSecond.m_ID)};
     Add(entry, groups);
 }
 

@@ -2,9 +2,8 @@
 
 unsigned char* VelRowArena::Append(const VelRecHandle<VelRowBlock>*& block) {
     if (m_Blocks.empty() || m_Count == m_Blocks.back()->First() + m_Blocks.back()->Rows()) {
-        int64_t rows = std::max<int64_t>(
-            1, std::min(std::max(m_Count, e_FirstBlockRows), e_MaxBlockBytes / m_Width));
-        if (rows >= m_AlignRows) rows -= (m_First + m_Count + rows) % m_AlignRows;
+        const int64_t last = m_Blocks.empty() ? e_FirstBlockRows / 2 : m_Blocks.back()->Rows();
+        const int64_t rows = std::max<int64_t>(1, std::min(2 * last, e_MaxBlockBytes / m_Width));
         m_Blocks.emplace_back(new VelRowBlock(m_Count, rows, m_Width));
     }
     block = &m_Blocks.back();

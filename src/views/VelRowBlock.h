@@ -38,18 +38,14 @@ private:
 
 // Rows added one at a time, each at an address that does not move while the rows are kept: a
 // transaction's new rows, which its records point into while they are being set, and which its
-// commit writes as they stand, a block per HDF5 call.  Each block holds as many rows as all the
-// blocks before it, up to e_MaxBlockBytes.  A block of at least `alignRows` rows ends where a
-// run of `alignRows` rows of the table ends, `first` being the table position of the arena's
-// first row: the table's chunks are then written whole, which HDF5 does without filling them
-// first.
+// commit writes as they stand, a block per HDF5 call.  Each block holds twice the rows of the one
+// before it, up to e_MaxBlockBytes.
 class VelRowArena {
 public:
     static constexpr int64_t e_FirstBlockRows = 256;
     static constexpr int64_t e_MaxBlockBytes = int64_t(16) << 20;
 
-    explicit VelRowArena(int width, int64_t first = 0, int64_t alignRows = 1)
-        : m_Width(width), m_First(first), m_AlignRows(alignRows) {}
+    explicit VelRowArena(int width) : m_Width(width) {}
 
     int Width() const { return m_Width; }
     int64_t Count() const { return m_Count; }
@@ -68,8 +64,6 @@ public:
 
 private:
     int m_Width;
-    int64_t m_First;
-    int64_t m_AlignRows;
     int64_t m_Count = 0;
     std::vector<VelRecHandle<VelRowBlock>> m_Blocks;
 };

@@ -220,7 +220,7 @@ int VelTransactionRepr::SlotFor(const VelTypeID& typeID, int category) {
 
 VelTransactionRepr::SlotChanges& VelTransactionRepr::ChangesOf(int slot, int width) {
     if (m_RecentSlot != slot) {
-        m_Recent = &m_Changes.try_emplace(slot, width, View().Slot(slot).m_Rows).first->second;
+        m_Recent = &m_Changes.try_emplace(slot, width).first->second;
         m_RecentSlot = slot;
     }
     return *m_Recent;

@@ -52,9 +52,7 @@ private:
     // The rows a transaction writes to one table, in the table's format.  A record handed out
     // for writing points at its row here.
     struct SlotChanges {
-        // `first` is the table position of the first new record.
-        SlotChanges(int width, int64_t first)
-            : created(width, first, VelTableCache::e_ChunkRows), modified(width) {}
+        explicit SlotChanges(int width) : created(width), modified(width) {}
         // The new records, whose rows follow the committed ones in creation order.
         VelRowArena created;
         // Copies of the committed rows opened for writing, by row.

@@ -490,10 +490,10 @@ const hdf_Dataset& VelViewRepr::Table(int index) {
             hdf_Reference reference;
             *reference.Data() = row.table;
             slot.m_Table = m_records.DatasetOpen(reference);
+            VelVALIDATE(VelStoreIO::Rows(slot.m_Table) >= row.rows &&
+                        "Damaged record store: a table holds fewer rows than its count");
             return 0;
         });
-        VelVALIDATE(VelStoreIO::Rows(slot.m_Table) >= row.rows &&
-                    "Damaged record store: a table holds fewer rows than its count");
     }
     return slot.m_Table;
 }

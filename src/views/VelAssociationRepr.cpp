@@ -21,7 +21,9 @@ VelAssociationRepr::VelAssociationRepr(const VelAssociationID& id,
       m_Type(layout->Association()),
       m_Context(view.Context()),
       m_Focus(view.FocusID()),
-      m_Groups{{view.Context(), view.SlotCount()}, {view.Context(), view.SlotCount()}} {}
+      m_Groups{{view.Context(), view.SlotCount()}, {view.Context(), view.SlotCount()}} {
+    for (int k = 0; k < 2; ++k) m_Options[k] = m_Type.Member(k).Option();
+}
 
 const cow_String* VelAssociationRepr::AddKey(const cow_String& key) {
     m_Keys.push_back(key);
@@ -36,12 +38,8 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
                                     VelStringTable& strings) {
     const VelRowLayout& layout = *m_Layout.Get();
     const unsigned context = m_Context;
-    int kinds[2];
-    VelRecTypeAssociationMemberOption options[2];
-    for (int k = 0; k < 2; ++k) {
-        kinds[k] = m_Type.Member(k).Category();
-        options[k] = m_Type.Member(k).Option();
-    }
+    const int kinds[2] = {m_Type.Member(0).Category(), m_Type.Member(1).Category()};
+    const VelRecTypeAssociationMemberOption* options = m_Options;
     for (int64_t r = 0; r < count; ++r) {
         const unsigned char* row = rows + r * layout.Width();
         VelAssociationEntry entry;
@@ -79,15 +77,15 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
 void VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& strings,
                                     std::vector<unsigned char>& rows) const {
     const VelRowLayout& layout = *m_Layout.Get();
-    const VelRecTypeAssociationMemberOption options[2] = {m_Type.Member(0).Option(),
-                                                          m_Type.Member(1).Option()};
-    rows.reserve(rows.size() + (end - begin) * static_cast<size_t>(layout.Width()));
+    const VelRecTypeAssociationMemberOption* options = m_Options;
+    const size_t width = static_cast<size_t>(layout.Width());
+    size_t used = rows.size();
+    rows.resize(used + (end - begin) * width);
     for (size_t i = begin; i < end; ++i) {
         const VelAssociationEntry& entry = m_Entries[i];
         if (!entry.m_Live) continue;
-        const size_t start = rows.size();
-        rows.resize(start + static_cast<size_t>(layout.Width()));
-        unsigned char* row = rows.data() + start;
+        unsigned char* row = rows.data() + used;
+        used += width;
         for (int k = 0; k < 2; ++k) {
             const VelAssociationMemberEntry& member = entry.m_Members[k];
             unsigned char* at = row + layout.IDOffset(k);
@@ -108,6 +106,7 @@ void VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& st
             }
         }
     }
+    rows.resize(used);
 }
 
 void VelAssociationRepr::DropStored() {
@@ -162,19 +161,20 @@ int VelAssociationRepr::KeyedPartner(int k, const VelDynamicID& id, const cow_St
     return found == m_OtherKeys[k].end() ? -1 : found->second;
 }
 
-void VelAssociationRepr::Add(const VelAssociationEntry& entry) {
+void VelAssociationRepr::Add(const VelAssociationEntry& entry, Group* const known[2]) {
     const int index = static_cast<int>(m_Entries.size());
     m_Entries.push_back(entry);
     for (int k = 0; k < 2; ++k) {
-        if (m_Indexed[k]) Link(k, index);
+        if (m_Indexed[k]) Link(k, index, known ? known[k] : nullptr);
     }
     ++m_LiveCount;
 }
 
-// Appends entry `index` to the chain of its participant of member k.
-void VelAssociationRepr::Link(int k, int index) const {
+// Appends entry `index` to the chain of its participant of member k, whose group is `known`
+// when the caller has found it already.
+void VelAssociationRepr::Link(int k, int index, Group* known) const {
     VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
-    Group& group = m_Groups[k].Add(entry.m_Members[k].m_ID);
+    Group& group = known ? *known : m_Groups[k].Add(entry.m_Members[k].m_ID);
     if (group.tail >= 0) {
         m_Entries[static_cast<size_t>(group.tail)].m_Next[k] = index;
     } else {
@@ -184,7 +184,7 @@ void VelAssociationRepr::Link(int k, int index) const {
     ++group.length;
     if (entry.m_Live) ++group.live;
     const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
-    if (m_Token && entry.m_Live && m_Type.Member(1 - k).Option() == VelRecTypeStringKey)
+    if (m_Token && entry.m_Live && m_Options[1 - k] == VelRecTypeStringKey)
         m_OtherKeys[k].emplace(KeyKey{entry.m_Members[k].m_ID, other.m_Key.String().str()}, index);
 }
 
@@ -192,7 +192,7 @@ void VelAssociationRepr::Link(int k, int index) const {
 // selection from one participant needs the chains of one member only.
 void VelAssociationRepr::EnsureIndex(int k) const {
     if (m_Indexed[k]) return;
-    for (size_t i = 0; i < m_Entries.size(); ++i) Link(k, static_cast<int>(i));
+    for (size_t i = 0; i < m_Entries.size(); ++i) Link(k, static_cast<int>(i), nullptr);
     m_Indexed[k] = true;
 }
 
@@ -213,7 +213,7 @@ void VelAssociationRepr::Kill(int index) {
         const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
         const VelDynamicID& id = entry.m_Members[k].m_ID;
         --FindGroup(k, id)->live;
-        if (m_Type.Member(1 - k).Option() == VelRecTypeStringKey) {
+        if (m_Options[1 - k] == VelRecTypeStringKey) {
             const auto found = m_OtherKeys[k].find(KeyKey{id, other.m_Key.String().str()});
             if (found != m_OtherKeys[k].end() && found->second == index)
                 m_OtherKeys[k].erase(found);
@@ -265,7 +265,7 @@ void VelAssociationRepr::CheckParticipant(int k, const VelDynamicID& id) const {
 
 void VelAssociationRepr::Prepare(int k, const VelParticipant& given,
                                  VelAssociationMemberEntry& entry) const {
-    const VelRecTypeAssociationMemberOption option = m_Type.Member(k).Option();
+    const VelRecTypeAssociationMemberOption option = m_Options[k];
     VelVALIDATE((!given.hasPosition || option == VelRecTypeOrdered) &&
                 "A position was given for a member that is not ordered");
     VelVALIDATE((!given.hasKey || option == VelRecTypeStringKey) &&
@@ -289,10 +289,10 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
     Prepare(1, second, entry.m_Members[1]);
     VelAssociationMemberEntry& newMembFirst = entry.m_Members[0];
     VelAssociationMemberEntry& newMembSecond = entry.m_Members[1];
-    const VelRecTypeAssociationMemberOption optionFirst = m_Type.Member(0).Option();
-    const VelRecTypeAssociationMemberOption optionSecond = m_Type.Member(1).Option();
-    const Group* sharingSecond = FindGroup(1, newMembSecond.m_ID);
-    const Group* sharingFirst = FindGroup(0, newMembFirst.m_ID);
+    const VelRecTypeAssociationMemberOption optionFirst = m_Options[0];
+    const VelRecTypeAssociationMemberOption optionSecond = m_Options[1];
+    Group* const sharingSecond = FindGroup(1, newMembSecond.m_ID);
+    Group* const sharingFirst = FindGroup(0, newMembFirst.m_ID);
 
     if (optionFirst == VelRecTypeStringKey) {
         const int found = KeyedPartner(1, newMembSecond.m_ID, newMembFirst.m_Key.String());
@@ -345,7 +345,11 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
         Shift(*sharingFirst, 1, newMembSecond.m_Position, 1);
     if (first.hasKey) newMembFirst.m_Key.m_Text = AddKey(first.key);
     if (second.hasKey) newMembSecond.m_Key.m_Text = AddKey(second.key);
-    Add(entry);
+    // Each member's group is the one found above (nothing has added a group since), or a new one.
+    Group* const groups[2] = {
+        sharingFirst ? sharingFirst : &m_Groups[0].AddNew(newMembFirst.m_ID),
+        sharingSecond ? sharingSecond : &m_Groups[1].AddNew(newMembSecond.m_ID)};
+    Add(entry, groups);
 }
 
 void VelAssociationRepr::Remove(int whichMember, const VelDynamicID& id,

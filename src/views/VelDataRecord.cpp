@@ -122,7 +122,8 @@ void VelDataRecord::GetString(int i, cow_String& value) const {
     VelDataRecordRepr& record = Target();
     const MemberSlot& memberType = MemberAt(record, i);
     VelVALIDATE(memberType.Category() == VelRecTypeCategoryString);
-    value = record.Strings().Lookup(Load32(record, memberType));
+    const std::string& text = record.Strings().Lookup(Load32(record, memberType));
+    value = cow_String(text.data(), text.size());
 }
 
 void VelDataRecord::GetSymb(int i, int& value) const {

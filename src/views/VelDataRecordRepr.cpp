@@ -4,6 +4,46 @@
 #include "views/VelRecordRepr.h"
 #include "views/VelRecordStore.h"
 
+namespace {
+
+// The memory of dropped records, each block holding the next one's address.
+struct VelRecordFreeList {
+    static constexpr int e_Limit = 64;
+    void* head = nullptr;
+    int count = 0;
+    ~VelRecordFreeList() {
+        while (head) {
+            void* next = *static_cast<void**>(head);
+            mem_Free(head);
+            head = next;
+        }
+    }
+};
+
+thread_local VelRecordFreeList t_droppedRecords;
+
+}  // namespace
+
+void* VelDataRecordRepr::operator new(size_t size) {
+    VelRecordFreeList& dropped = t_droppedRecords;
+    if (size != sizeof(VelDataRecordRepr) || !dropped.head) return mem_Malloc(size);
+    void* data = dropped.head;
+    dropped.head = *static_cast<void**>(data);
+    --dropped.count;
+    return data;
+}
+
+void VelDataRecordRepr::operator delete(void* data, size_t size) noexcept {
+    VelRecordFreeList& dropped = t_droppedRecords;
+    if (size != sizeof(VelDataRecordRepr) || dropped.count == VelRecordFreeList::e_Limit) {
+        mem_Free(data);
+        return;
+    }
+    *static_cast<void**>(data) = dropped.head;
+    dropped.head = data;
+    ++dropped.count;
+}
+
 // The defaults of a type are worked out once, with its first record: a string default is
 // interned once and every record shares its reference.
 void VelDataRecordRepr::SetDefaults() {

@@ -53,6 +53,10 @@ VelParticipantGroup* VelParticipantGroups::Find(const VelDynamicID& id) {
 
 VelParticipantGroup& VelParticipantGroups::Add(const VelDynamicID& id) {
     if (VelParticipantGroup* group = Find(id)) return *group;
+    return AddNew(id);
+}
+
+VelParticipantGroup& VelParticipantGroups::AddNew(const VelDynamicID& id) {
     ++m_Count;
     Row* row = RowOf(id, true);
     if (row && row->group.length == 0) {

@@ -38,6 +38,8 @@ public:
     // The participant's group, made empty if it has none yet; the caller links an entry to it.
     // The reference lasts until the next call to Add.
     VelParticipantGroup& Add(const VelDynamicID& id);
+    // The same for a participant that Find has just not found.
+    VelParticipantGroup& AddNew(const VelDynamicID& id);
     // Calls `act(group)` for every group.
     template <class Act>
     void ForEach(Act act) const {

@@ -46,6 +46,11 @@ public:
           m_Block(block),
           m_Bytes(row + VelRowLayout::e_SerialSize) {}
 
+    // Records are made and dropped one after another by the million: the memory of a dropped
+    // record is kept on a short list of the thread's and given to the next one made.
+    static void* operator new(size_t size);
+    static void operator delete(void* data, size_t size) noexcept;
+
     const VelRecTypeExpandedDataRecord& Record() const { return m_Layout->Record(); }
     unsigned char* Slot(int member) { return m_Bytes + Record().MemberOffset(member); }
     // Fills every member with its default; strings are interned in the string table.
@@ -190,8 +195,10 @@ private:
     int Partner(int k, const Group* mine, const Group* theirs, const VelDynamicID& id,
                 const VelDynamicID& other) const;
     int KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const;
-    void Add(const VelAssociationEntry& entry);
-    void Link(int k, int index) const;
+    // Appends an entry; `known`, when given, holds the group of each member's participant, or
+    // null for one that has none yet.
+    void Add(const VelAssociationEntry& entry, Group* const known[2] = nullptr);
+    void Link(int k, int index, Group* known) const;
     void EnsureIndex(int k) const;
     void Kill(int index);
     void RemoveEntry(int index);
@@ -203,6 +210,8 @@ private:
     }
 
     VelRecTypeAssociation m_Type;
+    // Each member's option, looked up for every pair.
+    VelRecTypeAssociationMemberOption m_Options[2];
     unsigned m_Context;
     VelDynamicID m_Focus;
     // The chains and indexes are built when first needed, so they may change in a const

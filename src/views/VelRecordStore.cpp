@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "context/VelCollective.h"
 #include "context/VelContextLayout.h"
@@ -143,15 +145,25 @@ std::vector<VelViewEntry> VelRecordStore::ViewEntries() const {
 // Only published views count; an edition whose "view" attribute says otherwise is still being
 // written, or was abandoned, and is not seen by readers.
 int VelRecordStore::LatestPublishedEdition(const cow_String& formName, int level) const {
+    const std::pair<std::string, int> key(formName.str(), level);
+    const auto known = m_latestPublished.find(key);
+    if (known != m_latestPublished.end()) return known->second;
+    // The editions are tried from the greatest down: the first published one is the answer, and
+    // it is most often the greatest of all.
     int edition = -1;
     VelGuardStorage([&] {
-        ForEachView(formName, level, [&](int candidate) {
-            if (candidate <= edition) return;
+        std::vector<int> candidates;
+        ForEachView(formName, level, [&](int candidate) { candidates.push_back(candidate); });
+        std::sort(candidates.begin(), candidates.end(), std::greater<int>());
+        for (const int candidate : candidates) {
             const hdf_Group group = m_root.GroupOpen(ViewName(formName, level, candidate).c_str());
-            if (VelViewRepr::IsPublishedGroup(group)) edition = candidate;
-        });
+            if (!VelViewRepr::IsPublishedGroup(group)) continue;
+            edition = candidate;
+            break;
+        }
         return 0;
     });
+    m_latestPublished.emplace(key, edition);
     return edition;
 }
 
@@ -174,6 +186,7 @@ void VelRecordStore::Close(bool writeBack) {
         VelStorageFailure(e);
     }
     m_strings.Release();
+    m_pairRowTypes.Clear();
     m_root.Nullify();
     m_file.Nullify();
 }

@@ -62,7 +62,10 @@
 // touches the file runs under VelGuardStorage.
 
 #include <cstdint>
+#include <map>
 #include <set>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "context/VelContext.h"
@@ -71,6 +74,7 @@
 #include "vel/hdf/hdf_File.h"
 #include "vel/hdf/hdf_Group.h"
 #include "vel/views/VelViewEntry.h"
+#include "views/VelRecordTable.h"
 #include "views/VelStringTable.h"
 
 class VelViewRepr;
@@ -89,6 +93,7 @@ public:
     bool IsWritable() const { return m_writable; }
     const hdf_Group& Root() const { return m_root; }
     VelStringTable& Strings() { return m_strings; }
+    VelPairRowTypes& PairRowTypes() { return m_pairRowTypes; }
 
     // The next serial number; every serial stored in the file lies below Limit().
     int64_t NextSerial();
@@ -101,8 +106,10 @@ public:
     // The context's write-back: the serial counter.
     void WriteBack() override;
 
-    // The greatest edition of a published view of that form and level, or -1.
+    // The greatest edition of a published view of that form and level, or -1.  The answer is
+    // kept until a view of this store is created or published: no other writer shares the file.
     int LatestPublishedEdition(const cow_String& formName, int level) const;
+    void ViewsChanged() { m_latestPublished.clear(); }
     // The edition a new view of that form and level gets.
     int NextEdition(const cow_String& formName, int level) const;
     static cow_String ViewName(const cow_String& formName, int level, int edition);
@@ -127,8 +134,10 @@ private:
     hdf_Group m_root;
     bool m_writable;
     VelStringTable m_strings;
+    VelPairRowTypes m_pairRowTypes;
     int64_t m_nextSerial = 0;
     std::set<VelViewRepr*> m_views;
+    mutable std::map<std::pair<std::string, int>, int> m_latestPublished;
 };
 
 #endif

@@ -78,10 +78,8 @@ VelRowLayout::VelRowLayout(const VelRecTypeDataRecord& type, const VelTypeRegist
     m_type = hdf_Datatype(builder);
 }
 
-VelRowLayout::VelRowLayout(const VelRecTypeAssociation& type)
+VelRowLayout::VelRowLayout(const VelRecTypeAssociation& type, VelPairRowTypes& types)
     : m_category(VelCategoryAssociation), m_association(type) {
-    static const char* const idNames[2] = {"first", "second"};
-    static const char* const keyNames[2] = {"firstKey", "secondKey"};
     for (int k = 0; k < 2; ++k) {
         m_idSize[k] = type.Member(k).IDSize();
         m_keySize[k] = type.Member(k).KeySize();
@@ -89,15 +87,28 @@ VelRowLayout::VelRowLayout(const VelRecTypeAssociation& type)
         m_keyOffset[k] = m_width + m_idSize[k];
         m_width += m_idSize[k] + m_keySize[k];
     }
-    hdf_CompoundBuilder builder(m_width);
+    m_type = types.TypeOf(type);
+}
+
+const hdf_Datatype& VelPairRowTypes::TypeOf(const VelRecTypeAssociation& type) {
+    std::array<int, 6> shape;
     for (int k = 0; k < 2; ++k) {
-        builder.Insert(idNames[k], IdentifierType(m_idSize[k]));
-        if (m_keySize[k] == 0) continue;
-        const bool ordered = type.Member(k).Option() == VelRecTypeOrdered;
-        builder.Insert(keyNames[k],
-                       ordered ? hdf_Datatype::STD_I32BE() : hdf_Datatype::STD_U32BE());
+        shape[3 * k] = type.Member(k).IDSize();
+        shape[3 * k + 1] = type.Member(k).KeySize();
+        shape[3 * k + 2] = type.Member(k).Option() == VelRecTypeOrdered;
     }
-    m_type = hdf_Datatype(builder);
+    const auto known = m_types.find(shape);
+    if (known != m_types.end()) return known->second;
+    static const char* const idNames[2] = {"first", "second"};
+    static const char* const keyNames[2] = {"firstKey", "secondKey"};
+    hdf_CompoundBuilder builder(shape[0] + shape[1] + shape[3] + shape[4]);
+    for (int k = 0; k < 2; ++k) {
+        builder.Insert(idNames[k], IdentifierType(shape[3 * k]));
+        if (shape[3 * k + 1] == 0) continue;
+        builder.Insert(keyNames[k],
+                       shape[3 * k + 2] ? hdf_Datatype::STD_I32BE() : hdf_Datatype::STD_U32BE());
+    }
+    return m_types.emplace(shape, hdf_Datatype(builder)).first->second;
 }
 
 const VelRecHandle<VelRowBlock>& VelTableCache::Load(const hdf_Dataset& table,

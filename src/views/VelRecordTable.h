@@ -3,9 +3,11 @@
 
 // The row formats of the record store's tables and the block cache through which rows are read.
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <deque>
+#include <map>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -44,6 +46,18 @@ struct VelRecordBytes {
     }
 };
 
+// The compound row types of association tables, by shape: associations whose members have the
+// same identifier sizes and key kinds have rows of one type, built once for all of them.
+class VelPairRowTypes {
+public:
+    const hdf_Datatype& TypeOf(const VelRecTypeAssociation& type);
+    // Releases every type.
+    void Clear() { m_types.clear(); }
+
+private:
+    std::map<std::array<int, 6>, hdf_Datatype> m_types;
+};
+
 // The format of one table's rows: its compound HDF5 type (big-endian members, so the bytes of a
 // row in memory are the bytes in the file and nothing is converted) and where each value sits.
 class VelRowLayout : public VelRecShared {
@@ -52,8 +66,9 @@ public:
 
     // A data record row: the serial, then the flattened record, base members first.
     VelRowLayout(const VelRecTypeDataRecord& type, const VelTypeRegistry& registry);
-    // An association row: per member the participant's identifier and its position or key.
-    explicit VelRowLayout(const VelRecTypeAssociation& type);
+    // An association row: per member the participant's identifier and its position or key; the
+    // row type is the one `types` holds for the association's shape.
+    VelRowLayout(const VelRecTypeAssociation& type, VelPairRowTypes& types);
 
     int Category() const { return m_category; }
     int Width() const { return m_width; }

@@ -20,6 +20,15 @@ hdf_Dataspace Vector(int64_t count) {
                                        hdf_DimSpace());
 }
 
+// Whole tables of at most this many bytes are moved with buffers of their own size.
+constexpr int64_t e_MaxSizedTransfer = int64_t(1) << 20;
+
+hdf_PropListTransfer SizedTransfer(int64_t bytes) {
+    hdf_PropListTransfer transfer;
+    transfer.SetBuffer(static_cast<int>(bytes), nullptr, nullptr);
+    return transfer;
+}
+
 }  // namespace
 
 hdf_Dataset VelStoreIO::CreateTable(const hdf_Group& group, const char* name,
@@ -76,6 +85,28 @@ void VelStoreIO::WriteRows(const hdf_Dataset& table, const hdf_Datatype& type, i
         table.Write(type, Vector(n), RowSelection(table, first + done, n),
                     static_cast<const unsigned char*>(buffer) + static_cast<size_t>(done) * width);
     }
+}
+
+void VelStoreIO::ReadReferenceRows(const hdf_Dataset& table, const hdf_Datatype& type,
+                                   int64_t count, void* buffer) {
+    const int64_t bytes = count * static_cast<int64_t>(type.GetSize());
+    if (count == 0 || bytes > e_MaxSizedTransfer) {
+        ReadRows(table, type, 0, count, buffer);
+        return;
+    }
+    CheckTable(table, type);
+    table.Read(type, Vector(count), RowSelection(table, 0, count), SizedTransfer(bytes), buffer);
+}
+
+void VelStoreIO::WriteReferenceRows(const hdf_Dataset& table, const hdf_Datatype& type,
+                                    int64_t count, const void* buffer) {
+    const int64_t bytes = count * static_cast<int64_t>(type.GetSize());
+    if (count == 0 || bytes > e_MaxSizedTransfer) {
+        WriteRows(table, type, 0, count, buffer);
+        return;
+    }
+    if (Rows(table) < count) table.Extend(hdf_DimSpaceInput(static_cast<hsize_t>(count)));
+    table.Write(type, Vector(count), RowSelection(table, 0, count), SizedTransfer(bytes), buffer);
 }
 
 void VelStoreIO::CreateInt64Attribute(const hdf_Group& group, const char* name,

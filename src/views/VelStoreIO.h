@@ -32,6 +32,13 @@ struct VelStoreIO {
                                 int64_t count, void* buffer);
     static void WriteRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
                           int64_t count, const void* buffer);
+    // The same for rows that hold object references, which HDF5 converts even between equal
+    // types: the conversion buffers are sized to the rows instead of HDF5's default megabyte,
+    // which it would allocate and clear on every call.
+    static void ReadReferenceRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t count,
+                                  void* buffer);
+    static void WriteReferenceRows(const hdf_Dataset& table, const hdf_Datatype& type,
+                                   int64_t count, const void* buffer);
 
     // A fixed-length array of int64 kept as an attribute of a group.
     static void CreateInt64Attribute(const hdf_Group& group, const char* name,

@@ -1,5 +1,8 @@
 #include "views/VelStringTable.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "vel/core/VelAssert.h"
 #include "views/VelStoreIO.h"
 
@@ -49,14 +52,20 @@ uint32_t VelStringTable::Intern(const cow_String& text) {
 // A string's end offsets and its bytes come from blocks of "ends" and "text" kept in memory, so
 // reading the strings of neighbouring records reads each block once.  Each offset is checked
 // against its neighbour and the committed byte count before any text is read.
-cow_String VelStringTable::Lookup(uint32_t reference) {
-    if (reference == 0) return cow_String();
+const std::string& VelStringTable::Lookup(uint32_t reference) {
+    static const std::string empty;
+    if (reference == 0) return empty;
     const int64_t index = static_cast<int64_t>(reference) - 1;
     VelVALIDATE(index < m_count + static_cast<int64_t>(m_pending.size()) &&
                 "Damaged record store: a string reference is out of range");
-    if (index >= m_count) return cow_String(m_pending[static_cast<size_t>(index - m_count)]);
+    if (index >= m_count) return m_pending[static_cast<size_t>(index - m_count)];
+    Recent& recent = m_recent[reference % e_RecentTexts];
+    if (recent.reference == reference) return *recent.text;
     const auto cached = m_byReference.find(reference);
-    if (cached != m_byReference.end()) return cow_String(cached->second);
+    if (cached != m_byReference.end()) {
+        recent = Recent{reference, &cached->second};
+        return cached->second;
+    }
 
     const int64_t start = index == 0 ? 0 : EndOf(index - 1);
     const int64_t end = EndOf(index);
@@ -67,9 +76,12 @@ cow_String VelStringTable::Lookup(uint32_t reference) {
     if (m_byReference.size() >= e_CacheLimit) {
         m_byReference.clear();
         m_byText.clear();
+        std::fill(std::begin(m_recent), std::end(m_recent), Recent());
     }
     m_byText.emplace(text, reference);
-    return cow_String(m_byReference.emplace(reference, std::move(text)).first->second);
+    const std::string& kept = m_byReference.emplace(reference, std::move(text)).first->second;
+    recent = Recent{reference, &kept};
+    return kept;
 }
 
 int64_t VelStringTable::EndOf(int64_t index) {

@@ -31,8 +31,9 @@ public:
     VelStringTable(const hdf_Group& group, bool writable);
 
     uint32_t Intern(const cow_String& text);
-    // Validates that the reference is one the table has handed out.
-    cow_String Lookup(uint32_t reference);
+    // Validates that the reference is one the table has handed out.  The text stays valid until
+    // the table is next used.
+    const std::string& Lookup(uint32_t reference);
 
     bool HasPending() const { return !m_pending.empty(); }
     // Appends the pending strings, then the counts.
@@ -56,6 +57,14 @@ private:
     // Texts interned or read in this session, and the reverse for reads.
     std::unordered_map<std::string, uint32_t> m_byText;
     std::unordered_map<uint32_t, std::string> m_byReference;
+    // The texts of m_byReference looked up last, by reference modulo e_RecentTexts: records
+    // read one after another tend to name the same few strings.
+    static constexpr size_t e_RecentTexts = 64;
+    struct Recent {
+        uint32_t reference = 0;
+        const std::string* text = nullptr;
+    };
+    Recent m_recent[e_RecentTexts];
     // Whether "text" and "ends" have been checked to store bytes and int64 rows.
     bool m_checked = false;
     // Blocks of "ends" and of "text" read so far, by block number.

@@ -58,6 +58,7 @@ void VelTransactionRepr::Drop() {
         for (const SavedSlot& saved : m_EmptiedSlots) {
             VelSlot& slot = View().Slot(saved.slot);
             slot.m_Rows = saved.rows;
+            slot.m_Stored = saved.stored;
             slot.m_Table = saved.table;
             slot.m_Owned = saved.owned;
         }
@@ -174,8 +175,10 @@ void VelTransactionRepr::UpdateTypes(const VelTypeSchemaSnapshot& snapshot) {
         const int index = m_view->SlotOf(type.TypeID());
         VelASSERT(index >= 0);
         VelSlot& slot = m_view->Slot(index);
-        m_EmptiedSlots.push_back(SavedSlot{index, slot.m_Rows, slot.m_Table, slot.m_Owned});
+        m_EmptiedSlots.push_back(
+            SavedSlot{index, slot.m_Rows, slot.m_Stored, slot.m_Table, slot.m_Owned});
         slot.m_Rows = 0;
+        slot.m_Stored = VelStoredTable();
         slot.m_Table = hdf_Dataset();
         slot.m_Owned = true;
     }

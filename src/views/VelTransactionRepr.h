@@ -102,6 +102,7 @@ private:
     struct SavedSlot {
         int slot;
         int64_t rows;
+        VelStoredTable stored;
         hdf_Dataset table;
         bool owned;
     };

@@ -67,6 +67,7 @@ VelRecHandle<VelViewRepr> VelViewRepr::Create(VelRecordStore& store, int kind,
     VelViewRepr& repr = *view.Get();
     repr.m_mutable = true;
     if (ancestorSnapshot) repr.SetAncestorSchema(ancestorSnapshot);
+    store.ViewsChanged();
     VelGuardStorage([&] {
         store.BeginCommit();
         repr.CreateGroup(snapshot);
@@ -116,6 +117,7 @@ void VelViewRepr::InheritFrom(VelViewRepr& ancestor) {
         slot.m_Category = inherited.m_Category;
         slot.m_Serial = inherited.m_Serial;
         slot.m_Rows = inherited.m_Rows;
+        slot.m_Stored = inherited.m_Stored;
         slot.m_Table = inherited.m_Table;
         slot.m_Owned = false;
         slot.m_BuiltIn = inherited.m_BuiltIn;
@@ -180,7 +182,7 @@ void VelViewRepr::LoadCatalogue() {
     VelVALIDATE(VelStoreIO::Rows(m_catalogue) >= counts[0] &&
                 "Damaged record store: the view's catalogue is shorter than its record counts");
     std::vector<VelSlotRow> rows(static_cast<size_t>(counts[0]));
-    VelStoreIO::ReadRows(m_catalogue, CatalogueType(), 0, counts[0], rows.data());
+    VelStoreIO::ReadReferenceRows(m_catalogue, CatalogueType(), counts[0], rows.data());
 
     int64_t records = 0;
     int64_t pairs = 0;
@@ -211,13 +213,8 @@ void VelViewRepr::LoadCatalogue() {
         slot.m_Serial = row.serial;
         slot.m_Rows = row.rows;
         slot.m_Owned = row.owned == 1;
-        if (row.table != 0) {
-            hdf_Reference reference;
-            *reference.Data() = row.table;
-            slot.m_Table = m_records.DatasetOpen(reference);
-            VelVALIDATE(VelStoreIO::Rows(slot.m_Table) >= row.rows &&
-                        "Damaged record store: a table holds fewer rows than its count");
-        }
+        slot.m_Stored.table = row.table;
+        slot.m_Stored.rows = row.rows;
         (row.category == VelCategoryDataRecord ? records : pairs) += row.rows;
         VelVALIDATE(m_slotOf.emplace(slot.m_Type, static_cast<int>(m_slots.size())).second &&
                     "Damaged record store: two tables of one record type");
@@ -279,11 +276,12 @@ void VelViewRepr::WriteCatalogue() {
         row.serial = slot.m_Serial;
         row.rows = slot.m_Rows;
         row.owned = slot.m_Owned ? 1 : 0;
-        if (!slot.m_Table.IsEmpty()) row.table = *slot.m_Table.ReferenceCreate().Data();
+        row.table = slot.m_Stored.table;
         (slot.m_Category == VelCategoryDataRecord ? records : pairs) += slot.m_Rows;
     }
     const hdf_Datatype type = CatalogueType();
-    VelStoreIO::WriteRows(m_catalogue, type, 0, static_cast<int64_t>(rows.size()), rows.data());
+    VelStoreIO::WriteReferenceRows(m_catalogue, type, static_cast<int64_t>(rows.size()),
+                                   rows.data());
     const int64_t counts[3] = {static_cast<int64_t>(rows.size()), records, pairs};
     VelStoreIO::WriteInt64Attribute(m_records, e_RecordCounts, counts, 3);
 }
@@ -351,6 +349,7 @@ void VelViewRepr::Publish() {
     VelRecordStore& store = Store();
     m_published = true;
     m_mutable = false;
+    store.ViewsChanged();
     VelGuardStorage([&] {
         store.BeginCommit();
         WriteViewAttribute(false);
@@ -464,12 +463,13 @@ const VelRowLayout* VelViewRepr::Layout(int slot) {
             return VelRecHandle<VelRowLayout>(
                 type.Category() == VelCategoryDataRecord
                     ? new VelRowLayout(VelRecTypeDataRecord(type), registry)
-                    : new VelRowLayout(VelRecTypeAssociation(type)));
+                    : new VelRowLayout(VelRecTypeAssociation(type), Store().PairRowTypes()));
         });
         s.m_LayoutChecked = false;
         s.m_RowsChecked = false;
     }
-    if (!s.m_LayoutChecked && !s.m_Table.IsEmpty()) {
+    if (!s.m_LayoutChecked && s.m_Stored.table != 0) {
+        Table(slot);
         VelGuardStorage([&] {
             VelVALIDATE(s.m_Table.GetType().Equal(s.m_Layout->Type()) &&
                         "Damaged record store: a table does not match its record type");
@@ -480,10 +480,28 @@ const VelRowLayout* VelViewRepr::Layout(int slot) {
     return s.m_Layout.Get();
 }
 
+// Opening is left to the first use: a reader pays for the tables it reads, not for every table
+// of the view.  The table is checked as it opens, as loading the catalogue once checked it.
+const hdf_Dataset& VelViewRepr::Table(int index) {
+    VelSlot& slot = Slot(index);
+    if (slot.m_Table.IsEmpty() && slot.m_Stored.table != 0) {
+        const VelStoredTable& row = slot.m_Stored;
+        VelGuardStorage([&] {
+            hdf_Reference reference;
+            *reference.Data() = row.table;
+            slot.m_Table = m_records.DatasetOpen(reference);
+            VelVALIDATE(VelStoreIO::Rows(slot.m_Table) >= row.rows &&
+                        "Damaged record store: a table holds fewer rows than its count");
+            return 0;
+        });
+    }
+    return slot.m_Table;
+}
+
 const hdf_Dataset& VelViewRepr::ReadableTable(int slot) {
     VelSlot& s = Slot(slot);
     if (!s.m_RowsChecked) {
-        VelStoreIO::CheckTable(s.m_Table, s.m_Layout->Type());
+        VelStoreIO::CheckTable(Table(slot), s.m_Layout->Type());
         s.m_RowsChecked = true;
     }
     return s.m_Table;
@@ -617,22 +635,23 @@ void VelViewRepr::LoadPairs(int slot, VelAssociationRepr& pairs) {
     VelSlot& s = Slot(slot);
     const VelRowLayout* layout = Layout(slot);
     VelVALIDATE(layout && "The association's type is not part of this view");
-    std::vector<unsigned char> rows;
+    // The piece's bytes are read over whole, so they are left uninitialised.
+    const std::unique_ptr<unsigned char[]> rows(
+        new unsigned char[static_cast<size_t>(std::min(s.m_Rows, e_LoadRows) * layout->Width())]);
     for (int64_t first = 0; first < s.m_Rows; first += e_LoadRows) {
         const int64_t count = s.m_Rows - first < e_LoadRows ? s.m_Rows - first : e_LoadRows;
-        rows.resize(static_cast<size_t>(count * layout->Width()));
         VelGuardStorage([&] {
             VelStoreIO::ReadCheckedRows(ReadableTable(slot), layout->Type(), first, count,
-                                        rows.data());
+                                        rows.get());
             return 0;
         });
-        pairs.AppendRows(rows.data(), count, Store().Strings());
+        pairs.AppendRows(rows.get(), count, Store().Strings());
     }
 }
 
 const hdf_Dataset& VelViewRepr::OwnTable(int slot, bool keepRows) {
     VelSlot& s = Slot(slot);
-    if (s.m_Owned && !s.m_Table.IsEmpty()) return s.m_Table;
+    if (s.m_Owned && !Table(slot).IsEmpty()) return s.m_Table;
     const VelRowLayout* layout = Layout(slot);
     VelASSERT(layout);
     // A name left by a commit that did not finish is not reused: its rows may have another
@@ -650,6 +669,8 @@ const hdf_Dataset& VelViewRepr::OwnTable(int slot, bool keepRows) {
         VelStoreIO::WriteRows(table, layout->Type(), first, count, rows.data());
     }
     s.m_Table = table;
+    s.m_Stored.table = *table.ReferenceCreate().Data();
+    s.m_Stored.rows = 0;
     s.m_Owned = true;
     s.m_LayoutChecked = true;
     s.m_RowsChecked = true;

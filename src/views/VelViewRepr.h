@@ -37,6 +37,14 @@ struct VelSlotRow {
     hobj_ref_t table;
 };
 
+// A slot's table as the catalogue names it: the object reference, and the rows the catalogue
+// counted when the slot was loaded.  The table is opened from the reference on first use and
+// checked then to hold those rows.
+struct VelStoredTable {
+    hobj_ref_t table = 0;
+    int64_t rows = 0;
+};
+
 // What a view knows of one of its tables.
 struct VelSlot {
     VelTypeID m_Type;
@@ -50,7 +58,9 @@ struct VelSlot {
     bool m_BuiltIn = false;
     // Whether the slot's type has been locked since the registry last changed.
     bool m_Locked = false;
-    // Empty until a first row is written.
+    // No reference until a first row is written.
+    VelStoredTable m_Stored;
+    // Empty until the table is first used (see VelViewRepr::Table).
     hdf_Dataset m_Table;
     // Null until needed, and for a type the view's registry does not hold (a type dropped by a
     // level change): the rows of such a slot are not readable in this view.
@@ -149,6 +159,8 @@ public:
     const VelRowLayout* Layout(int slot);
     // Forgets the formats of the view's own types (after the registry changed).
     void ResetLayouts();
+    // The table of a slot, opened on first use; empty for a slot that has none yet.
+    const hdf_Dataset& Table(int slot);
     // The table of a slot whose rows are about to be read, checked once to hold rows of the
     // slot's layout.
     const hdf_Dataset& ReadableTable(int slot);

@@ -354,8 +354,10 @@ TEST_F(VelRecordStoreDeathTest, CountsThatDisagreeWithTheDataAreRefused) {
                           "the record counts disagree with the catalogue\"");
     {
         const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
+        // The catalogue agrees with its counts again, now saying that the Parts' table holds 1000
+        // rows: the table is opened, and refused, when the Parts are first read.
         std::vector<int64_t> counts = ReadInt64s(file, kRecords, "recordCounts");
-        --counts[1];
+        counts[1] += 1000 - 2 - 1;
         WriteInt64s(file, kRecords, "recordCounts", counts);
         RawTable slots(file, kSlots);
         slots.Native<int64_t>(SlotOf(slots, "Plant", TypeOf("Part").Ordinal()), "rows") = 1000;
@@ -365,6 +367,26 @@ TEST_F(VelRecordStoreDeathTest, CountsThatDisagreeWithTheDataAreRefused) {
     ExpectValidateFailure(ReadEverything(),
                           "VelStoreIO::Rows(slot.m_Table) >= row.rows && \"Damaged record store: a "
                           "table holds fewer rows than its count\"");
+}
+
+// A table is opened when it is first used: the Bolts' slot made to name the Parts' table leaves
+// the open and the Parts whole, and is refused when the Bolts are first read.
+TEST_F(VelRecordStoreDeathTest, ADamagedTableIsRefusedAtItsFirstUse) {
+    Write();
+    {
+        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
+        RawTable slots(file, kSlots);
+        slots.Native<hobj_ref_t>(SlotOf(slots, "Plant", TypeOf("Bolt").Ordinal()), "table") =
+            slots.Native<hobj_ref_t>(SlotOf(slots, "Plant", TypeOf("Part").Ordinal()), "table");
+        slots.Write();
+        H5Fclose(file);
+    }
+    Open();
+    const VelViewRead view = Context().View(Snapshot(1));
+    EXPECT_EQ(view.DataRecord(Here(m_parts[1])).ReturnString(kT).str(), "second");
+    ExpectValidateFailure(view.DataRecordIDs(TypeOf("Bolt")),
+                          "s.m_Table.GetType().Equal(s.m_Layout->Type()) && \"Damaged record "
+                          "store: a table does not match its record type\"");
 }
 
 TEST_F(VelRecordStoreDeathTest, AStringReferenceOutOfRangeIsRefused) {

@@ -325,7 +325,9 @@ TEST_F(VelViewDeathTest, AViewOfAClosedContextRefusesEveryUse) {
     VelManager::CloseContext(m_context);
     ExpectValidateFailure(view.DataRecordIDs(TypeOf("Part")),
                           "m_store && \"The view's context has been closed\"");
-    m_context = VelManager::OpenContext(m_file.c_str(), hdf_File::OpenFlagsReadWrite, 1);
+    m_context = VelManager::OpenContext(m_file.c_str(), hdf_File::OpenFlagsReadOnly, 1);
+    ExpectValidateFailure(Context().NewForm(Snapshot(1)),
+                          "store.IsWritable() && \"The database is open read-only\"");
 }
 
 }  // namespace
@@ -349,6 +351,9 @@ TEST_F(VelViewDeathTest, CreateTypeRegistersATypeOutsideTheSchema) {
             t.CreateType(t.TypeFactory().CreateDataRecordType(scratch, VelTypeID("Scratch", 1))),
             "(base.IsNull() || registry.FindType(base) >= 0) && \"The base type must be "
             "registered first\"");
+        ExpectValidateFailure(t.CreateType(VelRecType()),
+                              "type.Category() == VelCategoryAssociation && \"A record type is a "
+                              "data record or an association\"");
         type = t.TypeFactory().CreateDataRecordType(scratch, TypeOf("Part"), members);
         t.CreateType(type);
         const VelDataRecordUpdate record = t.CreateDataRecord(scratch);

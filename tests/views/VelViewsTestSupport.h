@@ -50,6 +50,10 @@ inline const char* PlantSchema() {
     <data roleName="a" minOccurs="2" maxOccurs="unbounded"><target ref="Part"/></data>
     <data roleName="b" maxOccurs="unbounded"><target ref="Part"/></data>
   </association>
+  <association name="Regions" level="1">
+    <data roleName="members" maxOccurs="unbounded" ordered="true"><target ref="Part"/></data>
+    <cset roleName="nodes" maxOccurs="unbounded"/>
+  </association>
   <datarecord name="Extra" level="2"><int name="n" default="9"/></datarecord>
   <datarecord name="Bolt" level="3"><base ref="Part"/><double name="torque"/><int name="grade"/></datarecord>
 </form>

@@ -178,34 +178,12 @@ TEST_F(VelViewTest, AnEditionChangesRecordsWithoutTouchingItsAncestor) {
     EXPECT_EQ(latest.DataRecord(Here(kept)).TypeID(), TypeOf("Bolt"));
 }
 
-TEST_F(VelViewTest, ALevelUpgradeAddsTypesAndKeepsRecords) {
+// Both views stay, each read at its own level after a reopen.
+TEST_F(VelViewDeathTest, ALevelUpgradeAddsTypesAndADowngradeDropsThem) {
     const VelViewUpdateForm level1 = Context().NewForm(Snapshot(1));
     const VelDynamicID part = PublishPart(level1, Snapshot(1), TypeOf("Part"), 3);
     const VelViewUpdateLevel level2 = Context().UpgradeLevel(Snapshot(2), level1);
     EXPECT_EQ(level2.Name(), "Plant-2-0");
-    VelDynamicID extra;
-    {
-        VelTransactionUpgrade t(level2);
-        t.UpdateTypes(Snapshot(2));
-        extra = t.CreateDataRecord(TypeOf("Extra")).ID();
-        t.Commit();
-    }
-    level2.Publish();
-    Reopen();
-    const VelViewRead read = Context().View(Snapshot(2));
-    int value = 0;
-    read.DataRecord(Here(part)).GetInt(kI, value);
-    EXPECT_EQ(value, 3);
-    read.DataRecord(Here(extra)).GetInt(0, value);
-    EXPECT_EQ(value, 9);
-    // The level-1 view is still there for readers of level 1.
-    EXPECT_EQ(Context().View(Snapshot(1)).DataRecordIDs(TypeOf("Part")).Size(), 1);
-}
-
-TEST_F(VelViewDeathTest, ADowngradeDropsTheTypesTheLowerLevelLacks) {
-    const VelViewUpdateForm level1 = Context().NewForm(Snapshot(1));
-    const VelDynamicID part = PublishPart(level1, Snapshot(1), TypeOf("Part"), 4);
-    const VelViewUpdateLevel level2 = Context().UpgradeLevel(Snapshot(2), level1);
     VelDynamicID extra;
     {
         VelTransactionUpgrade t(level2);
@@ -226,13 +204,18 @@ TEST_F(VelViewDeathTest, ADowngradeDropsTheTypesTheLowerLevelLacks) {
     }
     back.Publish();
     Reopen();
-    const VelViewRead read = Context().View(Snapshot(1));
-    EXPECT_EQ(read.Edition(), 1);
     int value = 0;
-    read.DataRecord(Here(part)).GetInt(kI, value);
-    EXPECT_EQ(value, 4);
-    ExpectValidateFailure(read.DataRecord(Here(extra)), "row < s.m_Rows && \"Record not found\"");
-    ExpectValidateFailure(read.Type(TypeOf("Extra")),
+    const VelViewRead upper = Context().View(Snapshot(2));
+    upper.DataRecord(Here(part)).GetInt(kI, value);
+    EXPECT_EQ(value, 3);
+    upper.DataRecord(Here(extra)).GetInt(0, value);
+    EXPECT_EQ(value, 9);
+    const VelViewRead lower = Context().View(Snapshot(1));
+    EXPECT_EQ(lower.Edition(), 1);
+    lower.DataRecord(Here(part)).GetInt(kI, value);
+    EXPECT_EQ(value, 3);
+    ExpectValidateFailure(lower.DataRecord(Here(extra)), "row < s.m_Rows && \"Record not found\"");
+    ExpectValidateFailure(lower.Type(TypeOf("Extra")),
                           "index >= 0 && \"The type is not registered in the view\"");
 }
 
@@ -329,10 +312,6 @@ TEST_F(VelViewDeathTest, AViewOfAClosedContextRefusesEveryUse) {
     ExpectValidateFailure(Context().NewForm(Snapshot(1)),
                           "store.IsWritable() && \"The database is open read-only\"");
 }
-
-}  // namespace
-
-namespace {
 
 // A type made by the factory, outside any form's schema, with a base from the schema: its
 // records survive a reopen, the view is read by name, and a snapshot without it is refused.

@@ -59,7 +59,7 @@ TEST_F(VelViewTest, AFormViewExtendingAnotherStartsWithItsRecordsAndFocus) {
     EXPECT_EQ(i, 5);
 }
 
-TEST_F(VelViewDeathTest, OneTransactionAtATimeAndOnlyOnAMutableView) {
+TEST_F(VelViewDeathTest, OneTransactionAtATimeAndOnlyOnAnUnpublishedView) {
     const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
     {
         VelTransactionExtend first(view);
@@ -83,14 +83,13 @@ TEST_F(VelViewDeathTest, OneTransactionAtATimeAndOnlyOnAMutableView) {
     ExpectValidateFailure(view.Publish(),
                           "!m_activeTransaction && \"A view cannot be published while a "
                           "transaction is active\"");
-}
 
-TEST_F(VelViewDeathTest, APublishedViewNeitherChangesNorPublishesAgain) {
-    const VelViewUpdateForm view = PublishedTypes();
-    EXPECT_FALSE(view.IsMutable());
-    ExpectAssertFailure(VelTransactionExtend{view},
+    // A published view neither changes nor publishes again.
+    const VelViewUpdateForm published = PublishedTypes();
+    EXPECT_FALSE(published.IsMutable());
+    ExpectAssertFailure(VelTransactionExtend{published},
                         "!\"The view is not mutable.  Creating a transaction is forbidden.\"");
-    ExpectValidateFailure(view.Publish(), "!\"This view cannot be published.\"");
+    ExpectValidateFailure(published.Publish(), "!\"This view cannot be published.\"");
 }
 
 TEST_F(VelViewDeathTest, SchemasAreSetOnceAndTheAncestorFirst) {

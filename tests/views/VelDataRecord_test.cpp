@@ -11,25 +11,26 @@ namespace {
 using VelDataRecordTest = VelViewsTest;
 using VelDataRecordDeathTest = VelViewsTest;
 
+// Member `i` of `record` through its getter.
+template <class T>
+T Get(const VelDataRecord& record, int i, void (VelDataRecord::*getter)(int, T&) const) {
+    T value{};
+    (record.*getter)(i, value);
+    return value;
+}
+
 // Every member of a Part, in member order, the octet as an int.
 std::tuple<bool, int, short, int, long long, float, double, int, std::string> Members(
     const VelDataRecord& part) {
-    bool b = false;
-    unsigned char o = 0;
-    short s = 0;
-    int i = 0, k = 0;
-    int64_t l = 0;
-    float f = 0;
-    double d = 0;
-    part.GetBool(kB, b);
-    part.GetOctet(kO, o);
-    part.GetShort(kS, s);
-    part.GetInt(kI, i);
-    part.GetInt64(kL, l);
-    part.GetFloat(kF, f);
-    part.GetDouble(kD, d);
-    part.GetSymb(kK, k);
-    return {b, o, s, i, l, f, d, k, part.ReturnString(kT).str()};
+    return {Get(part, kB, &VelDataRecord::GetBool),
+            Get(part, kO, &VelDataRecord::GetOctet),
+            Get(part, kS, &VelDataRecord::GetShort),
+            Get(part, kI, &VelDataRecord::GetInt),
+            Get(part, kL, &VelDataRecord::GetInt64),
+            Get(part, kF, &VelDataRecord::GetFloat),
+            Get(part, kD, &VelDataRecord::GetDouble),
+            Get(part, kK, &VelDataRecord::GetSymb),
+            part.ReturnString(kT).str()};
 }
 
 TEST_F(VelDataRecordTest, EveryCategoryRoundTripsThroughReopen) {
@@ -76,9 +77,7 @@ TEST_F(VelDataRecordTest, EveryCategoryRoundTripsThroughReopen) {
     EXPECT_EQ(bolt.Member(kTorque).Name(), "torque");
     EXPECT_TRUE(bolt.IsA(TypeOf("Part")));
     EXPECT_FALSE(part.IsA(TypeOf("Bolt")));
-    double d = 0;
-    bolt.GetDouble(kTorque, d);
-    EXPECT_EQ(d, 17.5);
+    EXPECT_EQ(Get(bolt, kTorque, &VelDataRecord::GetDouble), 17.5);
     EXPECT_EQ(bolt.ReturnString(kT), "M12");
     EXPECT_EQ(view.Type(boltID).TypeID(), TypeOf("Bolt"));
 
@@ -111,8 +110,7 @@ TEST_F(VelDataRecordDeathTest, AccessorsRequireTheMembersCategory) {
     // The symbolic constant's check is one-sided: below the limit, negative numbers included.
     ExpectValidateFailure(part.SetSymb(kK, 3), "data < symMemberType.LimitValue()");
     part.SetSymb(kK, -1);
-    part.GetSymb(kK, i);
-    EXPECT_EQ(i, -1);
+    EXPECT_EQ(Get(part, kK, &VelDataRecord::GetSymb), -1);
 }
 
 TEST_F(VelDataRecordDeathTest, ARecordIsWrittenOnlyWhileItsTransactionIsActive) {

@@ -325,9 +325,7 @@ TEST_F(VelRecordStoreTest, RowsAcrossTheBlocksOfWritesAndReadsKeepTheirValues) {
         t.Commit();
     }
     view.Publish();
-    int i = 0;
-    kept.GetInt(kI, i);
-    EXPECT_EQ(i, -256);
+    EXPECT_EQ(IntOf(kept, kI), -256);
     VelManager::CloseContext(m_context);
     Open();
     const VelViewRead read = Context().View(Snapshot(1));
@@ -338,8 +336,7 @@ TEST_F(VelRecordStoreTest, RowsAcrossTheBlocksOfWritesAndReadsKeepTheirValues) {
         const int expected = n == 0 || n == 256 || n == 2999 || n == 3000 ? 7 * n
                              : n == 255 || n == 767 || n == 768           ? -n
                                                                           : n;
-        read.DataRecord(ids[n]).GetInt(kI, i);
-        ASSERT_EQ(i, expected) << n;
+        ASSERT_EQ(IntOf(read.DataRecord(ids[n]), kI), expected) << n;
     }
     EXPECT_EQ(read.DataRecord(ids[8192]).ReturnString(kT).str(), "changed");
     EXPECT_EQ(read.DataRecord(ids[8191]).ReturnString(kT).str(), "none");

@@ -54,9 +54,7 @@ TEST_F(VelViewTest, AFormViewExtendingAnotherStartsWithItsRecordsAndFocus) {
         t.Commit();
     }
     site.Publish();
-    int i = 0;
-    Context().View(SnapshotOf("Site")).DataRecord(part).GetInt(kI, i);
-    EXPECT_EQ(i, 5);
+    EXPECT_EQ(IntOf(Context().View(SnapshotOf("Site")).DataRecord(part), kI), 5);
 }
 
 TEST_F(VelViewDeathTest, OneTransactionAtATimeAndOnlyOnAnUnpublishedView) {
@@ -166,14 +164,11 @@ TEST_F(VelViewTest, AnEditionChangesRecordsWithoutTouchingItsAncestor) {
         t.Commit();
     }
     edition.Publish();
-    int i = 0;
-    original.DataRecord(changed).GetInt(kI, i);
-    EXPECT_EQ(i, 10);
+    EXPECT_EQ(IntOf(original.DataRecord(changed), kI), 10);
     Reopen();
     const VelViewRead latest = Context().View(Snapshot(1));
     EXPECT_EQ(latest.Edition(), 1);
-    latest.DataRecord(Here(changed)).GetInt(kI, i);
-    EXPECT_EQ(i, 11);
+    EXPECT_EQ(IntOf(latest.DataRecord(Here(changed)), kI), 11);
     EXPECT_EQ(latest.DataRecord(Here(kept)).TypeID(), TypeOf("Bolt"));
 }
 
@@ -203,16 +198,12 @@ TEST_F(VelViewDeathTest, ALevelUpgradeAddsTypesAndADowngradeDropsThem) {
     }
     back.Publish();
     Reopen();
-    int value = 0;
     const VelViewRead upper = Context().View(Snapshot(2));
-    upper.DataRecord(Here(part)).GetInt(kI, value);
-    EXPECT_EQ(value, 3);
-    upper.DataRecord(Here(extra)).GetInt(0, value);
-    EXPECT_EQ(value, 9);
+    EXPECT_EQ(IntOf(upper.DataRecord(Here(part)), kI), 3);
+    EXPECT_EQ(IntOf(upper.DataRecord(Here(extra)), 0), 9);
     const VelViewRead lower = Context().View(Snapshot(1));
     EXPECT_EQ(lower.Edition(), 1);
-    lower.DataRecord(Here(part)).GetInt(kI, value);
-    EXPECT_EQ(value, 3);
+    EXPECT_EQ(IntOf(lower.DataRecord(Here(part)), kI), 3);
     ExpectValidateFailure(lower.DataRecord(Here(extra)), "row < s.m_Rows && \"Record not found\"");
     ExpectValidateFailure(lower.Type(TypeOf("Extra")),
                           "index >= 0 && \"The type is not registered in the view\"");
@@ -345,9 +336,7 @@ TEST_F(VelViewDeathTest, CreateTypeRegistersATypeOutsideTheSchema) {
     const VelViewRead read = Context().View("Plant", 1);
     EXPECT_TRUE(VelRecTypeDataRecord(read.Type(scratch)) == type);
     const VelDataRecord record = read.DataRecord(Here(id));
-    int count = 0;
-    record.GetInt(9, count);
-    EXPECT_EQ(count, 8);
+    EXPECT_EQ(IntOf(record, 9), 8);
     EXPECT_EQ(record.ReturnString(10), "unnamed");
     EXPECT_TRUE(record.IsA(TypeOf("Part")));
     ExpectValidateFailure(Context().View(Snapshot(1)),

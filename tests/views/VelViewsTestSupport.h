@@ -64,6 +64,13 @@ inline const char* PlantSchema() {
 </form></qarn>)";
 }
 
+// Integer member `member` of a record.
+inline int IntOf(const VelDataRecord& record, int member) {
+    int value = 0;
+    record.GetInt(member, value);
+    return value;
+}
+
 class VelViewsTest : public ::testing::Test {
 protected:
     void SetUp() override {

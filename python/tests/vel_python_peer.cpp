@@ -109,7 +109,26 @@ void WriteOfKey(const VelContextRef& context, VelTypeKey key, const VelCollectio
     }
 }
 
-// Compressed rows of a 6 x 4 matrix with nonzeros where (i + j) % 3 == 0, valued 4i + j + 1.
+// A new drawer of a matrix in compressed rows, sparse-symmetric when it has a diagonal.
+template <class T>
+void WriteMatrix(const VelContextRef& context, VelTypeKey key, const VelCollectionID& a,
+                 const VelCollectionID& b, std::vector<T> values, std::vector<int> columns,
+                 std::vector<int> starts, std::vector<T> diagonal) {
+    const VelDistributionID d = context.CreateDistribution(GridOf(a, b), VelRangeType(key));
+    VelSerializationType serialization;
+    diagonal.empty() ? serialization.SetSparse() : serialization.SetSparseSym();
+    VelTransfer transfer{VelDistributionRef(d)};
+    transfer.SetMakeNewDrawer().SetSparseNNonzero(int(values.size())).SetBufferPadding(false);
+    transfer.SetDims(VelCollectionRef(a).BiggestCSetID(), VelCollectionRef(b).BiggestCSetID());
+    transfer.SetSerialization(serialization).CheckView();
+    void* buffers[] = {values.data(), columns.data(), starts.data(), diagonal.data()};
+    for (int e = 0; e < (diagonal.empty() ? 3 : 4); ++e)
+        transfer.SetBuffer(e, buffers[e], transfer.RequiredBufferSize(e));
+    transfer.ExecWrite();
+    transfer.RelinquishBuffers();
+}
+
+// A 6 x 4 matrix with nonzeros where (i + j) % 3 == 0, valued 4i + j + 1.
 void WriteSparse(const VelContextRef& context, const VelCollectionID& a, const VelCollectionID& b) {
     std::vector<double> values;
     std::vector<int> columns, starts = {0};
@@ -121,24 +140,13 @@ void WriteSparse(const VelContextRef& context, const VelCollectionID& a, const V
         }
         starts.push_back(int(values.size()));
     }
-    const VelDistributionID d =
-        context.CreateDistribution(GridOf(a, b), VelRangeType(VelTypeKeyDouble));
-    VelSerializationType sparse;
-    sparse.SetSparse();
-    VelTransfer transfer{VelDistributionRef(d)};
-    transfer.SetMakeNewDrawer().SetSparseNNonzero(int(values.size())).SetBufferPadding(false);
-    transfer.SetDims(VelCollectionRef(a).BiggestCSetID(), VelCollectionRef(b).BiggestCSetID());
-    transfer.SetSerialization(sparse).CheckView();
-    void* buffers[] = {values.data(), columns.data(), starts.data()};
-    for (int e = 0; e < 3; ++e) transfer.SetBuffer(e, buffers[e], transfer.RequiredBufferSize(e));
-    transfer.ExecWrite();
-    transfer.RelinquishBuffers();
+    WriteMatrix<double>(context, VelTypeKeyDouble, a, b, values, columns, starts, {});
 }
 
 // A symmetric 6 x 6 matrix: diagonal i + 1, above it -(i + j) where i + j is odd.
 void WriteSparseSymmetric(const VelContextRef& context, const VelCollectionID& a,
                           const VelCollectionID& a2) {
-    std::vector<double> values, diagonal;
+    std::vector<float> values, diagonal;
     std::vector<int> columns, starts = {0};
     for (int i = 0; i < 6; ++i) {
         diagonal.push_back(i + 1);
@@ -149,19 +157,7 @@ void WriteSparseSymmetric(const VelContextRef& context, const VelCollectionID& a
         }
         starts.push_back(int(values.size()));
     }
-    const VelDistributionID d =
-        context.CreateDistribution(GridOf(a, a2), VelRangeType(VelTypeKeyFloat));
-    std::vector<float> v(values.begin(), values.end()), g(diagonal.begin(), diagonal.end());
-    VelSerializationType symmetric;
-    symmetric.SetSparseSym();
-    VelTransfer transfer{VelDistributionRef(d)};
-    transfer.SetMakeNewDrawer().SetSparseNNonzero(int(v.size())).SetBufferPadding(false);
-    transfer.SetDims(VelCollectionRef(a).BiggestCSetID(), VelCollectionRef(a2).BiggestCSetID());
-    transfer.SetSerialization(symmetric).CheckView();
-    void* buffers[] = {v.data(), columns.data(), starts.data(), g.data()};
-    for (int e = 0; e < 4; ++e) transfer.SetBuffer(e, buffers[e], transfer.RequiredBufferSize(e));
-    transfer.ExecWrite();
-    transfer.RelinquishBuffers();
+    WriteMatrix(context, VelTypeKeyFloat, a, a2, values, columns, starts, diagonal);
 }
 
 int WriteBulk(const char* path) {

@@ -130,51 +130,42 @@ VelDynamicID Named(const VelView& view, const VelTypeID& association, const char
 
 TEST_F(VelResultsFilesDeathTest, RecordsThatContradictTheirDataAreRefused) {
     VelTempFile path("contradicted.vel");
-    const std::string refused = "VelResults: \"" + path.str() + "\" is refused: ";
-
-    WriteSmall(path.str());
-    ChangeRecords(path.str(), [](VelTransactionExtend& t, const VelView& view,
-                                 const VelResultsSchema& s) {
-        t.ModifyDataRecord(Named(view, s.nodeSets, "edge")).SetInt(VelResultsSchema::kSetSize, 9);
-    });
-    ExpectValidateFailure(VelResultsReader::Open(path.str()),
-                          refused + "node set \"edge\" says it has 9 members, its collection 8");
-
-    WriteSmall(path.str());
-    ChangeRecords(path.str(), [](VelTransactionExtend& t, const VelView& view,
-                                 const VelResultsSchema& s) {
-        t.ModifyDataRecord(Named(view, s.nodeSets, "edge")).SetInt(VelResultsSchema::kSetSize, 3);
-    });
-    ExpectValidateFailure(VelResultsReader::Open(path.str()),
-                          refused + "node set \"edge\" says it has 3 members, its CSet 2");
-
-    WriteSmall(path.str());
-    ChangeRecords(path.str(),
-                  [](VelTransactionExtend& t, const VelView& view, const VelResultsSchema& s) {
-                      t.ModifyDataRecord(Named(view, s.fields, "u"))
-                          .SetInt(VelResultsSchema::kFieldComponentCount, 3);
-                  });
-    ExpectValidateFailure(VelResultsReader::Open(path.str()),
-                          refused +
-                              "field \"u\" says it has 3 components; it names 2 and its "
-                              "values have 2");
-
+    using Change =
+        std::function<void(VelTransactionExtend&, const VelView&, const VelResultsSchema&)>;
+    const auto setInt = [](VelTypeID VelResultsSchema::*association, const char* name, int member,
+                           int value) -> Change {
+        return [=](VelTransactionExtend& t, const VelView& view, const VelResultsSchema& s) {
+            t.ModifyDataRecord(Named(view, s.*association, name)).SetInt(member, value);
+        };
+    };
     // The field's values moved to a distribution the file does not hold.
-    WriteSmall(path.str());
-    ChangeRecords(
-        path.str(), [](VelTransactionExtend& t, const VelView& view, const VelResultsSchema& s) {
-            const VelDynamicID field = Named(view, s.fields, "u");
-            const VelAssociationUpdate storage =
-                t.UpdateAssociation(view.AssociationID(s.distributions));
-            const VelDynamicID values =
-                VelSelectionMap(view.Association(view.AssociationID(s.distributions)), 0, field)
-                    .Get("values");
-            storage.Remove(0, field, cow_String("values"));
-            storage.Insert(field, VelDynamicID(values.Category(), values.Context(), 999, 0),
-                           cow_String("values"));
-        });
-    ExpectValidateFailure(VelResultsReader::Open(path.str()),
-                          refused + "field \"u\" names a distribution the file does not hold");
+    const Change moved = [](VelTransactionExtend& t, const VelView& view,
+                            const VelResultsSchema& s) {
+        const VelDynamicID field = Named(view, s.fields, "u");
+        const VelAssociationUpdate storage =
+            t.UpdateAssociation(view.AssociationID(s.distributions));
+        const VelDynamicID values =
+            VelSelectionMap(view.Association(view.AssociationID(s.distributions)), 0, field)
+                .Get("values");
+        storage.Remove(0, field, cow_String("values"));
+        storage.Insert(field, VelDynamicID(values.Category(), values.Context(), 999, 0),
+                       cow_String("values"));
+    };
+    const std::vector<std::pair<Change, std::string>> cases = {
+        {setInt(&VelResultsSchema::nodeSets, "edge", VelResultsSchema::kSetSize, 9),
+         "node set \"edge\" says it has 9 members, its collection 8"},
+        {setInt(&VelResultsSchema::nodeSets, "edge", VelResultsSchema::kSetSize, 3),
+         "node set \"edge\" says it has 3 members, its CSet 2"},
+        {setInt(&VelResultsSchema::fields, "u", VelResultsSchema::kFieldComponentCount, 3),
+         "field \"u\" says it has 3 components; it names 2 and its values have 2"},
+        {moved, "field \"u\" names a distribution the file does not hold"},
+    };
+    for (const auto& [change, reason] : cases) {
+        WriteSmall(path.str());
+        ChangeRecords(path.str(), change);
+        ExpectValidateFailure(VelResultsReader::Open(path.str()),
+                              "VelResults: \"" + path.str() + "\" is refused: " + reason);
+    }
 }
 
 }  // namespace

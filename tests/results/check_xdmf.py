@@ -100,16 +100,13 @@ def check_paraview(folder):
             if not np.array_equal(types, want_types) or not np.array_equal(
                     connectivity, want_connectivity):
                 problems.append(f"{name}: step {k}: cells differ")
-            for field, values in point_data.items():
-                array = grid.GetPointData().GetArray(field)
-                got = None if array is None else vtk_to_numpy(array).reshape(len(values), -1)
-                if got is None or not same(got, values):
-                    problems.append(f"{name}: step {k}: {field} differs")
-            for field, values in cell_data.items():
-                array = grid.GetCellData().GetArray(field)
-                got = None if array is None else vtk_to_numpy(array).reshape(len(values), -1)
-                if got is None or not same(got, values):
-                    problems.append(f"{name}: step {k}: {field} differs")
+            for arrays, fields in ((grid.GetPointData(), point_data),
+                                   (grid.GetCellData(), cell_data)):
+                for field, values in fields.items():
+                    array = arrays.GetArray(field)
+                    got = None if array is None else vtk_to_numpy(array).reshape(len(values), -1)
+                    if got is None or not same(got, values):
+                        problems.append(f"{name}: step {k}: {field} differs")
     return problems
 
 

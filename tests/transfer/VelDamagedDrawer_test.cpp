@@ -102,6 +102,14 @@ protected:
                                 "stored drawer " + PathOf(drawer) + " refused: " + reason);
         }
     }
+    // Writes `ints` over the sparse drawer's index dataset.
+    static std::function<void(Place&)> Index(const std::vector<int>& ints) {
+        return [ints](Place& p) {
+            const hid_t ds = H5Dopen2(p.file, p.index.c_str(), H5P_DEFAULT);
+            H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, ints.data());
+            H5Dclose(ds);
+        };
+    }
     // Sets stored int `at` of the drawer's attributes to `value`.
     static std::function<void(Place&)> Int(size_t at, int value) {
         return [at, value](Place& p) {
@@ -218,29 +226,12 @@ TEST_F(VelDamagedDrawerDeathTest, DamagedSparseDrawersAreRefusedAtFirstUse) {
          "index dataset \"{index}\" is not one dimension of 15 ints"},
         {"more nonzeros than the values hold", Int(0, 5),
          "dataset \"{values}\" is not one dimension of 15 values"},
-        {"row starts falling",
-         [](Place& p) {
-             const hid_t ds = H5Dopen2(p.file, p.index.c_str(), H5P_DEFAULT);
-             const int ints[15] = {0, 1, 2, 0, 0, 1, 2, 3, 4, 1, 4, 4, 4, 4, 4};
-             H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, ints);
-             H5Dclose(ds);
-         },
+        {"row starts falling", Index({0, 1, 2, 0, 0, 1, 2, 3, 4, 1, 4, 4, 4, 4, 4}),
          "the stored row starts do not rise from 0 to 4"},
-        {"row starts falling at the last row",
-         [](Place& p) {
-             const hid_t ds = H5Dopen2(p.file, p.index.c_str(), H5P_DEFAULT);
-             const int ints[15] = {0, 1, 2, 0, 0, 1, 2, 3, 4, 4, 4, 4, 4, 5, 4};
-             H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, ints);
-             H5Dclose(ds);
-         },
+        {"row starts falling at the last row", Index({0, 1, 2, 0, 0, 1, 2, 3, 4, 4, 4, 4, 4, 5, 4}),
          "the stored row starts do not rise from 0 to 4"},
         {"last row start short of the nonzeros",
-         [](Place& p) {
-             const hid_t ds = H5Dopen2(p.file, p.index.c_str(), H5P_DEFAULT);
-             const int ints[15] = {0, 1, 2, 0, 0, 1, 2, 3, 3, 3, 3, 3, 3, 3, 3};
-             H5Dwrite(ds, H5T_NATIVE_INT, H5S_ALL, H5S_ALL, H5P_DEFAULT, ints);
-             H5Dclose(ds);
-         },
+         Index({0, 1, 2, 0, 0, 1, 2, 3, 3, 3, 3, 3, 3, 3, 3}),
          "the stored row starts do not rise from 0 to 4"},
         // A count that would size a buffer of gigabytes is refused before any buffer is made.
         {"nonzeros past any buffer", Int(0, INT_MAX / 2),

@@ -305,10 +305,6 @@ TEST_F(VelDenseDrawerTest, ViewsNoDrawerCanServeAreRefusedDeathTest) {
     EXPECT_DEATH(TestPut(ranged, std::vector<int>(30)),
                  "Bad arguments to Transfer: SetDimOrdinalRange cannot be used on Transfer when a "
                  "drawer is being created");
-    VelTransfer doubleValue{VelDistributionRef(d)};
-    doubleValue.SetMakeNewDrawer().SetDims(All(m_nodes), All(m_comps)).CheckView();
-    ExpectValidateFailure(doubleValue.InitializePersistentDrawer(VelRangeValue(2.5)),
-                          "m_distributionRef.RangeType().TypeKey() == rvalue.TypeKey()");
 
     Reopen(hdf_File::OpenFlagsReadOnly);
     VelTransfer readOnly{VelDistributionRef(Again(d))};

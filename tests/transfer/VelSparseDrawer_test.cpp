@@ -188,24 +188,16 @@ TEST_F(VelSparseDrawerTest, AnIndependentReaderFindsTheArrays) {
 
 TEST_F(VelSparseDrawerTest, ArraysOrViewsThatDoNotFitTheDrawerAreRefusedDeathTest) {
     const VelDistributionID d = Matrices(VelTypeKeyFloat);
-    Csr<float> broken = Matrix<float>(false, 1.0f);
-    broken.starts[3] = 1;
-    VelTransfer descending{VelDistributionRef(d)};
-    descending.SetMakeNewDrawer().SetSparseNNonzero(10).SetDims(All(m_rows), All(m_cols));
-    descending.SetSerialization(Serialization(false));
-    ExpectValidateFailure(Run(descending, broken, true),
-                          "!\"bufSparseMap must rise from 0 to the number of nonzeros\"");
-    Csr<float> shortLast = Matrix<float>(false, 1.0f);
-    shortLast.starts.back() = 9;  // rising, but one short of the 10 nonzeros
-    Csr<float> fallsLast = Matrix<float>(false, 1.0f);
-    fallsLast.starts[fallsLast.starts.size() - 2] = 11;  // ends at 10, after 11
-    VelTransfer endsShort{VelDistributionRef(d)};
-    endsShort.SetMakeNewDrawer().SetSparseNNonzero(10).SetDims(All(m_rows), All(m_cols));
-    endsShort.SetSerialization(Serialization(false));
-    ExpectValidateFailure(Run(endsShort, shortLast, true),
-                          "!\"bufSparseMap must rise from 0 to the number of nonzeros\"");
-    ExpectValidateFailure(Run(endsShort, fallsLast, true),
-                          "!\"bufSparseMap must rise from 0 to the number of nonzeros\"");
+    VelTransfer make{VelDistributionRef(d)};
+    make.SetMakeNewDrawer().SetSparseNNonzero(10).SetDims(All(m_rows), All(m_cols));
+    make.SetSerialization(Serialization(false));
+    // Falling in the middle; rising but one short of the 10 nonzeros; ending at 10 after 11.
+    for (const auto& [at, start] : std::vector<std::pair<size_t, int>>{{3, 1}, {5, 9}, {4, 11}}) {
+        Csr<float> broken = Matrix<float>(false, 1.0f);
+        broken.starts[at] = start;
+        ExpectValidateFailure(Run(make, broken, true),
+                              "!\"bufSparseMap must rise from 0 to the number of nonzeros\"");
+    }
 
     MakeMatrix(d, false, Matrix<float>(false, 1.0f));
     VelTransfer asSymmetric{VelDistributionRef(d)};

@@ -61,12 +61,24 @@ TEST_F(VelAssociationTest, OrderedPositionsOpenOnInsertionAndCloseOnRemoval) {
     EXPECT_EQ(List(assembly, 0, p), (std::vector<VelDynamicID>{m_parts[1]}));
     EXPECT_EQ(List(assembly, 1, m_parts[1]), (std::vector<VelDynamicID>{p}));
     EXPECT_EQ(assembly.PairCount(), 1);
+
+    // Regions: the ordered member is the first, "members", and a CSet the second.
+    const VelAssociationUpdate regions = Update("Regions");
+    const VelDynamicID nodes(VelIDCategoryCSet, m_context.Value(), 3, 1);
+    regions.Insert(m_parts[1], nodes);
+    regions.Insert(m_parts[3], nodes);
+    regions.Insert(m_parts[2], 1, nodes);
+    EXPECT_EQ(List(regions, 1, nodes),
+              (std::vector<VelDynamicID>{m_parts[1], m_parts[2], m_parts[3]}));
     m_transaction->Commit();
     m_view.Publish();
     Reopen();
     const VelViewRead read = Context().View(Snapshot(1));
     const VelAssociation stored = read.Association(read.AssociationID(TypeOf("Assembly")));
     EXPECT_EQ(List(stored, 0, Here(p)), (std::vector<VelDynamicID>{Here(m_parts[1])}));
+    const VelAssociation regionsStored = read.Association(read.AssociationID(TypeOf("Regions")));
+    EXPECT_EQ(List(regionsStored, 1, Here(nodes)),
+              (std::vector<VelDynamicID>{Here(m_parts[1]), Here(m_parts[2]), Here(m_parts[3])}));
 }
 
 TEST_F(VelAssociationDeathTest, InsertionRulesPerMemberOption) {
@@ -77,6 +89,9 @@ TEST_F(VelAssociationDeathTest, InsertionRulesPerMemberOption) {
         "newMembSecond.m_Position >= 0 && newMembSecond.m_Position <= maxPosSecond + 1");
     assembly.Insert(p, m_parts[1], 0);
     ExpectValidateFailure(assembly.Insert(p, m_parts[1]), "newMembFirst.m_ID != oldMembFirst.m_ID");
+    ExpectValidateFailure(
+        Update("Regions").Insert(p, 1, VelDynamicID(VelIDCategoryCSet, m_context.Value(), 3, 1)),
+        "newMembFirst.m_Position >= 0 && newMembFirst.m_Position <= maxPosFirst + 1");
     ExpectValidateFailure(assembly.Insert(m_parts[2], m_parts[3], "k"),
                           "(!given.hasKey || option == VelRecTypeStringKey) && \"A key was given "
                           "for a member that is not keyed by string\"");
@@ -139,6 +154,9 @@ TEST_F(VelAssociationDeathTest, RemovalMatchesTheOtherMembersOption) {
     labels.Remove(1, p, "front");
     ExpectValidateFailure(labels.Remove(1, cow_String("front"), p),
                           "!\"Record for deletion not found.\"");
+    // The removed pair's key is free again.
+    labels.Insert(m_parts[3], "front", p);
+    EXPECT_EQ(VelSelectionMap(labels, 1, p).Get("front"), m_parts[3]);
     labels.RemoveAll(1, p);
     EXPECT_EQ(labels.PairCount(), 0);
 }

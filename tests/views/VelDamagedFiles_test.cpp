@@ -310,64 +310,50 @@ void DumpDSets(std::ostream& out, const VelContextRef& context) {
     }
 }
 
+// Member `i` of `record` through its getter.
+template <class T>
+T Get(const VelDataRecord& record, int i, void (VelDataRecord::*getter)(int, T&) const) {
+    T value{};
+    (record.*getter)(i, value);
+    return value;
+}
+
 void DumpRecord(std::ostream& out, const VelView& view, const VelDynamicID& id) {
     const VelDataRecord record = view.DataRecord(id);
     out << "  record " << Id(record.ID()) << " type " << record.TypeID().ToString().c_str();
     for (int i = 0; i < record.MemberCount(); ++i) {
         out << ' ' << record.Member(i).Name().c_str() << '=';
+        double wide = 0;
         switch (record.MemberCategory(i)) {
-            case VelRecTypeCategoryBoolean: {
-                bool v = false;
-                record.GetBool(i, v);
-                out << v;
+            case VelRecTypeCategoryBoolean:
+                out << Get(record, i, &VelDataRecord::GetBool);
                 break;
-            }
-            case VelRecTypeCategoryChar: {
-                unsigned char v = 0;
-                record.GetOctet(i, v);
-                out << int(v);
+            case VelRecTypeCategoryChar:
+                out << int(Get(record, i, &VelDataRecord::GetOctet));
                 break;
-            }
-            case VelRecTypeCategoryShort: {
-                short v = 0;
-                record.GetShort(i, v);
-                out << v;
+            case VelRecTypeCategoryShort:
+                out << Get(record, i, &VelDataRecord::GetShort);
                 break;
-            }
-            case VelRecTypeCategoryInteger: {
-                int v = 0;
-                record.GetInt(i, v);
-                out << v;
+            case VelRecTypeCategoryInteger:
+                out << Get(record, i, &VelDataRecord::GetInt);
                 break;
-            }
-            case VelRecTypeCategoryInt64: {
-                int64_t v = 0;
-                record.GetInt64(i, v);
-                out << v;
+            case VelRecTypeCategoryInt64:
+                out << Get(record, i, &VelDataRecord::GetInt64);
                 break;
-            }
-            case VelRecTypeCategoryFloat: {
-                float v = 0;
-                record.GetFloat(i, v);
-                const double wide = v;
+            case VelRecTypeCategoryFloat:
+                wide = Get(record, i, &VelDataRecord::GetFloat);
                 PrintDoubles(out, &wide, sizeof wide);
                 break;
-            }
-            case VelRecTypeCategoryDouble: {
-                double v = 0;
-                record.GetDouble(i, v);
-                PrintDoubles(out, &v, sizeof v);
+            case VelRecTypeCategoryDouble:
+                wide = Get(record, i, &VelDataRecord::GetDouble);
+                PrintDoubles(out, &wide, sizeof wide);
                 break;
-            }
             case VelRecTypeCategoryString:
                 out << '"' << record.ReturnString(i).c_str() << '"';
                 break;
-            case VelRecTypeCategorySymConst: {
-                int v = 0;
-                record.GetSymb(i, v);
-                out << v;
+            case VelRecTypeCategorySymConst:
+                out << Get(record, i, &VelDataRecord::GetSymb);
                 break;
-            }
             default:
                 out << "category " << int(record.MemberCategory(i));
         }

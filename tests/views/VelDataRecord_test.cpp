@@ -2,6 +2,7 @@
 // reopened; defaults, inherited members, strings through the string table; the category checks
 // and the one-sided symbolic-constant check.
 #include <string>
+#include <tuple>
 
 #include "VelViewsTestSupport.h"
 
@@ -9,6 +10,28 @@ namespace {
 
 using VelDataRecordTest = VelViewsTest;
 using VelDataRecordDeathTest = VelViewsTest;
+
+// Member `i` of `record` through its getter.
+template <class T>
+T Get(const VelDataRecord& record, int i, void (VelDataRecord::*getter)(int, T&) const) {
+    T value{};
+    (record.*getter)(i, value);
+    return value;
+}
+
+// Every member of a Part, in member order, the octet as an int.
+std::tuple<bool, int, short, int, long long, float, double, int, std::string> Members(
+    const VelDataRecord& part) {
+    return {Get(part, kB, &VelDataRecord::GetBool),
+            Get(part, kO, &VelDataRecord::GetOctet),
+            Get(part, kS, &VelDataRecord::GetShort),
+            Get(part, kI, &VelDataRecord::GetInt),
+            Get(part, kL, &VelDataRecord::GetInt64),
+            Get(part, kF, &VelDataRecord::GetFloat),
+            Get(part, kD, &VelDataRecord::GetDouble),
+            Get(part, kK, &VelDataRecord::GetSymb),
+            part.ReturnString(kT).str()};
+}
 
 TEST_F(VelDataRecordTest, EveryCategoryRoundTripsThroughReopen) {
     VelDynamicID partID, boltID, defaultID;
@@ -41,30 +64,9 @@ TEST_F(VelDataRecordTest, EveryCategoryRoundTripsThroughReopen) {
     defaultID = Here(defaultID);
     const VelViewRead view = Context().View(Snapshot(1));
     const VelDataRecord part = view.DataRecord(partID);
-    bool b = true;
-    unsigned char o = 0;
-    short s = 0;
-    int i = 0, k = 0;
-    int64_t l = 0;
-    float f = 0;
-    double d = 0;
-    part.GetBool(kB, b);
-    part.GetOctet(kO, o);
-    part.GetShort(kS, s);
-    part.GetInt(kI, i);
-    part.GetInt64(kL, l);
-    part.GetFloat(kF, f);
-    part.GetDouble(kD, d);
-    part.GetSymb(kK, k);
-    EXPECT_FALSE(b);
-    EXPECT_EQ(o, 250);
-    EXPECT_EQ(s, -32768);
-    EXPECT_EQ(i, -2147483647);
-    EXPECT_EQ(l, 0x123456789ABCDEFll);
-    EXPECT_EQ(f, -0.125f);
-    EXPECT_EQ(d, 6.02214076e23);
-    EXPECT_EQ(k, kC);
-    EXPECT_EQ(part.ReturnString(kT), "bracket \xc3\xa9 left");
+    EXPECT_EQ(Members(part),
+              std::make_tuple(false, 250, -32768, -2147483647, 0x123456789ABCDEFll, -0.125f,
+                              6.02214076e23, int(kC), std::string("bracket \xc3\xa9 left")));
     EXPECT_EQ(part.TypeID(), TypeOf("Part"));
     EXPECT_EQ(part.MemberCount(), 9);
     EXPECT_EQ(part.MemberCategory(kK), VelRecTypeCategorySymConst);
@@ -75,40 +77,19 @@ TEST_F(VelDataRecordTest, EveryCategoryRoundTripsThroughReopen) {
     EXPECT_EQ(bolt.Member(kTorque).Name(), "torque");
     EXPECT_TRUE(bolt.IsA(TypeOf("Part")));
     EXPECT_FALSE(part.IsA(TypeOf("Bolt")));
-    bolt.GetDouble(kTorque, d);
-    EXPECT_EQ(d, 17.5);
+    EXPECT_EQ(Get(bolt, kTorque, &VelDataRecord::GetDouble), 17.5);
     EXPECT_EQ(bolt.ReturnString(kT), "M12");
     EXPECT_EQ(view.Type(boltID).TypeID(), TypeOf("Bolt"));
 
     // A record never set holds the schema's defaults.
-    const VelDataRecord plain = view.DataRecord(defaultID);
-    plain.GetBool(kB, b);
-    plain.GetOctet(kO, o);
-    plain.GetShort(kS, s);
-    plain.GetInt(kI, i);
-    plain.GetInt64(kL, l);
-    plain.GetFloat(kF, f);
-    plain.GetDouble(kD, d);
-    plain.GetSymb(kK, k);
-    EXPECT_TRUE(b);
-    EXPECT_EQ(o, 7);
-    EXPECT_EQ(s, -3);
-    EXPECT_EQ(i, 42);
-    EXPECT_EQ(l, -5);
-    EXPECT_EQ(f, 1.5f);
-    EXPECT_EQ(d, 2.25);
-    EXPECT_EQ(k, kSymB);
-    EXPECT_EQ(plain.ReturnString(kT), "none");
+    EXPECT_EQ(Members(view.DataRecord(defaultID)),
+              std::make_tuple(true, 7, -3, 42, -5ll, 1.5f, 2.25, int(kSymB), std::string("none")));
 
     const VelArray<VelDynamicID> parts = view.DataRecordIDs(TypeOf("Part"));
     ASSERT_EQ(parts.Size(), 2);
     EXPECT_EQ(parts[0], partID);
     EXPECT_EQ(parts[1], defaultID);
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(VelDataRecordDeathTest, AccessorsRequireTheMembersCategory) {
     const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
@@ -129,8 +110,7 @@ TEST_F(VelDataRecordDeathTest, AccessorsRequireTheMembersCategory) {
     // The symbolic constant's check is one-sided: below the limit, negative numbers included.
     ExpectValidateFailure(part.SetSymb(kK, 3), "data < symMemberType.LimitValue()");
     part.SetSymb(kK, -1);
-    part.GetSymb(kK, i);
-    EXPECT_EQ(i, -1);
+    EXPECT_EQ(Get(part, kK, &VelDataRecord::GetSymb), -1);
 }
 
 TEST_F(VelDataRecordDeathTest, ARecordIsWrittenOnlyWhileItsTransactionIsActive) {

@@ -4,6 +4,7 @@
 #include <hdf5.h>
 
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -156,7 +157,7 @@ constexpr const char* kSlots = "/record/Plant-1-0/record/slots";
 
 class VelRecordStoreTest : public VelViewsTest {
 protected:
-    // Two Parts and a Bolt in the catalog, published, and the context closed.
+    // Two Parts, a Bolt in the catalog and a region, published, and the context closed.
     void Write() {
         const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
         {
@@ -171,6 +172,9 @@ protected:
                 m_parts.push_back(part.ID());
             }
             catalog.Insert(t.CreateDataRecord(TypeOf("Bolt")).ID(), t.FocusID());
+            // An association of two-word identifiers (a CSet's), laid out as the others.
+            t.UpdateAssociation(view.AssociationID(TypeOf("Regions")))
+                .Insert(m_parts[0], VelDynamicID(VelIDCategoryCSet, m_context.Value(), 3, 1));
             t.Commit();
         }
         view.Publish();
@@ -315,14 +319,13 @@ TEST_F(VelRecordStoreTest, RowsAcrossTheBlocksOfWritesAndReadsKeepTheirValues) {
     {
         VelTransactionExtend t(view);
         create(t, 17000);
-        for (int n : {0, 256, 2999}) t.ModifyDataRecord(m_parts[n]).SetInt(kI, 7 * n);
+        // 3000 is the first row this transaction creates, just past the committed ones.
+        for (int n : {0, 256, 2999, 3000}) t.ModifyDataRecord(m_parts[n]).SetInt(kI, 7 * n);
         t.ModifyDataRecord(m_parts[8192]).SetString(kT, "changed");
         t.Commit();
     }
     view.Publish();
-    int i = 0;
-    kept.GetInt(kI, i);
-    EXPECT_EQ(i, -256);
+    EXPECT_EQ(IntOf(kept, kI), -256);
     VelManager::CloseContext(m_context);
     Open();
     const VelViewRead read = Context().View(Snapshot(1));
@@ -330,102 +333,46 @@ TEST_F(VelRecordStoreTest, RowsAcrossTheBlocksOfWritesAndReadsKeepTheirValues) {
     ASSERT_EQ(ids.Size(), 20000);
     for (int n = 19999; n >= 0; --n) {
         ASSERT_EQ(ids[n], Here(m_parts[static_cast<size_t>(n)]));
-        const int expected = n == 0 || n == 256 || n == 2999    ? 7 * n
-                             : n == 255 || n == 767 || n == 768 ? -n
-                                                                : n;
-        read.DataRecord(ids[n]).GetInt(kI, i);
-        ASSERT_EQ(i, expected) << n;
+        const int expected = n == 0 || n == 256 || n == 2999 || n == 3000 ? 7 * n
+                             : n == 255 || n == 767 || n == 768           ? -n
+                                                                          : n;
+        ASSERT_EQ(IntOf(read.DataRecord(ids[n]), kI), expected) << n;
     }
     EXPECT_EQ(read.DataRecord(ids[8192]).ReturnString(kT).str(), "changed");
     EXPECT_EQ(read.DataRecord(ids[8191]).ReturnString(kT).str(), "none");
 }
 
-TEST_F(VelRecordStoreDeathTest, CountsThatDisagreeWithTheDataAreRefused) {
-    Write();
-    {
-        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
-        std::vector<int64_t> counts = ReadInt64s(file, kRecords, "recordCounts");
-        ++counts[1];
-        WriteInt64s(file, kRecords, "recordCounts", counts);
-        H5Fclose(file);
-    }
-    ExpectValidateFailure(ReadEverything(),
-                          "records == counts[1] && pairs == counts[2] && \"Damaged record store: "
-                          "the record counts disagree with the catalogue\"");
-    {
-        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
-        // The catalogue agrees with its counts again, now saying that the Parts' table holds 1000
-        // rows: the table is opened, and refused, when the Parts are first read.
-        std::vector<int64_t> counts = ReadInt64s(file, kRecords, "recordCounts");
-        counts[1] += 1000 - 2 - 1;
-        WriteInt64s(file, kRecords, "recordCounts", counts);
+// Damages of the record store, each made in a fresh file through the HDF5 C API, and the
+// refusal each brings when the view is next read.
+TEST_F(VelRecordStoreDeathTest, DamagedTablesAndCountsAreRefused) {
+    const auto partTable = [this](hid_t file) {
         RawTable slots(file, kSlots);
-        slots.Native<int64_t>(SlotOf(slots, "Plant", TypeOf("Part").Ordinal()), "rows") = 1000;
-        slots.Write();
-        H5Fclose(file);
-    }
-    ExpectValidateFailure(ReadEverything(),
-                          "VelStoreIO::Rows(slot.m_Table) >= row.rows && \"Damaged record store: a "
-                          "table holds fewer rows than its count\"");
-}
-
-// A table is opened when it is first used: the Bolts' slot made to name the Parts' table leaves
-// the open and the Parts whole, and is refused when the Bolts are first read.
-TEST_F(VelRecordStoreDeathTest, ADamagedTableIsRefusedAtItsFirstUse) {
-    Write();
-    {
-        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
-        RawTable slots(file, kSlots);
-        slots.Native<hobj_ref_t>(SlotOf(slots, "Plant", TypeOf("Bolt").Ordinal()), "table") =
-            slots.Native<hobj_ref_t>(SlotOf(slots, "Plant", TypeOf("Part").Ordinal()), "table");
-        slots.Write();
-        H5Fclose(file);
-    }
-    Open();
-    const VelViewRead view = Context().View(Snapshot(1));
-    EXPECT_EQ(view.DataRecord(Here(m_parts[1])).ReturnString(kT).str(), "second");
-    ExpectValidateFailure(view.DataRecordIDs(TypeOf("Bolt")),
-                          "s.m_Table.GetType().Equal(s.m_Layout->Type()) && \"Damaged record "
-                          "store: a table does not match its record type\"");
-}
-
-TEST_F(VelRecordStoreDeathTest, AStringReferenceOutOfRangeIsRefused) {
-    Write();
-    {
-        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
-        RawTable slots(file, kSlots);
-        RawTable table(file, slots.Native<hobj_ref_t>(
-                                 SlotOf(slots, "Plant", TypeOf("Part").Ordinal()), "table"));
-        table.Put(0, "t", 4, 5000);
-        table.Write();
-        H5Fclose(file);
-    }
-    ExpectValidateFailure(ReadEverything(),
-                          "index < m_count + static_cast<int64_t>(m_pending.size()) && \"Damaged "
-                          "record store: a string reference is out of range\"");
-}
-
-TEST_F(VelRecordStoreDeathTest, AStringTableShorterThanItsCountsIsRefused) {
-    Write();
-    {
-        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
-        std::vector<int64_t> counts = ReadInt64s(file, "/stringTable/counts", nullptr);
-        counts[1] += 1000;
-        WriteInt64s(file, "/stringTable/counts", nullptr, counts);
-        H5Fclose(file);
-    }
-    ExpectValidateFailure(ReadEverything(),
-                          "VelStoreIO::Rows(m_ends) >= m_count && VelStoreIO::Rows(m_text) >= "
-                          "m_bytes && \"Damaged record store: the string table holds less than "
-                          "its counts say\"");
-}
-
-// The view's first type record, as AllTypes pairs it with the focus, made to point at a member
-// record instead; then the same pair with a category no identifier has.
-TEST_F(VelRecordStoreDeathTest, RegistryRecordsOfUnknownCategoriesAreRefused) {
-    Write();
-    {
-        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
+        return slots.Native<hobj_ref_t>(SlotOf(slots, "Plant", TypeOf("Part").Ordinal()), "table");
+    };
+    const auto addToCounts = [](const char* object, const char* attribute, size_t at, int add) {
+        return [=](hid_t file) {
+            std::vector<int64_t> counts = ReadInt64s(file, object, attribute);
+            counts[at] += add;
+            WriteInt64s(file, object, attribute, counts);
+        };
+    };
+    // Replaces the dataset at `path` by one of as many rows of native doubles.
+    const auto byDoubles = [](const char* path) {
+        return [=](hid_t file) {
+            const hsize_t rows = RawTable(file, path).Rows();
+            H5Ldelete(file, path, H5P_DEFAULT);
+            const hid_t space = H5Screate_simple(1, &rows, nullptr);
+            const std::vector<double> zeros(rows);
+            const hid_t ds = H5Dcreate2(file, path, H5T_NATIVE_DOUBLE, space, H5P_DEFAULT,
+                                        H5P_DEFAULT, H5P_DEFAULT);
+            H5Dwrite(ds, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, zeros.data());
+            H5Dclose(ds);
+            H5Sclose(space);
+        };
+    };
+    // The first type record of the view, as AllTypes pairs it with the focus, made to point at
+    // a member record.
+    const auto typeRecordToMember = [this](hid_t file) {
         RawTable slots(file, kSlots);
         const size_t intMembers = SlotOf(slots, "Types", BuiltInOrdinal("IntMember"));
         RawTable members(file, slots.Native<hobj_ref_t>(intMembers, "table"));
@@ -434,57 +381,128 @@ TEST_F(VelRecordStoreDeathTest, RegistryRecordsOfUnknownCategoriesAreRefused) {
         allTypes.Put(0, "first.first", 8, members.Get(0, "serial", 8));
         allTypes.Put(0, "first.second", 8, static_cast<int64_t>(intMembers) << 32);
         allTypes.Write();
-        H5Fclose(file);
-    }
-    ExpectAssertFailure(ReadEverything(), "!\"Unrecognized type category!\"");
-    {
+    };
+    const auto readIDs = [this](const char* type) {
+        return [this, type] {
+            Open();
+            Context().View(Snapshot(1)).DataRecordIDs(TypeOf(type));
+        };
+    };
+    const auto readAll = [this] { ReadEverything(); };
+    struct Damage {
+        const char* what;
+        std::function<void(hid_t)> apply;
+        std::function<void()> use;
+        std::string report;
+    };
+    const std::vector<Damage> damages = {
+        {"one record too many counted", addToCounts(kRecords, "recordCounts", 1, 1), readAll,
+         VelValidateText("records == counts[1] && pairs == counts[2] && \"Damaged record store: "
+                         "the record counts disagree with the catalogue\"")},
+        // The counts agree with a Parts' table said to hold 1000 rows: the table is opened, and
+        // refused, when the Parts are first read.
+        {"a table shorter than its count",
+         [&](hid_t file) {
+             addToCounts(kRecords, "recordCounts", 1, 1000 - 2)(file);
+             RawTable slots(file, kSlots);
+             slots.Native<int64_t>(SlotOf(slots, "Plant", TypeOf("Part").Ordinal()), "rows") = 1000;
+             slots.Write();
+         },
+         readAll,
+         VelValidateText("VelStoreIO::Rows(slot.m_Table) >= row.rows && \"Damaged record store: "
+                         "a table holds fewer rows than its count\"")},
+        {"a string reference out of range",
+         [&](hid_t file) {
+             RawTable table(file, partTable(file));
+             table.Put(0, "t", 4, 5000);
+             table.Write();
+         },
+         readAll,
+         VelValidateText("index < m_count + static_cast<int64_t>(m_pending.size()) && \"Damaged "
+                         "record store: a string reference is out of range\"")},
+        {"a string table shorter than its counts",
+         addToCounts("/stringTable/counts", nullptr, 1, 1000), readAll,
+         VelValidateText("VelStoreIO::Rows(m_ends) >= m_count && VelStoreIO::Rows(m_text) >= "
+                         "m_bytes && \"Damaged record store: the string table holds less than its "
+                         "counts say\"")},
+        {"string ends of another type", byDoubles("/stringTable/ends"), readAll,
+         VelValidateText("hdf_MatchesType(table.GetType(), type) && \"Damaged record store: a "
+                         "table does not hold the rows its catalogue says\"")},
+        {"a type record naming a member record", typeRecordToMember, readAll,
+         VelAssertText("!\"Unrecognized type category!\"")},
+        {"a type record of an unknown category",
+         [&](hid_t file) {
+             typeRecordToMember(file);
+             RawTable slots(file, kSlots);
+             RawTable allTypes(
+                 file, slots.Native<hobj_ref_t>(SlotOf(slots, "Types", BuiltInOrdinal("AllTypes")),
+                                                "table"));
+             allTypes.Put(0, "first.category", 4, 2000);
+             allTypes.Write();
+         },
+         readAll, VelValidateText("tempCategory < VelCategoryLimit")},
+        {"a catalogue row of an unknown category",
+         [](hid_t file) {
+             RawTable slots(file, kSlots);
+             slots.Native<int32_t>(0, "category") = 7;
+             slots.Write();
+         },
+         readAll,
+         VelValidateText("(row.category == VelCategoryDataRecord || row.category == "
+                         "VelCategoryAssociation) && \"Damaged record store: a table of an "
+                         "unknown category\"")},
+        {"a catalogue of another format", byDoubles(kSlots), readAll,
+         VelValidateText("m_catalogue.GetType().Equal(CatalogueType()) && \"Damaged record "
+                         "store: the view's catalogue has an unknown format\"")},
+        // Associations draw their serials from the counter the records use: two association
+        // tables claiming one serial would hand out one association identifier for both.
+        {"two associations of one serial",
+         [](hid_t file) {
+             RawTable slots(file, kSlots);
+             std::vector<size_t> associations;
+             for (size_t row = 0; row < slots.Rows(); ++row)
+                 if (slots.Native<int32_t>(row, "category") == VelCategoryAssociation)
+                     associations.push_back(row);
+             ASSERT_GE(associations.size(), 2u);
+             slots.Native<int64_t>(associations[1], "serial") =
+                 slots.Native<int64_t>(associations[0], "serial");
+             slots.Write();
+         },
+         readAll,
+         VelValidateText("(row.category == VelCategoryDataRecord || "
+                         "serials.insert(row.serial).second) && \"Damaged record store: an "
+                         "association's serial is taken twice\"")},
+        {"Bolt's table replaced by Part's",
+         [&](hid_t file) {
+             RawTable slots(file, kSlots);
+             slots.Native<hobj_ref_t>(SlotOf(slots, "Plant", TypeOf("Bolt").Ordinal()), "table") =
+                 partTable(file);
+             slots.Write();
+         },
+         readIDs("Bolt"),
+         VelValidateText("s.m_Table.GetType().Equal(s.m_Layout->Type()) && \"Damaged record "
+                         "store: a table does not match its record type\"")},
+        {"a record serial out of range",
+         [&](hid_t file) {
+             RawTable table(file, partTable(file));
+             table.Put(1, "serial", 8, -1);
+             table.Write();
+         },
+         readIDs("Part"),
+         VelValidateText("serial >= 0 && serial < limit && \"Damaged record store: a record's "
+                         "serial is out of range\"")},
+    };
+    for (const Damage& damage : damages) {
+        SCOPED_TRACE(damage.what);
+        m_parts.clear();
+        if (!m_context.IsNull()) VelManager::CloseContext(m_context);
+        m_context = VelManager::CreateContext(m_file.c_str(), hdf_File::CreateFlagsTruncate, 1);
+        Write();
         const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
-        RawTable slots(file, kSlots);
-        RawTable allTypes(file, slots.Native<hobj_ref_t>(
-                                    SlotOf(slots, "Types", BuiltInOrdinal("AllTypes")), "table"));
-        allTypes.Put(0, "first.category", 4, 2000);
-        allTypes.Write();
+        damage.apply(file);
         H5Fclose(file);
+        EXPECT_DEATH(damage.use(), "^" + VelLiteralRegex(damage.report) + "$");
     }
-    ExpectValidateFailure(ReadEverything(), "tempCategory < VelCategoryLimit");
-}
-
-TEST_F(VelRecordStoreDeathTest, ACatalogueRowOfAnUnknownCategoryIsRefused) {
-    Write();
-    {
-        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
-        RawTable slots(file, kSlots);
-        slots.Native<int32_t>(0, "category") = 7;
-        slots.Write();
-        H5Fclose(file);
-    }
-    ExpectValidateFailure(ReadEverything(),
-                          "(row.category == VelCategoryDataRecord || row.category == "
-                          "VelCategoryAssociation) && \"Damaged record store: a table of an "
-                          "unknown category\"");
-}
-
-// Associations draw their serials from the counter the records use: two association tables
-// claiming one serial would hand out one association identifier for both.
-TEST_F(VelRecordStoreDeathTest, TwoAssociationsOfOneSerialAreRefused) {
-    Write();
-    {
-        const hid_t file = H5Fopen(m_file.c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
-        RawTable slots(file, kSlots);
-        std::vector<size_t> associations;
-        for (size_t row = 0; row < slots.Rows(); ++row)
-            if (slots.Native<int32_t>(row, "category") == VelCategoryAssociation)
-                associations.push_back(row);
-        ASSERT_GE(associations.size(), 2u);
-        slots.Native<int64_t>(associations[1], "serial") =
-            slots.Native<int64_t>(associations[0], "serial");
-        slots.Write();
-        H5Fclose(file);
-    }
-    ExpectValidateFailure(ReadEverything(),
-                          "(row.category == VelCategoryDataRecord || "
-                          "serials.insert(row.serial).second) && \"Damaged record store: an "
-                          "association's serial is taken twice\"");
 }
 
 }  // namespace

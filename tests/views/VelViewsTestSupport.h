@@ -50,6 +50,10 @@ inline const char* PlantSchema() {
     <data roleName="a" minOccurs="2" maxOccurs="unbounded"><target ref="Part"/></data>
     <data roleName="b" maxOccurs="unbounded"><target ref="Part"/></data>
   </association>
+  <association name="Regions" level="1">
+    <data roleName="members" maxOccurs="unbounded" ordered="true"><target ref="Part"/></data>
+    <cset roleName="nodes" maxOccurs="unbounded"/>
+  </association>
   <datarecord name="Extra" level="2"><int name="n" default="9"/></datarecord>
   <datarecord name="Bolt" level="3"><base ref="Part"/><double name="torque"/><int name="grade"/></datarecord>
 </form>
@@ -58,6 +62,13 @@ inline const char* PlantSchema() {
   <dependency level="1"><include form="Plant" level="1"/></dependency>
   <datarecord name="Location" level="1"><string name="where"/></datarecord>
 </form></qarn>)";
+}
+
+// Integer member `member` of a record.
+inline int IntOf(const VelDataRecord& record, int member) {
+    int value = 0;
+    record.GetInt(member, value);
+    return value;
 }
 
 class VelViewsTest : public ::testing::Test {

@@ -44,6 +44,20 @@ bool IsSoundPlace(const int* dims, int rank) {
     return true;
 }
 
+// The member `name` of `parent` opened as a group (or a dataset), empty when it is missing or is
+// no group (no dataset); HDF5's failure is parked, not thrown.
+hdf_Group OpenGroupIfAny(const hdf_Group& parent, const char* name) {
+    hdf_Group probe(parent);
+    probe.SetNoThrow(true);
+    return probe.GroupOpen(name);
+}
+
+hdf_Dataset OpenDatasetIfAny(const hdf_Group& parent, const char* name) {
+    hdf_Group probe(parent);
+    probe.SetNoThrow(true);
+    return probe.DatasetOpen(name);
+}
+
 }  // namespace
 
 VelDistribution::VelDistribution(const VelDistributionID& id, const hdf_Group& group,
@@ -95,10 +109,15 @@ VelAutoPtr<VelDistribution> VelDistribution::Open(const VelContext& context, con
     VelAutoPtr<VelDistribution> distribution(
         new VelDistribution(id, group, grid, rangeType, context.IsReadOnly()));
     distribution->m_nextDrawer = distribution->m_storedNextDrawer = ReadNextDrawer(group);
-    if (group.GetObjinfoExists(e_Catalogue)) {
-        distribution->LoadPlaces();
-    } else {
+    // One lookup of the name in a group of many drawers; a catalogue that exists but does not
+    // open is opened once more, so that its failure is raised.
+    hdf_Dataset catalogue = OpenDatasetIfAny(group, e_Catalogue);
+    if (catalogue.IsEmpty() && group.GetObjinfoExists(e_Catalogue))
+        catalogue = group.DatasetOpen(e_Catalogue);
+    if (catalogue.IsEmpty()) {
         distribution->LoadDrawers();
+    } else {
+        distribution->LoadPlaces(catalogue);
     }
     return distribution;
 }
@@ -211,8 +230,8 @@ void VelDistribution::LoadDrawers() {
 // trusted: ascending numbers from the first, each taking the numbers its kind uses up, ending
 // at the next number, and places that could be a drawer's.  Whether a place is the drawer's own
 // is checked when the drawer is first opened (CheckPlace).
-void VelDistribution::LoadPlaces() {
-    m_catalogue = m_group.DatasetOpen(e_Catalogue);
+void VelDistribution::LoadPlaces(const hdf_Dataset& catalogue) {
+    m_catalogue = catalogue;
     if (!hdf_HasStoredLayout(m_catalogue))
         VelRefuseStored(kKind, m_group, "\"Drawer catalogue\" stores no values");
     if (!VelStoredInts::HoldsInts(m_catalogue.GetType()))
@@ -326,10 +345,9 @@ hdf_Group VelDistribution::OpenDrawerGroup(int number) const {
     const std::string where = std::string("member \"") + name.c_str() + "\"";
     int kind = -1;
     int stored = -1;
-    hdf_Group group;
-    if (!m_group.GetObjinfoExists(name.c_str())) RefuseMissing(number);
-    if (m_group.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeGroup)
-        group = m_group.GroupOpen(name.c_str());
+    // The name is looked up once; why it did not open is asked only when it did not.
+    const hdf_Group group = OpenGroupIfAny(m_group, name.c_str());
+    if (group.IsEmpty() && !m_group.GetObjinfoExists(name.c_str())) RefuseMissing(number);
     if (group.IsEmpty() || !VelContextLayout::ReadTypeIfAny(group, kind, stored))
         VelRefuseStored(kKind, m_group,
                         where + " is named like a drawer but is no group with a \"type\"");

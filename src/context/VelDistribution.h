@@ -165,7 +165,7 @@ private:
     static VelRangeType ReadRangeType(const VelContext& context, const hdf_Group& group);
     static int ReadNextDrawer(const hdf_Group& group);
     void LoadDrawers();
-    void LoadPlaces();
+    void LoadPlaces(const hdf_Dataset& catalogue);
     void RefuseDimensions(int r, const DrawerPlace& place) const;
     [[noreturn]] void RefuseRow(int r, const std::string& what) const;
     void RemoveUncommittedDrawers();

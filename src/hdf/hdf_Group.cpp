@@ -198,7 +198,22 @@ herr_t CollectName(hid_t, const char* name, const H5L_info_t*, void* names) {
     return 0;
 }
 
+herr_t CollectLink(hid_t, const char* name, const H5L_info_t* info, void* links) {
+    static_cast<std::vector<hdf_Group::Link>*>(links)->push_back(
+        {cow_String(name), info->type == H5L_TYPE_HARD});
+    return 0;
+}
+
 }  // namespace
+
+std::vector<hdf_Group::Link> hdf_Group::Links() const {
+    std::vector<Link> links;
+    hsize_t at = 0;
+    if (!Succeeded(H5Literate(ID(), H5_INDEX_NAME, H5_ITER_INC, &at, CollectLink, &links),
+                   HDF_HERE))
+        return std::vector<Link>();
+    return links;
+}
 
 std::vector<cow_String> hdf_Group::MemberNames() const {
     std::vector<cow_String> names;

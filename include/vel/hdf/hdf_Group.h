@@ -80,6 +80,14 @@ public:
     // The names of every member, in no particular order, in one pass over the group.  Listing
     // by index costs a pass per member on a group of many members; this does not.
     std::vector<cow_String> MemberNames() const;
+    // A member as the pass over the group's links finds it: its name and whether the link is a
+    // hard one (a soft link holds a path, which may lead anywhere or nowhere).
+    struct Link {
+        cow_String name;
+        bool hard = false;
+    };
+    // Every link in name order, in one pass over the group.
+    std::vector<Link> Links() const;
     cow_String GetObjnameByIdx(hsize_t index) const;
     ObjectType GetObjtypeByIdx(hsize_t index) const;
     // Whether `name` (soft links followed) exists; never throws for a missing name.

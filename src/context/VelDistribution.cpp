@@ -255,24 +255,34 @@ void VelDistribution::LoadPlaces(const hdf_Dataset& catalogue) {
             "\"Drawer catalogue\" stores fewer than its " + std::to_string(length) + " ints");
     m_placeInts.resize(static_cast<size_t>(length));
     VelCollectionLayout::ReadInts(m_catalogue, 0, length, m_placeInts.data());
-    int expected = e_FirstDrawerNumber;
-    m_numbers.reserve(static_cast<size_t>(rows));
-    for (int r = 0; r < static_cast<int>(rows); ++r) {
-        const DrawerPlace place = Place(r);
-        if (place.Number() > expected) RefuseMissing(expected);
-        if (place.Number() < expected)
-            RefuseRow(r, "names drawer " + std::to_string(place.Number()) + ", out of order");
-        if (place.Kind() != e_StandardDrawer && place.Kind() != e_SparseDrawer)
-            RefuseRow(r, "has the unknown drawer kind " + std::to_string(place.Kind()));
-        if (!IsSoundPlace(m_placeInts.data() + size_t(r) * size_t(width) + 2, NumDimensions()))
-            RefuseDimensions(r, place);
-        expected = place.Number() + place.Kind();
-        m_numbers.push_back(place.Number());
-    }
-    if (expected != m_nextDrawer) RefuseMissing(expected);
+    m_numbers = CheckedNumbers(static_cast<int>(rows));
     m_storedPlaceInts = m_placeInts.size();
     m_knowsPlaces = true;
     if (!m_readOnly) RemoveUncommittedDrawers();
+}
+
+// The drawer numbers of the catalogue's rows, each row checked as LoadPlaces says.  Runs over
+// every row at every open: the row's ints are walked with a pointer, and texts are made only
+// for a refusal.
+std::vector<int> VelDistribution::CheckedNumbers(int rows) const {
+    std::vector<int> numbers(static_cast<size_t>(rows));
+    const int rank = NumDimensions();
+    const size_t width = PlaceWidth();
+    const int* row = m_placeInts.data();
+    int expected = e_FirstDrawerNumber;
+    for (int r = 0; r < rows; ++r, row += width) {
+        const int number = row[0], kind = row[1];
+        if (number > expected) RefuseMissing(expected);
+        if (number < expected)
+            RefuseRow(r, "names drawer " + std::to_string(number) + ", out of order");
+        if (kind != e_StandardDrawer && kind != e_SparseDrawer)
+            RefuseRow(r, "has the unknown drawer kind " + std::to_string(kind));
+        if (!IsSoundPlace(row + 2, rank)) RefuseDimensions(r, Place(r));
+        expected = number + kind;
+        numbers[static_cast<size_t>(r)] = number;
+    }
+    if (expected != m_nextDrawer) RefuseMissing(expected);
+    return numbers;
 }
 
 // The refusal of a row IsSoundPlace found wrong, naming its first wrong dimension.  The texts

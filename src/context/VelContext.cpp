@@ -152,15 +152,14 @@ std::vector<VelContext::TypedMember> VelContext::TypedMembers(
     return members;
 }
 
-// The root member `name` as a group, empty when it is no group; a group that does not open is
-// opened once more so that its failure is raised.
+// The root member `name` as a group, empty when it is no group; a group that does not open
+// raises HDF5's failure.
 hdf_Group VelContext::OpenGroup(const cow_String& name) const {
-    hdf_Group probe(m_file);
-    probe.SetNoThrow(true);
-    const hdf_Group group = probe.GroupOpen(name.c_str());
-    if (!group.IsEmpty() || m_file.GetObjinfoType(name.c_str()) != hdf_Group::ObjectTypeGroup)
-        return group;
-    return m_file.GroupOpen(name.c_str());
+    hdf_Exception failure;
+    const hdf_Group group = m_file.GroupTryOpen(name.c_str(), failure);
+    if (group.IsEmpty() && m_file.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeGroup)
+        failure.Propagate();
+    return group;
 }
 
 void VelContext::LoadObject(const TypedMember& member) {

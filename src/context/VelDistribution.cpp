@@ -44,20 +44,6 @@ bool IsSoundPlace(const int* dims, int rank) {
     return true;
 }
 
-// The member `name` of `parent` opened as a group (or a dataset), empty when it is missing or is
-// no group (no dataset); HDF5's failure is parked, not thrown.
-hdf_Group OpenGroupIfAny(const hdf_Group& parent, const char* name) {
-    hdf_Group probe(parent);
-    probe.SetNoThrow(true);
-    return probe.GroupOpen(name);
-}
-
-hdf_Dataset OpenDatasetIfAny(const hdf_Group& parent, const char* name) {
-    hdf_Group probe(parent);
-    probe.SetNoThrow(true);
-    return probe.DatasetOpen(name);
-}
-
 }  // namespace
 
 VelDistribution::VelDistribution(const VelDistributionID& id, const hdf_Group& group,
@@ -110,10 +96,10 @@ VelAutoPtr<VelDistribution> VelDistribution::Open(const VelContext& context, con
         new VelDistribution(id, group, grid, rangeType, context.IsReadOnly()));
     distribution->m_nextDrawer = distribution->m_storedNextDrawer = ReadNextDrawer(group);
     // One lookup of the name in a group of many drawers; a catalogue that exists but does not
-    // open is opened once more, so that its failure is raised.
-    hdf_Dataset catalogue = OpenDatasetIfAny(group, e_Catalogue);
-    if (catalogue.IsEmpty() && group.GetObjinfoExists(e_Catalogue))
-        catalogue = group.DatasetOpen(e_Catalogue);
+    // open raises HDF5's failure.
+    hdf_Exception failure;
+    const hdf_Dataset catalogue = group.DatasetTryOpen(e_Catalogue, failure);
+    if (catalogue.IsEmpty() && group.GetObjinfoExists(e_Catalogue)) failure.Propagate();
     if (catalogue.IsEmpty()) {
         distribution->LoadDrawers();
     } else {
@@ -356,8 +342,12 @@ hdf_Group VelDistribution::OpenDrawerGroup(int number) const {
     int kind = -1;
     int stored = -1;
     // The name is looked up once; why it did not open is asked only when it did not.
-    const hdf_Group group = OpenGroupIfAny(m_group, name.c_str());
-    if (group.IsEmpty() && !m_group.GetObjinfoExists(name.c_str())) RefuseMissing(number);
+    hdf_Exception failure;
+    const hdf_Group group = m_group.GroupTryOpen(name.c_str(), failure);
+    if (group.IsEmpty()) {
+        if (!m_group.GetObjinfoExists(name.c_str())) RefuseMissing(number);
+        if (m_group.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeGroup) failure.Propagate();
+    }
     if (group.IsEmpty() || !VelContextLayout::ReadTypeIfAny(group, kind, stored))
         VelRefuseStored(kKind, m_group,
                         where + " is named like a drawer but is no group with a \"type\"");

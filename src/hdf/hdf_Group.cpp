@@ -68,6 +68,20 @@ hdf_Group hdf_Group::GroupOpen(const char* name) const {
     return Succeeded(id, HDF_HERE) ? hdf_Group(id) : hdf_Group();
 }
 
+hdf_Group hdf_Group::GroupTryOpen(const char* name, hdf_Exception& failure) const {
+    const hid_t id = H5Gopen(ID(), name);
+    if (id >= 0) return hdf_Group(id);
+    failure = hdf_Exception(HDF_HERE, true);
+    return hdf_Group();
+}
+
+hdf_Dataset hdf_Group::DatasetTryOpen(const char* name, hdf_Exception& failure) const {
+    const hid_t id = H5Dopen(ID(), name);
+    if (id >= 0) return hdf_Dataset(*this, id);
+    failure = hdf_Exception(HDF_HERE, true);
+    return hdf_Dataset();
+}
+
 hdf_Dataset hdf_Group::DatasetCreateWith(const char* name, const hdf_Datatype& type,
                                          const hdf_Dataspace& space, hid_t creation) const {
     const hid_t id = H5Dcreate(ID(), name, type.ID(), space.ID(), creation);

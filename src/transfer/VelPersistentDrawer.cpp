@@ -68,14 +68,12 @@ bool HasDataset(const hdf_Group& group, const cow_String& name) {
 }
 
 // The dataset `name` of a drawer's group, empty when the group has none; the name is looked up
-// once when it opens, and a dataset that exists but does not open is opened once more so that
-// its failure is raised.
+// once when it opens, and a dataset that exists but does not open raises HDF5's failure.
 hdf_Dataset OpenDatasetIfAny(const hdf_Group& group, const cow_String& name) {
-    hdf_Group probe(group);
-    probe.SetNoThrow(true);
-    const hdf_Dataset dataset = probe.DatasetOpen(name.c_str());
-    if (!dataset.IsEmpty() || !HasDataset(group, name)) return dataset;
-    return group.DatasetOpen(name.c_str());
+    hdf_Exception failure;
+    const hdf_Dataset dataset = group.DatasetTryOpen(name.c_str(), failure);
+    if (dataset.IsEmpty() && HasDataset(group, name)) failure.Propagate();
+    return dataset;
 }
 
 }  // namespace

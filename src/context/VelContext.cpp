@@ -28,9 +28,9 @@ using DSetMap = VelAutoBtree<VelDSetID, VelAutoPtr<VelDSet>>;
 using DSetIterator = VelAutoBtreeIterator<VelDSetID, VelAutoPtr<VelDSet>>;
 
 // Database files are opened through the journaled driver.
-hdf_PropListFileAccess JournaledAccess() {
+hdf_PropListFileAccess JournaledAccess(bool writable) {
     hdf_PropListFileAccess access;
-    hdf_Journal::Use(access.ID());
+    hdf_Journal::Use(access.ID(), writable);
     return access;
 }
 
@@ -78,13 +78,15 @@ int VelContext::Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheMana
 hdf_File VelContext::CreateFile(hdf_File::CreateFlags flags, const char* block) {
     if (m_collective)
         return m_collective->CreateFile(m_name.c_str(), flags, block, VelSignature::e_Size);
-    return hdf_File::Create(m_name.c_str(), flags, JournaledAccess(), block, VelSignature::e_Size);
+    return hdf_File::Create(m_name.c_str(), flags, JournaledAccess(true), block,
+                            VelSignature::e_Size);
 }
 
 hdf_File VelContext::OpenFile(hdf_File::OpenFlags flags, char* block) {
     if (m_collective)
         return m_collective->OpenFile(m_name.c_str(), flags, block, VelSignature::e_Size);
-    return hdf_File::Open_NoThrow(m_name.c_str(), flags, JournaledAccess(), block,
+    return hdf_File::Open_NoThrow(m_name.c_str(), flags,
+                                  JournaledAccess(flags != hdf_File::OpenFlagsReadOnly), block,
                                   VelSignature::e_Size);
 }
 
@@ -103,12 +105,13 @@ void VelContext::Load() {
     m_storedAttributes[1] = attributes[1];
     const long long sz = attributes[1];
     if (sz >= 1) {
-        const long long numObjects = static_cast<long long>(m_file.GetNumObjs());
+        const std::vector<hdf_Group::Link> links = m_file.Links();
+        const long long numObjects = static_cast<long long>(links.size());
         // The condition texts are kept as written.
         // clang-format off
         VelASSERT(numObjects >= sz-2*VelNUM_CONTEXT_TYPES);
         // clang-format on
-        for (const TypedMember& member : TypedMembers(numObjects)) LoadObject(member);
+        for (const TypedMember& member : TypedMembers(links)) LoadObject(member);
         const long long numLoaded = ObjectCount();
         // clang-format off
         VelASSERT(numLoaded == sz-2*VelNUM_CONTEXT_TYPES);
@@ -119,21 +122,25 @@ void VelContext::Load() {
 }
 
 // A member named by a serial the stored counter has not handed out is passed over by its name
-// alone: it was never part of a written-back state, and its object may be incomplete.
-std::vector<VelContext::TypedMember> VelContext::TypedMembers(long long numObjects) {
+// alone: it was never part of a written-back state, and its object may be incomplete.  Only hard
+// links to groups are objects; "Context attributes" was opened as a dataset already, and any
+// other member is tried as a group once, so that a name is looked up once however the member
+// turns out.
+std::vector<VelContext::TypedMember> VelContext::TypedMembers(
+    const std::vector<hdf_Group::Link>& links) {
     std::vector<TypedMember> members;
-    for (long long i = 0; i < numObjects; ++i) {
-        const hsize_t index = static_cast<hsize_t>(i);
+    for (const hdf_Group::Link& link : links) {
         TypedMember member;
-        member.name = m_file.GetObjnameByIdx(index);
+        member.name = link.name;
         int serial = -1;
         if (VelContextLayout::NumberOfName(member.name, serial) &&
             (serial < 0 || serial >= m_nextID)) {
             m_uncommitted.push_back(member.name);
             continue;
         }
-        if (m_file.GetObjtypeByIdx(index) != hdf_Group::ObjectTypeGroup) continue;
-        member.group = m_file.GroupOpen(member.name.c_str());
+        if (!link.hard || member.name == VelContextLayout::e_ContextAttributes) continue;
+        member.group = OpenGroup(member.name);
+        if (member.group.IsEmpty()) continue;
         // A group without a "type" is no object of the context; it is left to whoever made it.
         if (!VelContextLayout::ReadTypeIfAny(member.group, member.kind, member.minor)) continue;
         const int kind = member.kind;
@@ -143,6 +150,16 @@ std::vector<VelContext::TypedMember> VelContext::TypedMembers(long long numObjec
         members.push_back(member);
     }
     return members;
+}
+
+// The root member `name` as a group, empty when it is no group; a group that does not open
+// raises HDF5's failure.
+hdf_Group VelContext::OpenGroup(const cow_String& name) const {
+    hdf_Exception failure;
+    const hdf_Group group = m_file.GroupTryOpen(name.c_str(), failure);
+    if (group.IsEmpty() && m_file.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeGroup)
+        failure.Propagate();
+    return group;
 }
 
 void VelContext::LoadObject(const TypedMember& member) {

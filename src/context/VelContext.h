@@ -157,7 +157,8 @@ private:
     void Load();
     hdf_File CreateFile(hdf_File::CreateFlags flags, const char* block);
     hdf_File OpenFile(hdf_File::OpenFlags flags, char* block);
-    std::vector<TypedMember> TypedMembers(long long numObjects);
+    std::vector<TypedMember> TypedMembers(const std::vector<hdf_Group::Link>& links);
+    hdf_Group OpenGroup(const cow_String& name) const;
     void RemoveUncommitted();
     void LoadObject(const TypedMember& member);
     // The object of an open file, read on its first use; a damaged one is refused there, and

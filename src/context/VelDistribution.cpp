@@ -95,10 +95,15 @@ VelAutoPtr<VelDistribution> VelDistribution::Open(const VelContext& context, con
     VelAutoPtr<VelDistribution> distribution(
         new VelDistribution(id, group, grid, rangeType, context.IsReadOnly()));
     distribution->m_nextDrawer = distribution->m_storedNextDrawer = ReadNextDrawer(group);
-    if (group.GetObjinfoExists(e_Catalogue)) {
-        distribution->LoadPlaces();
-    } else {
+    // One lookup of the name in a group of many drawers; a catalogue that exists but does not
+    // open raises HDF5's failure.
+    hdf_Exception failure;
+    const hdf_Dataset catalogue = group.DatasetTryOpen(e_Catalogue, failure);
+    if (catalogue.IsEmpty() && group.GetObjinfoExists(e_Catalogue)) failure.Propagate();
+    if (catalogue.IsEmpty()) {
         distribution->LoadDrawers();
+    } else {
+        distribution->LoadPlaces(catalogue);
     }
     return distribution;
 }
@@ -211,8 +216,8 @@ void VelDistribution::LoadDrawers() {
 // trusted: ascending numbers from the first, each taking the numbers its kind uses up, ending
 // at the next number, and places that could be a drawer's.  Whether a place is the drawer's own
 // is checked when the drawer is first opened (CheckPlace).
-void VelDistribution::LoadPlaces() {
-    m_catalogue = m_group.DatasetOpen(e_Catalogue);
+void VelDistribution::LoadPlaces(const hdf_Dataset& catalogue) {
+    m_catalogue = catalogue;
     if (!hdf_HasStoredLayout(m_catalogue))
         VelRefuseStored(kKind, m_group, "\"Drawer catalogue\" stores no values");
     if (!VelStoredInts::HoldsInts(m_catalogue.GetType()))
@@ -236,24 +241,34 @@ void VelDistribution::LoadPlaces() {
             "\"Drawer catalogue\" stores fewer than its " + std::to_string(length) + " ints");
     m_placeInts.resize(static_cast<size_t>(length));
     VelCollectionLayout::ReadInts(m_catalogue, 0, length, m_placeInts.data());
-    int expected = e_FirstDrawerNumber;
-    m_numbers.reserve(static_cast<size_t>(rows));
-    for (int r = 0; r < static_cast<int>(rows); ++r) {
-        const DrawerPlace place = Place(r);
-        if (place.Number() > expected) RefuseMissing(expected);
-        if (place.Number() < expected)
-            RefuseRow(r, "names drawer " + std::to_string(place.Number()) + ", out of order");
-        if (place.Kind() != e_StandardDrawer && place.Kind() != e_SparseDrawer)
-            RefuseRow(r, "has the unknown drawer kind " + std::to_string(place.Kind()));
-        if (!IsSoundPlace(m_placeInts.data() + size_t(r) * size_t(width) + 2, NumDimensions()))
-            RefuseDimensions(r, place);
-        expected = place.Number() + place.Kind();
-        m_numbers.push_back(place.Number());
-    }
-    if (expected != m_nextDrawer) RefuseMissing(expected);
+    m_numbers = CheckedNumbers(static_cast<int>(rows));
     m_storedPlaceInts = m_placeInts.size();
     m_knowsPlaces = true;
     if (!m_readOnly) RemoveUncommittedDrawers();
+}
+
+// The drawer numbers of the catalogue's rows, each row checked as LoadPlaces says.  Runs over
+// every row at every open: the row's ints are walked with a pointer, and texts are made only
+// for a refusal.
+std::vector<int> VelDistribution::CheckedNumbers(int rows) const {
+    std::vector<int> numbers(static_cast<size_t>(rows));
+    const int rank = NumDimensions();
+    const size_t width = PlaceWidth();
+    const int* row = m_placeInts.data();
+    int expected = e_FirstDrawerNumber;
+    for (int r = 0; r < rows; ++r, row += width) {
+        const int number = row[0], kind = row[1];
+        if (number > expected) RefuseMissing(expected);
+        if (number < expected)
+            RefuseRow(r, "names drawer " + std::to_string(number) + ", out of order");
+        if (kind != e_StandardDrawer && kind != e_SparseDrawer)
+            RefuseRow(r, "has the unknown drawer kind " + std::to_string(kind));
+        if (!IsSoundPlace(row + 2, rank)) RefuseDimensions(r, Place(r));
+        expected = number + kind;
+        numbers[static_cast<size_t>(r)] = number;
+    }
+    if (expected != m_nextDrawer) RefuseMissing(expected);
+    return numbers;
 }
 
 // The refusal of a row IsSoundPlace found wrong, naming its first wrong dimension.  The texts
@@ -326,10 +341,13 @@ hdf_Group VelDistribution::OpenDrawerGroup(int number) const {
     const std::string where = std::string("member \"") + name.c_str() + "\"";
     int kind = -1;
     int stored = -1;
-    hdf_Group group;
-    if (!m_group.GetObjinfoExists(name.c_str())) RefuseMissing(number);
-    if (m_group.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeGroup)
-        group = m_group.GroupOpen(name.c_str());
+    // The name is looked up once; why it did not open is asked only when it did not.
+    hdf_Exception failure;
+    const hdf_Group group = m_group.GroupTryOpen(name.c_str(), failure);
+    if (group.IsEmpty()) {
+        if (!m_group.GetObjinfoExists(name.c_str())) RefuseMissing(number);
+        if (m_group.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeGroup) failure.Propagate();
+    }
     if (group.IsEmpty() || !VelContextLayout::ReadTypeIfAny(group, kind, stored))
         VelRefuseStored(kKind, m_group,
                         where + " is named like a drawer but is no group with a \"type\"");

@@ -165,7 +165,8 @@ private:
     static VelRangeType ReadRangeType(const VelContext& context, const hdf_Group& group);
     static int ReadNextDrawer(const hdf_Group& group);
     void LoadDrawers();
-    void LoadPlaces();
+    void LoadPlaces(const hdf_Dataset& catalogue);
+    std::vector<int> CheckedNumbers(int rows) const;
     void RefuseDimensions(int r, const DrawerPlace& place) const;
     [[noreturn]] void RefuseRow(int r, const std::string& what) const;
     void RemoveUncommittedDrawers();

@@ -96,9 +96,11 @@ hdf_Datatype hdf_Dataset::GetType() const {
 }
 
 hdf_PropListDatasetCreation hdf_Dataset::GetCreatePlist() const {
+    if (!m_creation.IsEmpty()) return m_creation;
     const hid_t id = H5Dget_create_plist(ID());
-    return Succeeded(id, HDF_HERE) ? hdf_PropListDatasetCreation(id)
-                                   : hdf_PropListDatasetCreation(hid_t{-1});
+    if (!Succeeded(id, HDF_HERE)) return hdf_PropListDatasetCreation(hid_t{-1});
+    m_creation = hdf_PropListDatasetCreation(id);
+    return m_creation;
 }
 
 // H5Dget_storage_size reports failure as 0, which is also the size of an unallocated dataset;

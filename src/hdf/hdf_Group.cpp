@@ -68,6 +68,20 @@ hdf_Group hdf_Group::GroupOpen(const char* name) const {
     return Succeeded(id, HDF_HERE) ? hdf_Group(id) : hdf_Group();
 }
 
+hdf_Group hdf_Group::GroupTryOpen(const char* name, hdf_Exception& failure) const {
+    const hid_t id = H5Gopen(ID(), name);
+    if (id >= 0) return hdf_Group(id);
+    failure = hdf_Exception(HDF_HERE, true);
+    return hdf_Group();
+}
+
+hdf_Dataset hdf_Group::DatasetTryOpen(const char* name, hdf_Exception& failure) const {
+    const hid_t id = H5Dopen(ID(), name);
+    if (id >= 0) return hdf_Dataset(*this, id);
+    failure = hdf_Exception(HDF_HERE, true);
+    return hdf_Dataset();
+}
+
 hdf_Dataset hdf_Group::DatasetCreateWith(const char* name, const hdf_Datatype& type,
                                          const hdf_Dataspace& space, hid_t creation) const {
     const hid_t id = H5Dcreate(ID(), name, type.ID(), space.ID(), creation);
@@ -198,7 +212,22 @@ herr_t CollectName(hid_t, const char* name, const H5L_info_t*, void* names) {
     return 0;
 }
 
+herr_t CollectLink(hid_t, const char* name, const H5L_info_t* info, void* links) {
+    static_cast<std::vector<hdf_Group::Link>*>(links)->push_back(
+        {cow_String(name), info->type == H5L_TYPE_HARD});
+    return 0;
+}
+
 }  // namespace
+
+std::vector<hdf_Group::Link> hdf_Group::Links() const {
+    std::vector<Link> links;
+    hsize_t at = 0;
+    if (!Succeeded(H5Literate(ID(), H5_INDEX_NAME, H5_ITER_INC, &at, CollectLink, &links),
+                   HDF_HERE))
+        return std::vector<Link>();
+    return links;
+}
 
 std::vector<cow_String> hdf_Group::MemberNames() const {
     std::vector<cow_String> names;

@@ -67,6 +67,15 @@ bool HasDataset(const hdf_Group& group, const cow_String& name) {
            group.GetObjinfoType(name.c_str()) == hdf_Group::ObjectTypeDataset;
 }
 
+// The dataset `name` of a drawer's group, empty when the group has none; the name is looked up
+// once when it opens, and a dataset that exists but does not open raises HDF5's failure.
+hdf_Dataset OpenDatasetIfAny(const hdf_Group& group, const cow_String& name) {
+    hdf_Exception failure;
+    const hdf_Dataset dataset = group.DatasetTryOpen(name.c_str(), failure);
+    if (dataset.IsEmpty() && HasDataset(group, name)) failure.Propagate();
+    return dataset;
+}
+
 }  // namespace
 
 hdf_Datatype VelStoredTypeOf(VelTypeKey key) {
@@ -282,8 +291,8 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
     const VelTypeKey key = distribution.RangeType().TypeKey();
     const cow_String name = VelIdAsString(number);
     const std::string quoted = std::string("dataset \"") + name.c_str() + "\"";
-    if (!HasDataset(group, name)) VelRefuseStored(kKind, group, "it has no " + quoted);
-    drawer.m_values = group.DatasetOpen(name.c_str());
+    drawer.m_values = OpenDatasetIfAny(group, name);
+    if (drawer.m_values.IsEmpty()) VelRefuseStored(kKind, group, "it has no " + quoted);
     if (!hdf_HasStoredLayout(drawer.m_values))
         VelRefuseStored(kKind, group, quoted + " stores no values");
     if (!HoldsKey(drawer.m_values.GetType(), key))
@@ -316,8 +325,8 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
                         quoted + " is not one dimension of " + Text(values) + " values");
     const cow_String indexName = VelIdAsString(number + 1);
     const std::string indexQuoted = std::string("index dataset \"") + indexName.c_str() + "\"";
-    if (!HasDataset(group, indexName)) VelRefuseStored(kKind, group, "it has no " + indexQuoted);
-    drawer.m_index = group.DatasetOpen(indexName.c_str());
+    drawer.m_index = OpenDatasetIfAny(group, indexName);
+    if (drawer.m_index.IsEmpty()) VelRefuseStored(kKind, group, "it has no " + indexQuoted);
     if (!hdf_HasStoredLayout(drawer.m_index))
         VelRefuseStored(kKind, group, indexQuoted + " stores no values");
     if (!HoldsKey(drawer.m_index.GetType(), VelTypeKeyInt))

@@ -52,6 +52,8 @@ public:
 
     hdf_Dataspace GetSpace() const;
     hdf_Datatype GetType() const;
+    // A dataset's creation properties never change: HDF5 is asked for them once per handle, and
+    // the list is shared by every caller (who only reads it).
     hdf_PropListDatasetCreation GetCreatePlist() const;
     hsize_t GetStorageSize() const;
     cow_String Path() const;
@@ -72,6 +74,7 @@ private:
                         void* buffer) const;
 
     hdf_Object m_location;
+    mutable hdf_PropListDatasetCreation m_creation{hid_t{-1}};
 };
 
 #endif

@@ -42,6 +42,11 @@ public:
     // later read it like any group.
     hdf_Group GroupCreateIndexed(const char* name) const;
     hdf_Group GroupOpen(const char* name) const;
+    // The member `name` opened as a group, or empty when it does not open (it is missing, of
+    // another kind, or HDF5 failed): then `failure` holds HDF5's error and nothing is thrown or
+    // parked.  The name is looked up once either way; the caller tells the reasons apart only
+    // when the open failed.
+    hdf_Group GroupTryOpen(const char* name, hdf_Exception& failure) const;
 
     hdf_Dataset DatasetCreate(const char* name, const hdf_Datatype& type,
                               const hdf_Dataspace& space) const;
@@ -54,6 +59,8 @@ public:
                               const hdf_PropListDatasetCreation& creation,
                               const hdf_PropListDatasetAccess& access) const;
     hdf_Dataset DatasetOpen(const char* name) const;
+    // The same for a dataset.
+    hdf_Dataset DatasetTryOpen(const char* name, hdf_Exception& failure) const;
     hdf_Dataset DatasetOpen(const char* name, const hdf_PropListDatasetAccess& access) const;
     // The dataset an object reference points to; a reference to anything else fails with
     // "Reference is not to dataset."
@@ -80,6 +87,14 @@ public:
     // The names of every member, in no particular order, in one pass over the group.  Listing
     // by index costs a pass per member on a group of many members; this does not.
     std::vector<cow_String> MemberNames() const;
+    // A member as the pass over the group's links finds it: its name and whether the link is a
+    // hard one (a soft link holds a path, which may lead anywhere or nowhere).
+    struct Link {
+        cow_String name;
+        bool hard = false;
+    };
+    // Every link in name order, in one pass over the group.
+    std::vector<Link> Links() const;
     cow_String GetObjnameByIdx(hsize_t index) const;
     ObjectType GetObjtypeByIdx(hsize_t index) const;
     // Whether `name` (soft links followed) exists; never throws for a missing name.

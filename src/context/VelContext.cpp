@@ -28,9 +28,9 @@ using DSetMap = VelAutoBtree<VelDSetID, VelAutoPtr<VelDSet>>;
 using DSetIterator = VelAutoBtreeIterator<VelDSetID, VelAutoPtr<VelDSet>>;
 
 // Database files are opened through the journaled driver.
-hdf_PropListFileAccess JournaledAccess(bool writable) {
+hdf_PropListFileAccess JournaledAccess() {
     hdf_PropListFileAccess access;
-    hdf_Journal::Use(access.ID(), writable);
+    hdf_Journal::Use(access.ID());
     return access;
 }
 
@@ -78,15 +78,13 @@ int VelContext::Open(hdf_File::OpenFlags flags, int schemaVersion, mem_CacheMana
 hdf_File VelContext::CreateFile(hdf_File::CreateFlags flags, const char* block) {
     if (m_collective)
         return m_collective->CreateFile(m_name.c_str(), flags, block, VelSignature::e_Size);
-    return hdf_File::Create(m_name.c_str(), flags, JournaledAccess(true), block,
-                            VelSignature::e_Size);
+    return hdf_File::Create(m_name.c_str(), flags, JournaledAccess(), block, VelSignature::e_Size);
 }
 
 hdf_File VelContext::OpenFile(hdf_File::OpenFlags flags, char* block) {
     if (m_collective)
         return m_collective->OpenFile(m_name.c_str(), flags, block, VelSignature::e_Size);
-    return hdf_File::Open_NoThrow(m_name.c_str(), flags,
-                                  JournaledAccess(flags != hdf_File::OpenFlagsReadOnly), block,
+    return hdf_File::Open_NoThrow(m_name.c_str(), flags, JournaledAccess(), block,
                                   VelSignature::e_Size);
 }
 

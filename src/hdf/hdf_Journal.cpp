@@ -710,15 +710,13 @@ State* Find(hid_t object) {
 
 }  // namespace
 
-void hdf_Journal::Use(hid_t access, bool writable) {
+void hdf_Journal::Use(hid_t access) {
     if (H5Pset_driver(access, DriverID(), nullptr) < 0) throw hdf_Exception(HDF_HERE, true);
     hdf_FixMetadataCache(access, kCacheBytes);
 #ifndef H5_HAVE_PARALLEL
     // A parallel HDF5 refuses eviction on close for every file, serial ones too: there the
     // fixed size alone bounds the entries a flush visits.
-    if (writable && H5Pset_evict_on_close(access, 1) < 0) throw hdf_Exception(HDF_HERE, true);
-#else
-    (void)writable;
+    if (H5Pset_evict_on_close(access, 1) < 0) throw hdf_Exception(HDF_HERE, true);
 #endif
     hdf_AlignBulkData(access);
 }

@@ -37,12 +37,12 @@
 // until the file has been opened once through the library.
 struct hdf_Journal {
     // Makes `access` (a file-access property list) open files through the driver, with a
-    // metadata cache of a fixed 256 KiB.  For a file opened `writable` the cache lets the
-    // entries of a closed object go (evict on close): HDF5 1.10 visits every cached entry at
-    // every flush, so without a bound a checkpoint would cost more the more the cache had seen.
-    // A read-only file is never flushed and keeps them, so that an object opened again is not
-    // read again.  Throws hdf_Exception when HDF5 refuses.
-    static void Use(hid_t access, bool writable);
+    // metadata cache of a fixed 256 KiB that lets the entries of a closed object go (evict on
+    // close): HDF5 1.10 visits every cached entry at every flush, so without a bound a
+    // checkpoint would cost more the more the cache had seen.  Read-only files evict too: HDF5
+    // refuses to open a file again, read-only, while an object of it is still open with another
+    // eviction setting.  Throws hdf_Exception when HDF5 refuses.
+    static void Use(hid_t access);
     // Whether `file` (any identifier in a file) was opened through the driver.
     static bool IsJournaled(hid_t file);
 

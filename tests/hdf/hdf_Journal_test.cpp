@@ -74,7 +74,7 @@ Bytes JournalBetween(const Bytes& from, const Bytes& to) {
 
 hdf_PropListFileAccess Journaled() {
     hdf_PropListFileAccess access;
-    hdf_Journal::Use(access.ID(), true);
+    hdf_Journal::Use(access.ID());
     return access;
 }
 

@@ -66,7 +66,7 @@ using VelResultsFilesDeathTest = VelResultsFilesTest;
 TEST_F(VelResultsFilesTest, TheXdmfCompanionMapsTheDatabaseValuesWithoutCopies) {
     VelTempFile database("xdmf.vel");
     VelTempFile xmf("xdmf.xmf");
-    VelTempFile companion("xdmf.xmf.h5");
+    VelTempFile companion(xmf, ".h5");
     WriteSmall(database.str());
     VelResultsReader::Open(database.str()).WriteXdmf(xmf.str());
 
@@ -77,7 +77,7 @@ TEST_F(VelResultsFilesTest, TheXdmfCompanionMapsTheDatabaseValuesWithoutCopies) 
               std::string::npos);
     EXPECT_NE(content.str().find("<Time Value=\"1\"/>"), std::string::npos);
 
-    const hid_t file = H5Fopen((xmf.str() + ".h5").c_str(), H5F_ACC_RDONLY, H5P_DEFAULT);
+    const hid_t file = H5Fopen(companion.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT);
     ASSERT_GE(file, 0);
     // Two quads (code 5, four nodes) and a triangle (code 4, three nodes).
     std::vector<int> cells(14);

@@ -42,6 +42,10 @@ public:
                  (info ? info->name() : "case") + "_" + stem + "_" + std::to_string(getpid());
         std::remove(m_name.c_str());
     }
+    // A file the library writes beside `base`, named after it with `suffix` appended.
+    VelTempFile(const VelTempFile& base, const char* suffix) : m_name(base.m_name + suffix) {
+        std::remove(m_name.c_str());
+    }
     ~VelTempFile() { std::remove(m_name.c_str()); }
     VelTempFile(const VelTempFile&) = delete;
     VelTempFile& operator=(const VelTempFile&) = delete;

@@ -148,6 +148,10 @@ TEST_F(HdfDatasetTest, ObjectReferencesResolveToTheirDataset) {
 TEST_F(HdfDatasetTest, CreationListEnumeratorsReachHdf5InTheirOwnOrder) {
     hdf_PropListDatasetCreation list;
     H5D_alloc_time_t allocTime;
+    // Incremental and late are numbered the other way round in HDF5.
+    list.SetAllocTime(hdf_PropListDatasetCreation::AllocTimeIncremental);
+    H5Pget_alloc_time(list.GetID(), &allocTime);
+    EXPECT_EQ(allocTime, H5D_ALLOC_TIME_INCR);
     list.SetAllocTime(hdf_PropListDatasetCreation::AllocTimeLate);
     H5Pget_alloc_time(list.GetID(), &allocTime);
     EXPECT_EQ(allocTime, H5D_ALLOC_TIME_LATE);

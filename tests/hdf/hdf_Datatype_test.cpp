@@ -88,18 +88,16 @@ TEST_F(HdfDatatypeTest, PredefinedTypesAreHdf5sOwnWithAReferenceOfTheirOwn) {
     }
     EXPECT_EQ(H5Iget_ref(H5T_NATIVE_INT), before);
 
-    const std::pair<hdf_Datatype, hid_t> predefined[] = {
-        {hdf_Datatype::STD_I32BE(), H5T_STD_I32BE},
-        {hdf_Datatype::STD_U16BE(), H5T_STD_U16BE},
-        {hdf_Datatype::IEEE_F64LE(), H5T_IEEE_F64LE},
-        {hdf_Datatype::NATIVE_B8(), H5T_NATIVE_B8},
-        {hdf_Datatype::C_S1(), H5T_C_S1},
-        {hdf_Datatype::FORTRAN_S1(), H5T_FORTRAN_S1},
-        {hdf_Datatype::STD_REF_OBJ(), H5T_STD_REF_OBJ},
-        {hdf_Datatype::NATIVE_HSIZE(), H5T_NATIVE_HSIZE},
-        {hdf_Datatype::NATIVE_LDOUBLE(), H5T_NATIVE_LDOUBLE},
-        {hdf_Datatype::NATIVE_UINT_LEAST16(), H5T_NATIVE_UINT_LEAST16}};
-    for (const auto& [type, id] : predefined) EXPECT_EQ(type.GetID(), id);
+    EXPECT_EQ(hdf_Datatype::STD_I32BE().GetID(), H5T_STD_I32BE);
+    EXPECT_EQ(H5Tget_order(hdf_Datatype::STD_U16BE().GetID()), H5T_ORDER_BE);
+    EXPECT_EQ(hdf_Datatype::IEEE_F64LE().GetSize(), 8u);
+    EXPECT_EQ(hdf_Datatype::NATIVE_UINT_LEAST16().GetID(), H5T_NATIVE_UINT_LEAST16);
+    EXPECT_EQ(hdf_Datatype::NATIVE_B8().GetClass(), hdf_Datatype::TypeClassGetClassBitfield);
+    EXPECT_EQ(hdf_Datatype::C_S1().GetClass(), hdf_Datatype::TypeClassGetClassString);
+    EXPECT_EQ(hdf_Datatype::FORTRAN_S1().GetID(), H5T_FORTRAN_S1);
+    EXPECT_EQ(hdf_Datatype::STD_REF_OBJ().GetClass(), hdf_Datatype::TypeClassGetClassReference);
+    EXPECT_EQ(hdf_Datatype::NATIVE_LDOUBLE().GetClass(), hdf_Datatype::TypeClassGetClassFloat);
+    EXPECT_EQ(hdf_Datatype::NATIVE_HSIZE().GetSize(), sizeof(hsize_t));
 }
 
 TEST_F(HdfDatatypeTest, CreatedTypesCopiesAndIllegalClasses) {

@@ -132,10 +132,8 @@ TEST(VelArrayTest, SortHandsQsortEightByteElements) {
     const char* input[] = {"pear", "apple", "fig", "banana"};
     for (int i = 0; i < 4; ++i) names[i] = input[i];
     names.Sort(CompareNames);
-    EXPECT_STREQ(names[0], "apple");
-    EXPECT_STREQ(names[1], "banana");
-    EXPECT_STREQ(names[2], "fig");
-    EXPECT_STREQ(names[3], "pear");
+    EXPECT_EQ(std::vector<std::string>(&names[0], &names[0] + 4),
+              (std::vector<std::string>{"apple", "banana", "fig", "pear"}));
 
     // Wider elements: qsort sees Size() words of 8 bytes, the leading half of this buffer.
     VelArray<WordPair> pairs(3);
@@ -143,12 +141,8 @@ TEST(VelArrayTest, SortHandsQsortEightByteElements) {
     pairs[1] = {3, 2};
     pairs[2] = {1, 0};
     pairs.Sort(CompareWords);
-    EXPECT_EQ(pairs[0].first, 3);
-    EXPECT_EQ(pairs[0].second, 4);
-    EXPECT_EQ(pairs[1].first, 5);
-    EXPECT_EQ(pairs[1].second, 2);
-    EXPECT_EQ(pairs[2].first, 1);
-    EXPECT_EQ(pairs[2].second, 0);
+    const int64_t* words = &pairs[0].first;
+    EXPECT_EQ(std::vector<int64_t>(words, words + 6), (std::vector<int64_t>{3, 4, 5, 2, 1, 0}));
 }
 
 TEST(VelArrayTest, PrintForm) {

@@ -93,18 +93,16 @@ TEST(VelAutoArrayTest, ClearingKeepsABufferThatNeverHeldAnElement) {
 }
 
 TEST(VelAutoArrayTest, MovingLeavesTheSourceEmpty) {
+    const auto expectEmpty = [](const ItemArray& a) {
+        EXPECT_TRUE(a.begin() == nullptr && a.Size() == 0 && a.Capacity() == 0);
+    };
     ItemArray source;
     Fill(source, 2);
     ItemArray taken(source);
-    EXPECT_EQ(source.begin(), nullptr);
-    EXPECT_EQ(source.Size(), 0);
-    EXPECT_EQ(source.Capacity(), 0);
+    expectEmpty(source);
     ASSERT_EQ(taken.Size(), 2);
-
     ItemArray marked(ItemArray::VelAutoArrayMoveSrc{taken});
-    EXPECT_EQ(taken.begin(), nullptr);
-    EXPECT_EQ(taken.Size(), 0);
-    EXPECT_EQ(taken.Capacity(), 0);
+    expectEmpty(taken);
     EXPECT_EQ(marked[1]->id, 1);
     EXPECT_EQ(marked.Capacity(), 16);
 

@@ -76,17 +76,13 @@ TEST(VelHolderDeathTest, UsingAnObserverAfterItsHolderDiedStops) {
     ExpectAssertFailure(orphan.Value(), "repr");
 }
 
-TEST(VelHolderTest, EmptyHoldersHaveNoRecord) {
-    WidgetHolder empty;
-    WidgetHolder fromNull(nullptr);
-    WidgetRef ref = fromNull.Get();
-    EXPECT_FALSE(empty);
-    EXPECT_FALSE(ref.IsAlive());
-    EXPECT_EQ(ref.Get(), nullptr);
-    EXPECT_EQ(ref.ObserverCount(), 0);
-}
-
 TEST(VelHolderTest, OwnershipMovesAndObserversFollowTheObject) {
+    // Empty holders have no record to observe.
+    const WidgetRef none = WidgetHolder(nullptr).Get();
+    EXPECT_FALSE(WidgetHolder());
+    EXPECT_FALSE(none.IsAlive());
+    EXPECT_EQ(none.ObserverCount(), 0);
+
     WidgetHolder source = WidgetHolder::Create(3);
     WidgetRef ref = source.Get();
     WidgetHolder target(source);

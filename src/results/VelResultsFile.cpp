@@ -126,7 +126,7 @@ void ReadInto(VelTransfer& transfer, void* values, size_t bytes) {
 VelResultsFile::VelResultsFile(const std::string& path, bool writable)
     : m_path(path), m_writable(writable) {
     UTI_VelDynamicAPI_initialize(m_modules);
-    m_schema.reset(new VelResultsSchema);
+    m_schema = VelResultsSchema::Shared();
 }
 
 VelResultsFile::~VelResultsFile() {

@@ -70,9 +70,15 @@ public:
 
     // Publishes what is new (when writable) and closes the database.
     void Close();
-    bool IsOpen() const { return !m_id.IsNull(); }
-    const VelContextID& ContextID() const { return m_id; }
-    const std::string& Path() const { return m_path; }
+    bool IsOpen() const {
+        return !m_id.IsNull();
+    }
+    const VelContextID& ContextID() const {
+        return m_id;
+    }
+    const std::string& Path() const {
+        return m_path;
+    }
     // Stops with "<who>: <path> is closed" unless the file is open (and writable if asked).
     void RequireOpen(const char* who) const;
     void RequireWritable(const char* who) const;
@@ -158,7 +164,7 @@ private:
     bool m_parallel = false;
     int m_modules = 0;
     VelContextID m_id;
-    std::unique_ptr<VelResultsSchema> m_schema;
+    std::shared_ptr<const VelResultsSchema> m_schema;
     // The latest published results view: the ancestor of the next one.
     VelView m_view;
 

@@ -150,6 +150,9 @@ private:
     void LoadBlocks(const VelResultsLoader& load);
     void LoadSets(const VelResultsLoader& load, bool elementSets);
     void LoadFields(const VelResultsLoader& load);
+    // Stop unless the times are one double per step, the coordinates 3 doubles per node.
+    void CheckTimes() const;
+    void CheckCoordinates() const;
     void Publish();
     void CheckNewName(const char* who, const std::string& name, bool taken) const;
     // Stops unless rows `first` to `first + rows - 1` are among `count`, and all of them in a
@@ -175,12 +178,15 @@ private:
     std::vector<VelCSetID> m_stepCSets;
     mutable std::vector<double> m_timeValues;
     mutable bool m_timesRead = false;
+    // Set once CheckTimes / CheckCoordinates passed: they run when the values are first used.
+    mutable bool m_timesChecked = false;
 
     bool m_hasMesh = false;
     int m_nodeCount = 0;
     VelCollectionID m_nodes;
     VelCollectionID m_axes;
     VelDistributionID m_coordinates;
+    mutable bool m_coordinatesChecked = false;
     VelDynamicID m_meshRecord;
 
     std::vector<Block> m_blocks;

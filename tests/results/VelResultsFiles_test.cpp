@@ -6,8 +6,10 @@
 #include <cmath>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "VelTestSupport.h"
@@ -203,6 +205,20 @@ TEST_F(VelResultsFilesDeathTest, TimesAndCoordinatesAreRefusedWhereTheyAreRead) 
                           refused + "the mesh's coordinates are not 3 doubles per node");
     ExpectValidateFailure(VelResultsWriter::Open(path.str()).AddStep(2.0),
                           refused + "the times are not one double per step");
+}
+
+// Each thread parses the results schema once; a file keeps the one it was opened with, so a
+// writer opened on a thread that has ended still publishes what it adds.
+TEST_F(VelResultsFilesTest, AWriterOpenedOnAnEndedThreadStillPublishes) {
+    VelTempFile path("threaded.vel");
+    WriteSmall(path.str());
+    std::unique_ptr<VelResultsWriter> out;
+    std::thread([&] {
+        out.reset(new VelResultsWriter(VelResultsWriter::Open(path.str())));
+    }).join();
+    out->AddNodeSet("corner", {2});
+    out->Close();
+    EXPECT_EQ(VelResultsReader::Open(path.str()).NodeSet("corner"), std::vector<int>{2});
 }
 
 }  // namespace

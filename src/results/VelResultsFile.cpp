@@ -126,7 +126,7 @@ void ReadInto(VelTransfer& transfer, void* values, size_t bytes) {
 VelResultsFile::VelResultsFile(const std::string& path, bool writable)
     : m_path(path), m_writable(writable) {
     UTI_VelDynamicAPI_initialize(m_modules);
-    m_schema.reset(new VelResultsSchema);
+    m_schema = VelResultsSchema::Shared();
 }
 
 VelResultsFile::~VelResultsFile() {
@@ -366,6 +366,7 @@ void VelResultsFile::Checkpoint() {
 // The step CSets of a reopened file are the CSets of the times' drawers: one drawer per step.
 VelCSetID VelResultsFile::StepCSet(int step) {
     if (static_cast<int>(m_stepCSets.size()) != StepCount()) {
+        CheckTimes();
         std::vector<VelCSetID> csets(static_cast<size_t>(StepCount()));
         const VelArray<VelDrawerID> drawers = VelDistributionRef(m_times).Drawers();
         for (int d = 0; d < drawers.Size(); ++d) {
@@ -432,12 +433,14 @@ void VelResultsFile::Publish() {
     {
         VelTransactionExtend t(view);
         t.CreateTypes(schema.snapshot);
+        // An association is opened for update only when something new goes into it.
+        std::vector<std::pair<const VelTypeID*, VelAssociationUpdate>> opened;
         auto association = [&](const VelTypeID& type) {
-            return t.UpdateAssociation(view.AssociationID(type));
+            for (const auto& [openedType, update] : opened)
+                if (openedType == &type) return update;
+            opened.emplace_back(&type, t.UpdateAssociation(view.AssociationID(type)));
+            return opened.back().second;
         };
-        const VelAssociationUpdate collections = association(schema.collections);
-        const VelAssociationUpdate distributions = association(schema.distributions);
-        const VelAssociationUpdate blockOf = association(schema.blockOf);
         const VelDynamicID focus = t.FocusID();
 
         if (m_stepsRecord.Category() == 0) {
@@ -445,8 +448,10 @@ void VelResultsFile::Publish() {
             steps.SetString(S::kStepsQuantity, "time");
             steps.SetString(S::kStepsUnits, "");
             association(schema.stepSeries).Insert(focus, steps.ID());
-            collections.Insert(steps.ID(), m_steps.DynamicID(), cow_String("steps"));
-            distributions.Insert(steps.ID(), m_times.DynamicID(), cow_String("times"));
+            association(schema.collections)
+                .Insert(steps.ID(), m_steps.DynamicID(), cow_String("steps"));
+            association(schema.distributions)
+                .Insert(steps.ID(), m_times.DynamicID(), cow_String("times"));
             m_stepsRecord = steps.ID();
         }
         if (m_hasMesh && m_meshRecord.Category() == 0) {
@@ -455,12 +460,14 @@ void VelResultsFile::Publish() {
             mesh.SetInt(S::kMeshDimension, 3);
             mesh.SetInt(S::kMeshNodeCount, m_nodeCount);
             association(schema.meshes).Insert(focus, mesh.ID());
-            collections.Insert(mesh.ID(), m_nodes.DynamicID(), cow_String("nodes"));
-            collections.Insert(mesh.ID(), m_axes.DynamicID(), cow_String("coordinates"));
-            distributions.Insert(mesh.ID(), m_coordinates.DynamicID(), cow_String("coordinates"));
+            association(schema.collections)
+                .Insert(mesh.ID(), m_nodes.DynamicID(), cow_String("nodes"));
+            association(schema.collections)
+                .Insert(mesh.ID(), m_axes.DynamicID(), cow_String("coordinates"));
+            association(schema.distributions)
+                .Insert(mesh.ID(), m_coordinates.DynamicID(), cow_String("coordinates"));
             m_meshRecord = mesh.ID();
         }
-        const VelAssociationUpdate blocks = association(schema.blocks);
         for (size_t b = 0; b < m_blocks.size(); ++b) {
             Block& block = m_blocks[b];
             if (block.record.Category() != 0) continue;
@@ -469,30 +476,28 @@ void VelResultsFile::Publish() {
             record.SetString(S::kBlockCellType, VelCellTypeName(block.cellType));
             record.SetInt(S::kBlockElementCount, block.count);
             record.SetInt(S::kBlockNodesPerElement, block.nodesPerElement);
-            blocks.Insert(focus, record.ID(), static_cast<int>(b));
-            collections.Insert(record.ID(), block.elements.DynamicID(), cow_String("elements"));
-            collections.Insert(record.ID(), block.corners.DynamicID(), cow_String("corners"));
-            distributions.Insert(record.ID(), block.connectivity.DynamicID(),
-                                 cow_String("connectivity"));
+            association(schema.blocks).Insert(focus, record.ID(), static_cast<int>(b));
+            association(schema.collections)
+                .Insert(record.ID(), block.elements.DynamicID(), cow_String("elements"));
+            association(schema.collections)
+                .Insert(record.ID(), block.corners.DynamicID(), cow_String("corners"));
+            association(schema.distributions)
+                .Insert(record.ID(), block.connectivity.DynamicID(), cow_String("connectivity"));
             block.record = record.ID();
         }
-        const VelAssociationUpdate nodeSets = association(schema.nodeSets);
-        const VelAssociationUpdate elementSets = association(schema.elementSets);
-        const VelAssociationUpdate setMembers = association(schema.setMembers);
         for (Set& set : m_sets) {
             if (set.record.Category() != 0) continue;
             const VelDataRecordUpdate record = t.CreateDataRecord(schema.set);
             record.SetString(S::kSetName, set.name.c_str());
             record.SetString(S::kSetLocation, set.block < 0 ? kNodeLocation : kElementLocation);
             record.SetInt(S::kSetSize, set.size);
-            (set.block < 0 ? nodeSets : elementSets)
+            association(set.block < 0 ? schema.nodeSets : schema.elementSets)
                 .Insert(focus, record.ID(), cow_String(set.name.c_str()));
-            setMembers.Insert(record.ID(), set.members.DynamicID());
-            if (set.block >= 0) blockOf.Insert(record.ID(), m_blocks[set.block].record);
+            association(schema.setMembers).Insert(record.ID(), set.members.DynamicID());
+            if (set.block >= 0)
+                association(schema.blockOf).Insert(record.ID(), m_blocks[set.block].record);
             set.record = record.ID();
         }
-        const VelAssociationUpdate fields = association(schema.fields);
-        const VelAssociationUpdate components = association(schema.components);
         for (Field& field : m_fields) {
             if (field.record.Category() != 0) continue;
             const VelDataRecordUpdate record = t.CreateDataRecord(schema.field);
@@ -500,16 +505,20 @@ void VelResultsFile::Publish() {
             record.SetString(S::kFieldLocation, field.block < 0 ? kNodeLocation : kElementLocation);
             record.SetString(S::kFieldUnits, field.units.c_str());
             record.SetInt(S::kFieldComponentCount, static_cast<int>(field.components.size()));
-            fields.Insert(focus, record.ID(), cow_String(field.name.c_str()));
+            association(schema.fields).Insert(focus, record.ID(), cow_String(field.name.c_str()));
             for (size_t c = 0; c < field.components.size(); ++c) {
                 const VelDataRecordUpdate component = t.CreateDataRecord(schema.component);
                 component.SetString(S::kComponentName, field.components[c].c_str());
-                components.Insert(record.ID(), component.ID(), static_cast<int>(c));
+                association(schema.components)
+                    .Insert(record.ID(), component.ID(), static_cast<int>(c));
             }
-            collections.Insert(record.ID(), field.componentCollection.DynamicID(),
-                               cow_String("components"));
-            distributions.Insert(record.ID(), field.values.DynamicID(), cow_String("values"));
-            if (field.block >= 0) blockOf.Insert(record.ID(), m_blocks[field.block].record);
+            association(schema.collections)
+                .Insert(record.ID(), field.componentCollection.DynamicID(),
+                        cow_String("components"));
+            association(schema.distributions)
+                .Insert(record.ID(), field.values.DynamicID(), cow_String("values"));
+            if (field.block >= 0)
+                association(schema.blockOf).Insert(record.ID(), m_blocks[field.block].record);
             field.record = record.ID();
         }
         t.Commit();
@@ -602,6 +611,11 @@ void VelResultsFile::LoadSteps(const VelResultsLoader& load) {
     load.Record(m_stepsRecord, schema.steps, "the steps");
     m_steps = load.Collection(schema.collections, m_stepsRecord, "steps", "the steps");
     m_times = load.Distribution(schema.distributions, m_stepsRecord, "times", "the steps");
+}
+
+// The times' distribution is loaded only by what reads or extends the times, and checked then.
+void VelResultsFile::CheckTimes() const {
+    if (m_timesChecked) return;
     const VelDistributionRef distribution(m_times);
     if (!GridIs(distribution.Grid(), {m_steps}) ||
         distribution.RangeType().TypeKey() != VelTypeKeyDouble)
@@ -609,6 +623,7 @@ void VelResultsFile::LoadSteps(const VelResultsLoader& load) {
     if (distribution.NumDrawers() != VelCollectionRef(m_steps).Space())
         Refuse("the file has " + std::to_string(VelCollectionRef(m_steps).Space()) + " steps but " +
                std::to_string(distribution.NumDrawers()) + " times");
+    m_timesChecked = true;
 }
 
 void VelResultsFile::LoadMesh(const VelResultsLoader& load) {
@@ -626,11 +641,19 @@ void VelResultsFile::LoadMesh(const VelResultsLoader& load) {
     if (m_nodeCount != VelCollectionRef(m_nodes).Space())
         Refuse("the mesh says it has " + std::to_string(m_nodeCount) + " nodes, its collection " +
                std::to_string(VelCollectionRef(m_nodes).Space()));
-    const VelDistributionRef distribution(m_coordinates);
-    if (VelCollectionRef(m_axes).Space() != 3 || !GridIs(distribution.Grid(), {m_nodes, m_axes}) ||
-        distribution.RangeType().TypeKey() != VelTypeKeyDouble)
+    if (VelCollectionRef(m_axes).Space() != 3)
         Refuse("the mesh's coordinates are not 3 doubles per node");
     m_hasMesh = true;
+}
+
+// Like the times, the coordinates' distribution is loaded and checked by what reads it.
+void VelResultsFile::CheckCoordinates() const {
+    if (m_coordinatesChecked) return;
+    const VelDistributionRef distribution(m_coordinates);
+    if (!GridIs(distribution.Grid(), {m_nodes, m_axes}) ||
+        distribution.RangeType().TypeKey() != VelTypeKeyDouble)
+        Refuse("the mesh's coordinates are not 3 doubles per node");
+    m_coordinatesChecked = true;
 }
 
 void VelResultsFile::LoadBlocks(const VelResultsLoader& load) {
@@ -686,7 +709,6 @@ void VelResultsFile::LoadSets(const VelResultsLoader& load, bool elementSets) {
     const VelResultsSchema& schema = *m_schema;
     const VelSelectionMap sets(load.Association(elementSets ? schema.elementSets : schema.nodeSets),
                                0, load.focus);
-    const VelAssociation blockOf = load.Association(schema.blockOf);
     VelSelectionMapIter it(sets);
     for (it.First(); !it.IsDone(); it.Next()) {
         Set set;
@@ -702,7 +724,7 @@ void VelResultsFile::LoadSets(const VelResultsLoader& load, bool elementSets) {
         set.size = load.Int(record, S::kSetSize);
         VelCollectionID collection = m_nodes;
         if (elementSets) {
-            set.block = BlockOfRecord(blockOf, set.record, m_blocks);
+            set.block = BlockOfRecord(load.Association(schema.blockOf), set.record, m_blocks);
             if (set.block < 0) Refuse(what + " names no element block of the file");
             collection = m_blocks[set.block].elements;
         } else if (!m_hasMesh) {
@@ -733,7 +755,6 @@ void VelResultsFile::LoadSets(const VelResultsLoader& load, bool elementSets) {
 void VelResultsFile::LoadFields(const VelResultsLoader& load) {
     const VelResultsSchema& schema = *m_schema;
     const VelSelectionMap fields(load.Association(schema.fields), 0, load.focus);
-    const VelAssociation blockOf = load.Association(schema.blockOf);
     const VelAssociation components = load.Association(schema.components);
     VelSelectionMapIter it(fields);
     for (it.First(); !it.IsDone(); it.Next()) {
@@ -746,7 +767,7 @@ void VelResultsFile::LoadFields(const VelResultsLoader& load) {
             Refuse(what + " is filed under another name");
         const std::string location = load.String(record, S::kFieldLocation);
         if (location == kElementLocation) {
-            field.block = BlockOfRecord(blockOf, field.record, m_blocks);
+            field.block = BlockOfRecord(load.Association(schema.blockOf), field.record, m_blocks);
             if (field.block < 0) Refuse(what + " names no element block of the file");
         } else if (location != kNodeLocation || !m_hasMesh) {
             Refuse(what + " is neither over the mesh's nodes nor over an element block");
@@ -786,6 +807,7 @@ int VelResultsFile::StepCount() const {
 
 const std::vector<double>& VelResultsFile::Times() const {
     if (!m_timesRead) {
+        CheckTimes();
         std::vector<double> times(static_cast<size_t>(StepCount()));
         if (!times.empty()) {
             VelTransfer transfer{VelDistributionRef(m_times)};
@@ -802,6 +824,7 @@ const std::vector<double>& VelResultsFile::Times() const {
 std::vector<double> VelResultsFile::Coordinates() const {
     std::vector<double> xyz(static_cast<size_t>(m_nodeCount) * 3);
     if (!m_hasMesh) return xyz;
+    CheckCoordinates();
     VelTransfer transfer{VelDistributionRef(m_coordinates)};
     transfer.SetRead().SetRequireReadCoverage().SetBufferPadding(false);
     transfer.SetDims(All(m_nodes), All(m_axes));
@@ -976,6 +999,7 @@ std::vector<VelDrawerID> VelResultsFile::StepDrawers(const Field& field) const {
 }
 
 std::string VelResultsFile::CoordinatesPath() const {
+    CheckCoordinates();
     const VelArray<VelDrawerID> drawers = VelDistributionRef(m_coordinates).Drawers();
     if (drawers.Size() != 1) Refuse("the mesh's coordinates are not one dataset");
     return VelDrawerRef(drawers[0]).ValuesPath().c_str();

@@ -70,9 +70,15 @@ public:
 
     // Publishes what is new (when writable) and closes the database.
     void Close();
-    bool IsOpen() const { return !m_id.IsNull(); }
-    const VelContextID& ContextID() const { return m_id; }
-    const std::string& Path() const { return m_path; }
+    bool IsOpen() const {
+        return !m_id.IsNull();
+    }
+    const VelContextID& ContextID() const {
+        return m_id;
+    }
+    const std::string& Path() const {
+        return m_path;
+    }
     // Stops with "<who>: <path> is closed" unless the file is open (and writable if asked).
     void RequireOpen(const char* who) const;
     void RequireWritable(const char* who) const;
@@ -144,6 +150,9 @@ private:
     void LoadBlocks(const VelResultsLoader& load);
     void LoadSets(const VelResultsLoader& load, bool elementSets);
     void LoadFields(const VelResultsLoader& load);
+    // Stop unless the times are one double per step, the coordinates 3 doubles per node.
+    void CheckTimes() const;
+    void CheckCoordinates() const;
     void Publish();
     void CheckNewName(const char* who, const std::string& name, bool taken) const;
     // Stops unless rows `first` to `first + rows - 1` are among `count`, and all of them in a
@@ -158,7 +167,7 @@ private:
     bool m_parallel = false;
     int m_modules = 0;
     VelContextID m_id;
-    std::unique_ptr<VelResultsSchema> m_schema;
+    std::shared_ptr<const VelResultsSchema> m_schema;
     // The latest published results view: the ancestor of the next one.
     VelView m_view;
 
@@ -169,12 +178,15 @@ private:
     std::vector<VelCSetID> m_stepCSets;
     mutable std::vector<double> m_timeValues;
     mutable bool m_timesRead = false;
+    // Set once CheckTimes / CheckCoordinates passed: they run when the values are first used.
+    mutable bool m_timesChecked = false;
 
     bool m_hasMesh = false;
     int m_nodeCount = 0;
     VelCollectionID m_nodes;
     VelCollectionID m_axes;
     VelDistributionID m_coordinates;
+    mutable bool m_coordinatesChecked = false;
     VelDynamicID m_meshRecord;
 
     std::vector<Block> m_blocks;

@@ -108,3 +108,9 @@ VelResultsSchema::VelResultsSchema() : manager(VelTypeFormManager::New()) {
     distributions = form.GetTypeID("Distributions");
     setMembers = form.GetTypeID("SetMembers");
 }
+
+std::shared_ptr<const VelResultsSchema> VelResultsSchema::Shared() {
+    thread_local const std::shared_ptr<const VelResultsSchema> schema =
+        std::make_shared<const VelResultsSchema>();
+    return schema;
+}

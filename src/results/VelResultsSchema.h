@@ -23,11 +23,13 @@
 //   SetMembers    Set -> CSet
 // An association's members are kept in the byte order of their role names; the roles are named
 // so that the record an association starts from is its member 0.
+#include <memory>
+
 #include "vel/types/VelTypeFormManager.h"
 #include "vel/types/VelTypeSchemaSnapshot.h"
 
 // The parsed schema: its form, its snapshot at level 1 and the type of every record and
-// association.  Each open file parses its own, so that nothing of the library outlives it.
+// association.
 struct VelResultsSchema {
     static constexpr const char* e_FormName = "VelResults";
     static constexpr int e_Level = 1;
@@ -52,6 +54,12 @@ struct VelResultsSchema {
     };
     enum ComponentMember { kComponentName, kComponentMembers };
     enum StepsMember { kStepsQuantity, kStepsUnits, kStepsMembers };
+
+    // The schema parsed once per thread and shared by every results file that thread opens.
+    // Per thread because the handles' observer counts are not atomic: a file copies them, and
+    // copies made on two threads must not meet on one count.  A file keeps its own reference, so
+    // the schema outlives the thread if the file does.
+    static std::shared_ptr<const VelResultsSchema> Shared();
 
     VelResultsSchema();
 

@@ -6,8 +6,10 @@
 #include <cmath>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "VelTestSupport.h"
@@ -166,6 +168,57 @@ TEST_F(VelResultsFilesDeathTest, RecordsThatContradictTheirDataAreRefused) {
         ExpectValidateFailure(VelResultsReader::Open(path.str()),
                               "VelResults: \"" + path.str() + "\" is refused: " + reason);
     }
+}
+
+// The times and the coordinates are loaded when first used: a file whose steps name the
+// coordinates as their times, and whose mesh names the times as its coordinates, opens and reads
+// its fields, and is refused when either is read.
+TEST_F(VelResultsFilesDeathTest, TimesAndCoordinatesAreRefusedWhereTheyAreRead) {
+    VelTempFile path("swapped.vel");
+    WriteSmall(path.str());
+    ChangeRecords(
+        path.str(), [](VelTransactionExtend& t, const VelView& view, const VelResultsSchema& s) {
+            const auto one = [&](const VelTypeID& association) {
+                return VelSelectionSet(view.Association(view.AssociationID(association)), 0,
+                                       view.FocusID())
+                    .Get(0);
+            };
+            const VelDynamicID steps = one(s.stepSeries), mesh = one(s.meshes);
+            const VelAssociation stored = view.Association(view.AssociationID(s.distributions));
+            const VelDynamicID times = VelSelectionMap(stored, 0, steps).Get("times");
+            const VelDynamicID xyz = VelSelectionMap(stored, 0, mesh).Get("coordinates");
+            const VelAssociationUpdate storage =
+                t.UpdateAssociation(view.AssociationID(s.distributions));
+            storage.Remove(0, steps, cow_String("times"));
+            storage.Remove(0, mesh, cow_String("coordinates"));
+            storage.Insert(steps, xyz, cow_String("times"));
+            storage.Insert(mesh, times, cow_String("coordinates"));
+        });
+    const std::string refused = "VelResults: \"" + path.str() + "\" is refused: ";
+    VelResultsReader in = VelResultsReader::Open(path.str());
+    EXPECT_EQ(in.StepCount(), 2);
+    std::vector<double> values;
+    in.Field("u").Read(1, values);
+    EXPECT_EQ(values[3], 103.0);
+    ExpectValidateFailure(in.Time(0), refused + "the times are not one double per step");
+    ExpectValidateFailure(in.Coordinates(),
+                          refused + "the mesh's coordinates are not 3 doubles per node");
+    ExpectValidateFailure(VelResultsWriter::Open(path.str()).AddStep(2.0),
+                          refused + "the times are not one double per step");
+}
+
+// Each thread parses the results schema once; a file keeps the one it was opened with, so a
+// writer opened on a thread that has ended still publishes what it adds.
+TEST_F(VelResultsFilesTest, AWriterOpenedOnAnEndedThreadStillPublishes) {
+    VelTempFile path("threaded.vel");
+    WriteSmall(path.str());
+    std::unique_ptr<VelResultsWriter> out;
+    std::thread([&] {
+        out.reset(new VelResultsWriter(VelResultsWriter::Open(path.str())));
+    }).join();
+    out->AddNodeSet("corner", {2});
+    out->Close();
+    EXPECT_EQ(VelResultsReader::Open(path.str()).NodeSet("corner"), std::vector<int>{2});
 }
 
 }  // namespace

@@ -37,7 +37,9 @@ def test_bad_writes_are_refused(tmp_path):
             out.add_node_set("s", [[0, 1]])
         with pytest.raises(vel.VelError, match="32 bits"):
             out.add_node_set("s", np.array([2**32 + 1], dtype=np.int64))
-        # The library's own refusal reaches Python as a VelError too.
+        # The library's own refusals reach Python as VelErrors with their text.
+        with pytest.raises(vel.VelError, match="names node 9"):
+            out.add_element_block("b", "tri3", [[0, 1, 9]])
         with pytest.raises(vel.VelError, match="given twice"):
             out.add_node_set("s", [0, 0])
         u = out.add_nodal_field("u", ["x", "y"])
@@ -45,13 +47,16 @@ def test_bad_writes_are_refused(tmp_path):
         for bad in (np.ones((4, 3)), np.ones((3, 2)), np.ones(8), np.ones((4, 2, 1)), "ab"):
             with pytest.raises(vel.VelError):
                 u.write(step, bad)
+        with pytest.raises(vel.VelError, match="step 1 does not exist"):
+            u.write(step + 1, np.ones((4, 2)))
         u.write(step, np.ones((4, 2), dtype=np.int16))
 
 
 def test_bad_reads_are_refused(model):
     with vel.open(model) as f:
         u = f.field("u")
-        for bad in (lambda: u.read(-1), lambda: f.field("v")):
+        for bad in (lambda: u.read(-1), lambda: f.field("v"), lambda: u.history(4),
+                    lambda: u.read(0, node_set="none")):
             with pytest.raises(vel.VelError):
                 bad()
         with pytest.raises(KeyError):

@@ -205,15 +205,3 @@ def test_records_of_a_view(example, tmp_path, capfd):
         with pytest.raises(vel.VelError):
             view.records("NoSuchType")
 
-
-def test_fem_example_stiffness_is_symmetric(example, tmp_path):
-    path = example("vel_fem_writer", tmp_path / "fem.vel")
-    with vel.open(path) as f:
-        stiffness = vel.File.read_drawer(f.distributions[3].drawers[0])
-        k = stiffness.to_dense()
-        assert_array_equal(k, k.T)
-        np.testing.assert_allclose(k.sum(axis=1), 0.0, atol=1e-9)
-        steps = f.distributions[1].drawers
-        u = np.concatenate([vel.File.read_drawer(d) for d in steps])
-        assert u.shape == (4, 20, 3)
-        assert np.all(np.diff(np.abs(u[:, :, 1]).max(axis=1)) > 0)

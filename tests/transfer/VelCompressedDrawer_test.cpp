@@ -203,15 +203,15 @@ TEST_F(VelCompressedDrawerTest, RewritesInPlaceReadBackAndWaitForTheCheckpoint) 
     Write(d, std::vector<double>(3 * kRows, 1.0), &deflate);
     VelManager::FlushContext(m_context);
     // Constant values compress to chunks of one size: HDF5 rewrites them where they are.
-    const auto rewrite = [&] {
-        VelTransfer t{VelDistributionRef(d)};
+    const auto rewrite = [&](const VelDistributionID& field) {
+        VelTransfer t{VelDistributionRef(field)};
         t.SetWrite().SetDims(All(m_rows), All(m_comps));
         TestPut(t, twos);
     };
     // A writer killed after the rewrite reached the file driver, before its next checkpoint.
     EXPECT_EXIT(
         {
-            rewrite();
+            rewrite(d);
             Context().File().WriteBuffers();
             std::_Exit(3);
         },
@@ -221,9 +221,7 @@ TEST_F(VelCompressedDrawerTest, RewritesInPlaceReadBackAndWaitForTheCheckpoint) 
               std::vector<double>(3 * kRows, 1.0));
     // Kept, the rewrite reads back before and after a checkpoint.
     const VelDistributionID again = Again(d);
-    VelTransfer t{VelDistributionRef(again)};
-    t.SetWrite().SetDims(All(m_rows), All(m_comps));
-    TestPut(t, std::vector<double>(3 * kRows, 2.0));
+    rewrite(again);
     EXPECT_EQ(ReadAll<double>(again, All(m_rows), All(m_comps)), twos);
     VelManager::FlushContext(m_context);
     ReopenAll();

@@ -24,29 +24,20 @@ void RewriteInts(hid_t file, const std::string& path, const char* name,
     H5Oclose(object);
 }
 
-// Replaces the dataset at `path` by one of `type` and `extents`, its values left unwritten.
+// Replaces the dataset at `path` by one of `type` and `extents`, its values left unwritten;
+// `deflated`, chunked and deflated by HDF5 unshuffled: a pipeline HDF5 decodes but the library
+// never writes.
 void ReplaceDataset(hid_t file, const std::string& path, hid_t type,
-                    const std::vector<hsize_t>& extents) {
-    H5Ldelete(file, path.c_str(), H5P_DEFAULT);
-    const hid_t space = H5Screate_simple(static_cast<int>(extents.size()), extents.data(), nullptr);
-    const hid_t ds =
-        H5Dcreate2(file, path.c_str(), type, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-    H5Dclose(ds);
-    H5Sclose(space);
-}
-
-// Replaces the dataset at `path` by a chunked one of doubles that HDF5 deflates, unshuffled: a
-// pipeline HDF5 decodes but the library never writes.
-void ReplaceByDeflated(hid_t file, const std::string& path, const std::vector<hsize_t>& extents) {
+                    const std::vector<hsize_t>& extents, bool deflated = false) {
     H5Ldelete(file, path.c_str(), H5P_DEFAULT);
     const int rank = static_cast<int>(extents.size());
     const hid_t space = H5Screate_simple(rank, extents.data(), nullptr);
     const hid_t dcpl = H5Pcreate(H5P_DATASET_CREATE);
-    H5Pset_chunk(dcpl, rank, extents.data());
-    H5Pset_deflate(dcpl, 6);
-    const hid_t ds =
-        H5Dcreate2(file, path.c_str(), H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, dcpl, H5P_DEFAULT);
-    H5Dclose(ds);
+    if (deflated) {
+        H5Pset_chunk(dcpl, rank, extents.data());
+        H5Pset_deflate(dcpl, 6);
+    }
+    H5Dclose(H5Dcreate2(file, path.c_str(), type, space, H5P_DEFAULT, dcpl, H5P_DEFAULT));
     H5Pclose(dcpl);
     H5Sclose(space);
 }
@@ -117,6 +108,10 @@ protected:
             RewriteInts(p.file, p.drawer, "Drawer attributes", p.attributes);
         };
     }
+    // Replaces the drawer's attributes by `ints`.
+    static std::function<void(Place&)> Ints(const std::vector<int>& ints) {
+        return [ints](Place& p) { RewriteInts(p.file, p.drawer, "Drawer attributes", ints); };
+    }
 };
 
 TEST_F(VelDamagedDrawerDeathTest, DamagedStandardDrawersAreRefusedAtFirstUse) {
@@ -127,28 +122,17 @@ TEST_F(VelDamagedDrawerDeathTest, DamagedStandardDrawersAreRefusedAtFirstUse) {
              H5Adelete_by_name(p.file, p.drawer.c_str(), "Drawer attributes", H5P_DEFAULT);
          },
          "it has no \"Drawer attributes\""},
-        {"attributes cut",
-         [](Place& p) {
-             p.attributes.resize(5);
-             RewriteInts(p.file, p.drawer, "Drawer attributes", p.attributes);
-         },
+        {"attributes cut", Ints({0, 0, 1, 1, 10}),
          "\"Drawer attributes\" holds 5 ints, a drawer of 2 dimensions has 8"},
         // What a creation stopped before its last step leaves: the attribute never written.
-        {"attributes never written",
-         [](Place& p) {
-             RewriteInts(p.file, p.drawer, "Drawer attributes", std::vector<int>(8, 0));
-         },
+        {"attributes never written", Ints(std::vector<int>(8, 0)),
          "dimension 0 names CSet word 0, which is no ascending CSet of its collection"},
         {"negative nonzeros", Int(0, -3), "the number of nonzeros -3 is negative"},
         {"symmetric flag", Int(1, 2), "the symmetric flag is 2, not 0 or 1"},
         {"standard with nonzeros", Int(0, 4), "a standard drawer gives 4 nonzeros"},
         {"unknown collection", Int(5, 77),
          "dimension 1 names collection word 77, which is not in the distribution's grid"},
-        {"collection twice",
-         [](Place& p) {
-             p.attributes[5] = p.attributes[2];
-             RewriteInts(p.file, p.drawer, "Drawer attributes", p.attributes);
-         },
+        {"collection twice", Int(5, m_nodes.Minor().Value()),
          "dimension 1 names a collection named before"},
         {"CSet past the collection's", Int(3, INT_MIN | 40),
          "dimension 0 names CSet word " + std::to_string(INT_MIN | 40) +
@@ -172,7 +156,7 @@ TEST_F(VelDamagedDrawerDeathTest, DamagedStandardDrawersAreRefusedAtFirstUse) {
          "dataset \"{values}\" does not have the extents \"Drawer attributes\" gives"},
         {"filters of another program",
          [](Place& p) {
-             ReplaceByDeflated(p.file, p.values, {10, 3});
+             ReplaceDataset(p.file, p.values, H5T_NATIVE_DOUBLE, {10, 3}, true);
          },
          "dataset \"{values}\": its filters \"deflate\" are no compression this library "
          "writes"},

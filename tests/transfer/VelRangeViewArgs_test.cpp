@@ -23,4 +23,19 @@ TEST(VelRangeViewArgsTest, SelectionsAndPrintForm) {
               "serializationType: SparseSerialization\n");
 }
 
+// A selection is one kind at a time: a CSet's collection, colour included, or a range's.
+TEST(VelDimSelectionDeathTest, KindsCollectionsAndTheFieldsOfTheOtherKind) {
+    const VelCollectionID c = TestCollection(3, 7, 2);
+    const VelDimSelection cset(TestCSet(c, 5, false));
+    const VelDimSelection range(c, 2, 5);
+    EXPECT_TRUE(VelDimSelection().CollectionID().IsNull());
+    EXPECT_EQ(cset.CollectionID().Compare(c), 0);
+    EXPECT_EQ(range.CollectionID().Compare(c), 0);
+    EXPECT_EQ(TestText(cset), "CSet=3/7/5*_clr2");
+    ExpectValidateFailure(range.CSetID(), "IsCSet()");
+    ExpectValidateFailure(VelDimSelection().CSetID(), "IsCSet()");
+    ExpectValidateFailure(cset.First(), "IsOrdinalRange()");
+    ExpectValidateFailure(cset.Last(), "IsOrdinalRange()");
+}
+
 }  // namespace

@@ -16,22 +16,9 @@ TEST(VelOptionalFlagDeathTest, ReadingAnUndefinedValue) {
     ExpectValidateFailure(args.MakeNewDrawer().Value(), "m_defined");
 }
 
-TEST(VelTransferArgsTest, AHintOrADrawerAndANewDrawerSetWhatTheyImply) {
-    VelTransferArgs args;
-    args.SetDrawerHint(TestDrawer(3));
-    EXPECT_FALSE(args.LookInOnlyOneDrawer().IsDefined()) << "a hint does not restrict the search";
-    args.SetDrawer(TestDrawer(5));
-    EXPECT_EQ(args.IndicatedDrawer().Compare(TestDrawer(5)), 0);
-    EXPECT_TRUE(args.LookInOnlyOneDrawer().IsTrue());
-
-    VelTransferArgs make;
-    make.SetMakeNewDrawerChunked(TestArray({8, 2}));
-    EXPECT_TRUE(make.Write());
-    EXPECT_TRUE(make.MakeNewDrawer().IsTrue());
-    EXPECT_TRUE(make.WriteNewDomainMake().IsTrue());
-}
-
-TEST(VelTransferArgsTest, PrintForm) {
+// The print form shows every flag: what a chunked new drawer implies, and that a hint leaves the
+// search unrestricted.
+TEST(VelTransferArgsTest, PrintFormShowsWhatTheSettersImply) {
     VelTransferArgs args;
     args.SetMakeNewDrawerChunked(TestArray({8, 2}))
         .SetSparseNNonzero(12)

@@ -113,7 +113,9 @@ TEST_F(VelDataRecordDeathTest, AccessorsRequireTheMembersCategory) {
     EXPECT_EQ(Get(part, kK, &VelDataRecord::GetSymb), -1);
 }
 
-TEST_F(VelDataRecordDeathTest, ARecordIsWrittenOnlyWhileItsTransactionIsActive) {
+// A committed record: still readable, no longer writable, changed again only through a new
+// transaction, and found only by its own identifier.
+TEST_F(VelDataRecordDeathTest, ACommittedRecordIsReadOnlyAndFoundOnlyByItsIdentifier) {
     const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
     VelDataRecordUpdate part;
     {
@@ -123,29 +125,11 @@ TEST_F(VelDataRecordDeathTest, ARecordIsWrittenOnlyWhileItsTransactionIsActive) 
         part.SetString(kT, "first");
         t.Commit();
     }
-    // Still readable, no longer writable.
     EXPECT_EQ(part.ReturnString(kT), "first");
     ExpectValidateFailure(part.SetInt(kI, 1),
                           "m_Token && m_Token->m_Active && \"The record's transaction has ended\"");
 
-    // Changing it again goes through a new transaction; a read handle never writes.
-    VelTransactionExtend t(view);
-    const VelDataRecordUpdate again = t.ModifyDataRecord(part.ID());
-    again.SetString(kT, "second");
-    EXPECT_EQ(t.ModifyDataRecord(part.ID()).ReturnString(kT), "second");
-    t.Commit();
-    EXPECT_EQ(view.DataRecord(part.ID()).ReturnString(kT), "second");
-}
-
-TEST_F(VelDataRecordDeathTest, AForeignOrStaleIdentifierFindsNoRecord) {
-    const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
-    VelDynamicID id;
-    {
-        VelTransactionExtend t(view);
-        t.CreateTypes(Snapshot(1));
-        id = t.CreateDataRecord(TypeOf("Part")).ID();
-        t.Commit();
-    }
+    const VelDynamicID id = part.ID();
     const VelDynamicID otherSerial(id.Category(), id.Context(), id.First() + 1, id.Second());
     const VelDynamicID pastTheEnd(id.Category(), id.Context(), id.First(), id.Second() + 1);
     const VelDynamicID noSlot(id.Category(), id.Context(), id.First(), int64_t(1000) << 32);
@@ -154,17 +138,23 @@ TEST_F(VelDataRecordDeathTest, AForeignOrStaleIdentifierFindsNoRecord) {
         view.DataRecord(otherSerial),
         "static_cast<int64_t>(VelRecordBytes::Get64(bytes)) == id.First() && \"Record not found\"");
     ExpectValidateFailure(view.DataRecord(pastTheEnd), "row < s.m_Rows && \"Record not found\"");
-    ExpectValidateFailure(view.DataRecord(noSlot),
-                          "address >= 0 && (address >> 32) < static_cast<int64_t>(m_slots.size()) "
-                          "&& m_slots[static_cast<size_t>(address >> 32)].m_Category == "
-                          "VelCategoryDataRecord && \"Record not found\"");
+    const std::string noSuchSlot =
+        "address >= 0 && (address >> 32) < static_cast<int64_t>(m_slots.size()) && "
+        "m_slots[static_cast<size_t>(address >> 32)].m_Category == VelCategoryDataRecord && "
+        "\"Record not found\"";
+    ExpectValidateFailure(view.DataRecord(noSlot), noSuchSlot);
+    ExpectValidateFailure(view.DataRecord(view.FocusID()), noSuchSlot);
     ExpectValidateFailure(view.DataRecord(otherContext),
                           "id.Category() == VelCategoryDataRecord && id.Context() == m_context && "
                           "\"The identifier names no data record of this context\"");
-    ExpectValidateFailure(view.DataRecord(view.FocusID()),
-                          "address >= 0 && (address >> 32) < static_cast<int64_t>(m_slots.size()) "
-                          "&& m_slots[static_cast<size_t>(address >> 32)].m_Category == "
-                          "VelCategoryDataRecord && \"Record not found\"");
+
+    // A read handle never writes.
+    VelTransactionExtend t(view);
+    const VelDataRecordUpdate again = t.ModifyDataRecord(id);
+    again.SetString(kT, "second");
+    EXPECT_EQ(t.ModifyDataRecord(id).ReturnString(kT), "second");
+    t.Commit();
+    EXPECT_EQ(view.DataRecord(id).ReturnString(kT), "second");
 }
 
 }  // namespace

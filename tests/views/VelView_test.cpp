@@ -90,7 +90,7 @@ TEST_F(VelViewDeathTest, OneTransactionAtATimeAndOnlyOnAnUnpublishedView) {
     ExpectValidateFailure(published.Publish(), "!\"This view cannot be published.\"");
 }
 
-TEST_F(VelViewDeathTest, SchemasAreSetOnceAndTheAncestorFirst) {
+TEST_F(VelViewDeathTest, SchemasAndSnapshotsAreSetOnceAndTheAncestorFirst) {
     const VelViewUpdateForm view = PublishedTypes();
     VelViewRepr& repr = *VelViewsAccess::Handle(view).Get();
     ExpectValidateFailure(repr.SetSchema(Snapshot(2)),
@@ -103,11 +103,9 @@ TEST_F(VelViewDeathTest, SchemasAreSetOnceAndTheAncestorFirst) {
     ExpectValidateFailure(VelViewsAccess::Handle(edition)->SetAncestorSchema(Snapshot(1)),
                           "!m_ancestorSchema && \"VelViewRepr::SetAncestorSchema: ancestor "
                           "schema has already been specified for the view.\"");
-}
 
-TEST_F(VelViewDeathTest, CreateTypesChecksItsSnapshot) {
-    const VelViewUpdateForm view = Context().NewForm(Snapshot(1));
-    VelTransactionExtend t(view);
+    const VelViewUpdateForm fresh = Context().NewForm(Snapshot(1));
+    VelTransactionExtend t(fresh);
     ExpectValidateFailure(t.CreateTypes(VelTypeSchemaSnapshot()),
                           "snapshot && \"Cannot create types for an empty snapshot!\"");
     ExpectValidateFailure(t.CreateTypes(Snapshot(2)),
@@ -223,25 +221,25 @@ TEST_F(VelViewDeathTest, UpdateTypesRefusesTheSameLevelAndLockedTypes) {
     const VelViewUpdateForm withBolts = Context().NewForm(Snapshot(1));
     PublishPart(withBolts, Snapshot(1), TypeOf("Bolt"), 1);
     const VelViewUpdateLevel level3 = Context().UpgradeLevel(Snapshot(3), withBolts);
-    VelTransactionUpgrade t(level3);
-    ExpectValidateFailure(t.UpdateTypes(Snapshot(3)),
-                          "!IsTypeLocked(index) && \"Error updating type because it was used to "
-                          "create or read records\"");
-}
-
-// Without records of Bolt, the same upgrade goes through and Bolt gets its new member.
-TEST_F(VelViewTest, AnUnusedTypeIsUpdatedByALevelChange) {
-    const VelViewUpdateForm level1 = Context().NewForm(Snapshot(1));
-    PublishPart(level1, Snapshot(1), TypeOf("Part"), 1);
-    const VelViewUpdateLevel level3 = Context().UpgradeLevel(Snapshot(3), level1);
     {
         VelTransactionUpgrade t(level3);
+        ExpectValidateFailure(t.UpdateTypes(Snapshot(3)),
+                              "!IsTypeLocked(index) && \"Error updating type because it was used "
+                              "to create or read records\"");
+    }
+
+    // Without records of Bolt, the same upgrade goes through and Bolt gets its new member.
+    const VelViewUpdateForm partsOnly = Context().NewForm(Snapshot(1));
+    PublishPart(partsOnly, Snapshot(1), TypeOf("Part"), 1);
+    const VelViewUpdateLevel upgraded = Context().UpgradeLevel(Snapshot(3), partsOnly);
+    {
+        VelTransactionUpgrade t(upgraded);
         t.UpdateTypes(Snapshot(3));
         const VelDataRecordUpdate bolt = t.CreateDataRecord(TypeOf("Bolt"));
         EXPECT_EQ(bolt.MemberCount(), 11);
         t.Commit();
     }
-    level3.Publish();
+    upgraded.Publish();
     Reopen();
     EXPECT_EQ(VelRecTypeDataRecord(Context().View(Snapshot(3)).Type(TypeOf("Bolt"))).MemberCount(),
               2);

@@ -5,7 +5,8 @@ set -euo pipefail
 
 packages=(build-essential cmake pkg-config libhdf5-dev libexpat1-dev googletest libgtest-dev
           libgmock-dev libbenchmark-dev hdf5-tools hdf5-filter-plugin python3-h5py python3-meshio
-          pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib "$@")
+          pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib python3-scipy
+          "$@")
 
 missing=()
 for p in "${packages[@]}"; do

@@ -106,14 +106,9 @@ py::object ReadDense(const VelPyDrawer& d, const VelDrawerDescription& descripti
 
 py::object ReadSparse(const VelPyDrawer& d, const VelDrawerDescription& description) {
     const VelDistributionRef distribution(d.id.DistributionID());
-    VelSerializationType serialization;
-    if (description.IsSymmetric())
-        serialization.SetSparseSym();
-    else
-        serialization.SetSparse();
     VelTransfer transfer(distribution);
     transfer.SetRead().SetDrawer(d.id).SetBufferPadding(false).SetDims(description.Compartment());
-    transfer.SetSerialization(serialization).CheckView();
+    transfer.SetSerialization(description.ReadSerialization()).CheckView();
     const VelTypeKey key = distribution.RangeType().TypeKey();
     py::dict out;
     static const char* const names[] = {"values", "columns", "row_starts", "diagonal"};

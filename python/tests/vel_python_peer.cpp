@@ -299,15 +299,7 @@ void DumpDrawer(const VelDistributionRef& distribution, const VelDrawerID& id) {
     const VelDrawerDescription description = VelDrawerRef(id).Description();
     VelTransfer transfer(distribution);
     transfer.SetRead().SetDrawer(id).SetBufferPadding(false).SetDims(description.Compartment());
-    if (description.Serialization() != VelStandardSerialization) {
-        VelSerializationType serialization;
-        if (description.IsSymmetric())
-            serialization.SetSparseSym();
-        else
-            serialization.SetSparse();
-        transfer.SetSerialization(serialization);
-    }
-    transfer.CheckView();
+    transfer.SetSerialization(description.ReadSerialization()).CheckView();
     std::vector<std::vector<char>> buffers(VelTransfer::BufferCount());
     for (int e = 0; e < VelTransfer::BufferCount(); ++e) {
         buffers[size_t(e)].resize(size_t(transfer.RequiredBufferSize(e)));

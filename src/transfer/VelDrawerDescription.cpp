@@ -16,6 +16,13 @@ VelSerializationKey VelDrawerDescription::Serialization() const {
     return m_serialization;
 }
 
+VelSerializationType VelDrawerDescription::ReadSerialization() const {
+    CheckCreated();
+    VelSerializationType type;
+    if (m_serialization == VelStandardSerialization) return type;
+    return m_symmetric ? type.SetSparseSym() : type.SetSparse();
+}
+
 const VelOCompartment& VelDrawerDescription::Compartment() const {
     CheckCreated();
     return m_compartment;

@@ -219,16 +219,7 @@ void DumpDrawerValues(std::ostream& out, const VelDistributionRef& distribution,
     VelTransfer transfer{distribution};
     transfer.SetRead().SetDrawer(description.ID()).SetBufferPadding(false);
     transfer.SetDims(description.Compartment());
-    const bool sparse = description.Serialization() != VelStandardSerialization;
-    if (sparse) {
-        VelSerializationType serialization;
-        if (description.IsSymmetric())
-            serialization.SetSparseSym();
-        else
-            serialization.SetSparse();
-        transfer.SetSerialization(serialization);
-    }
-    transfer.CheckView();
+    transfer.SetSerialization(description.ReadSerialization()).CheckView();
     for (int e = 0; e < VelTransfer::BufferCount(); ++e) {
         if (transfer.RequiredBufferSize(e) > kMaxBytesRead) {
             out << "    buffer " << e << " of " << transfer.RequiredBufferSize(e)

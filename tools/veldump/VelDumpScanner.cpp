@@ -248,14 +248,9 @@ VelDumpValue VelDumpScanner::StandardValues(const VelDrawerDescription& drawer) 
 // library keeps what the writer gave without interpreting it.
 VelDumpValue VelDumpScanner::SparseValues(const VelDrawerDescription& drawer) const {
     const VelDistributionRef distribution(drawer.ID().DistributionID());
-    VelSerializationType serialization;
-    if (drawer.IsSymmetric())
-        serialization.SetSparseSym();
-    else
-        serialization.SetSparse();
     VelTransfer transfer(distribution);
     transfer.SetRead().SetBufferPadding(false).SetDrawer(drawer.ID());
-    transfer.SetDims(drawer.Compartment()).SetSerialization(serialization);
+    transfer.SetDims(drawer.Compartment()).SetSerialization(drawer.ReadSerialization());
     const std::vector<std::vector<unsigned char>> buffers = ReadAll(transfer);
     const VelTypeKey key = distribution.RangeType().TypeKey();
     const size_t size = static_cast<size_t>(VelElementSizeOf(key));

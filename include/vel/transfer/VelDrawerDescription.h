@@ -24,6 +24,9 @@ public:
     const VelDrawerID& ID() const;
     // StandardSerialization, SparseSerialization or SparseSymSerialization.
     VelSerializationKey Serialization() const;
+    // The serialization a transfer of the whole drawer reads it back in: standard, or sparse
+    // (sparse-symmetric for a symmetric drawer).
+    VelSerializationType ReadSerialization() const;
     const VelOCompartment& Compartment() const;
     // The size of each dimension's CSet: the extents of a standard drawer's dataset.  A sparse
     // drawer has one row per member of dimension 0.

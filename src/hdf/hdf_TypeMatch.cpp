@@ -85,6 +85,14 @@ bool Matches(hid_t stored, hid_t expected) {
 }  // namespace
 
 bool hdf_HasStoredLayout(const hdf_Dataset& dataset) {
+    // Only a contiguous dataset with its values allocated has an address, and only a chunked one
+    // answers for its first chunk; asking costs far less than the copy of the creation properties
+    // that tells the rest apart.
+    if (H5Dget_offset(dataset.ID()) != HADDR_UNDEF) return true;
+    const hsize_t origin[H5S_MAX_RANK] = {};
+    hsize_t bytes = 0;
+    if (H5Dget_chunk_storage_size(dataset.ID(), origin, &bytes) >= 0) return true;
+    H5Eclear2(H5E_DEFAULT);
     return dataset.GetCreatePlist().GetLayout() != hdf_PropListDatasetCreation::LayoutCompact;
 }
 

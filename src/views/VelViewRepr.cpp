@@ -8,6 +8,7 @@
 
 #include "vel/core/VelAssert.h"
 #include "vel/core/VelIdAsString.h"
+#include "hdf/hdf_TypeMatch.h"
 #include "vel/hdf/hdf_CompoundBuilder.h"
 #include "vel/types/VelRecTypeFactory.h"
 #include "views/VelRecordRepr.h"
@@ -501,7 +502,13 @@ const hdf_Dataset& VelViewRepr::Table(int index) {
 const hdf_Dataset& VelViewRepr::ReadableTable(int slot) {
     VelSlot& s = Slot(slot);
     if (!s.m_RowsChecked) {
-        VelStoreIO::CheckTable(Table(slot), s.m_Layout->Type());
+        // Layout() has compared the stored row type with the layout's already, more strictly
+        // than CheckTable would: what is left to check is where the rows are stored.
+        if (s.m_LayoutChecked)
+            VelVALIDATE(hdf_HasStoredLayout(Table(slot)) &&
+                        "Damaged record store: a table stores no rows");
+        else
+            VelStoreIO::CheckTable(Table(slot), s.m_Layout->Type());
         s.m_RowsChecked = true;
     }
     return s.m_Table;

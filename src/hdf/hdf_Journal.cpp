@@ -37,6 +37,8 @@ const char kHdfUnit[] = "hdf_Journal";
 constexpr char kMagic[8] = {'V', 'e', 'l', 'J', 'r', 'n', 'l', '1'};
 constexpr size_t kTrailerSize = 40;
 constexpr size_t kExtentHeader = 16;
+// Equal bytes between two differences that are journaled with them rather than apart.
+constexpr size_t kEqualGap = 512;
 constexpr size_t kCopyBlock = 1 << 20;
 // The most one read or write call asks of the kernel (Linux moves at most 2 GiB less a page per
 // call): a drawer's values move in one call, as the default driver moves them.
@@ -549,20 +551,20 @@ size_t FirstDifference(const unsigned char* a, const unsigned char* b, size_t i,
 }
 
 // The end of the run of differences that starts at `i` (where `a` and `b` differ): the run goes
-// on over stretches of equal bytes shorter than an extent's header, which are cheaper to keep
-// with their neighbours than to split off.
+// on over stretches of equal bytes shorter than kEqualGap.  Every extent costs a system call when
+// the journal is applied, and a few hundred equal bytes cost far less to carry than that call.
 size_t EndOfDifferences(const unsigned char* a, const unsigned char* b, size_t i, size_t n) {
     size_t end = i + 1;
     size_t same = 0;
     size_t j = end;
     // Equal words are passed whole; a word that differs is looked at byte by byte.
-    while (n - j >= sizeof(uint64_t) && same < kExtentHeader) {
+    while (n - j >= sizeof(uint64_t) && same < kEqualGap) {
         if (SameWord(a + j, b + j)) {
             same += sizeof(uint64_t);
             j += sizeof(uint64_t);
             continue;
         }
-        for (const size_t word = j + sizeof(uint64_t); j < word && same < kExtentHeader; ++j) {
+        for (const size_t word = j + sizeof(uint64_t); j < word && same < kEqualGap; ++j) {
             if (a[j] == b[j]) {
                 ++same;
             } else {
@@ -571,7 +573,7 @@ size_t EndOfDifferences(const unsigned char* a, const unsigned char* b, size_t i
             }
         }
     }
-    for (; j < n && same < kExtentHeader; ++j) {
+    for (; j < n && same < kEqualGap; ++j) {
         if (a[j] == b[j]) {
             ++same;
         } else {

@@ -88,16 +88,24 @@ public:
     const hdf_PropListTransfer& CollectiveTransfer() const override { return m_collective; }
 
 private:
-    // Polls the request until it completes or the timeout passes; spins briefly first, as most
-    // collective calls complete within microseconds.
+    // Polls the request until it completes or the timeout passes.  Most collective calls
+    // complete within microseconds, so it spins first; then, for as long as another rank may be
+    // on its way (ranks can share a core), it gives the core up between polls rather than sleep
+    // a timer's length; only a long wait (a rank busy elsewhere) sleeps.
     void Wait(MPI_Request& request, const char* operation) const {
+        constexpr double kYieldSeconds = 0.01;
         const double start = MPI_Wtime();
         for (long polls = 0;; ++polls) {
             int done = 0;
             MPI_Test(&request, &done, MPI_STATUS_IGNORE);
             if (done) return;
-            if (g_timeout > 0 && MPI_Wtime() - start > g_timeout) Abort(operation);
-            if (polls > 1000) std::this_thread::sleep_for(std::chrono::microseconds(50));
+            if (polls < 1000) continue;
+            const double waited = MPI_Wtime() - start;
+            if (g_timeout > 0 && waited > g_timeout) Abort(operation);
+            if (waited < kYieldSeconds)
+                std::this_thread::yield();
+            else
+                std::this_thread::sleep_for(std::chrono::microseconds(50));
         }
     }
 

@@ -84,7 +84,10 @@ bool Matches(hid_t stored, hid_t expected) {
 
 }  // namespace
 
+// A contiguous dataset with its storage allocated shows it by its address, without the copy of
+// its creation property list that asking for its layout takes.
 bool hdf_HasStoredLayout(const hdf_Dataset& dataset) {
+    if (H5Dget_offset(dataset.ID()) != HADDR_UNDEF) return true;
     return dataset.GetCreatePlist().GetLayout() != hdf_PropListDatasetCreation::LayoutCompact;
 }
 

@@ -297,8 +297,9 @@ bool VelDistribution::ChainsToReadRows(int first, int end) const {
     const size_t width = PlaceWidth();
     const int rank = NumDimensions();
     int64_t next = end == NumPlaces() ? m_nextDrawer : m_numbers[static_cast<size_t>(end)];
-    for (int r = end - 1; r >= first; --r) {
-        const int* row = m_placeInts.data() + static_cast<size_t>(r) * width;
+    const int* const oldest = m_placeInts.data() + static_cast<size_t>(first) * width;
+    for (const int* row = oldest + static_cast<size_t>(end - first) * width; row != oldest;) {
+        row -= width;
         const int kind = row[1];
         if (kind != e_StandardDrawer && kind != e_SparseDrawer) return false;
         if (int64_t(row[0]) + kind != next || !IsSoundPlace(row + 2, rank)) return false;

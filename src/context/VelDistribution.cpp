@@ -262,14 +262,15 @@ void VelDistribution::ReadNewestPlaces(int64_t rows) {
     ReadPlacesFrom(std::max(0, m_firstPlace - e_PlaceBlockRows));
 }
 
-// Reads rows `row` to the first row read so far, at least as many as were read before (so a
-// search that goes back through every row reads the catalogue in a few calls), and checks them.
+// Reads rows `row` to the first row read so far, and at least half as many as were read before
+// (so a search that goes back through every row reads the catalogue in a few calls, and reads
+// at most half again the rows it needs), and checks them.
 void VelDistribution::ReadPlacesFrom(int row) const {
     const int64_t width = static_cast<int64_t>(PlaceWidth());
     while (m_firstPlace > row) {
         const int read = NumPlaces() - m_firstPlace;
         const int count =
-            std::min(m_firstPlace, std::max({e_PlaceBlockRows, read, m_firstPlace - row}));
+            std::min(m_firstPlace, std::max({e_PlaceBlockRows, read / 2, m_firstPlace - row}));
         const int first = m_firstPlace - count;
         VelGuardStorage([&] {
             VelCollectionLayout::ReadInts(m_catalogue, first * width, count * width,

@@ -100,7 +100,8 @@ public:
     static constexpr const char* e_Catalogue = "Drawer catalogue";
     // The ints "Drawer catalogue" grows by.
     static constexpr int e_CatalogueChunk = 4096;
-    // The rows a read-only open reads of "Drawer catalogue"; later reads at least double them.
+    // The rows a read-only open reads of "Drawer catalogue"; later reads add at least half the
+    // rows read before.
     static constexpr int e_PlaceBlockRows = 256;
     static constexpr int e_FirstDrawerNumber = 1;
 

@@ -310,12 +310,18 @@ bool VelDistribution::ChainsToReadRows(int first, int end) const {
 }
 
 // A row read late that does not link up is refused as a whole read refuses it: the catalogue is
-// read and checked from its first row, which names the first row that is wrong.
+// read and checked from its first row, which names the first row that is wrong.  The rows not
+// read before stay unread (a refusal may be caught), so that every later use refuses again.
 void VelDistribution::RefuseFirstUnsoundRow() const {
     VelGuardStorage([&] {
         VelCollectionLayout::ReadInts(m_catalogue, 0, static_cast<int64_t>(m_placeInts.size()),
                                       m_placeInts.data());
     });
+    struct KeepUnread {
+        int& firstPlace;
+        const int first;
+        ~KeepUnread() { firstPlace = first; }
+    } keep{m_firstPlace, m_firstPlace};
     m_firstPlace = 0;
     CheckedNumbers(NumPlaces());
     VelASSERT(!"a \"Drawer catalogue\" row that does not link up passed the first-row checks");

@@ -6,6 +6,7 @@
 #include "context/VelDistributionAccess.h"
 #include "context/VelIDAccess.h"
 #include "vel/context/VelDistributionRef.h"
+#include "vel/core/VelAssert.h"
 #include "vel/core/VelIdAsString.h"
 #include "vel/hdf/hdf_DimSpace.h"
 
@@ -272,6 +273,10 @@ TEST_F(VelDistributionDeathTest, ReadOnlyOpensCheckOlderCatalogueRowsWhereTheyAr
     EXPECT_TRUE(Distribution().HasDrawer(drawer(count - 300)));
     ExpectAssertFailure(Distribution().HasDrawer(drawer(5)), m_refused + unknownKind);
     ExpectAssertFailure(DrawerNumbers(), m_refused + unknownKind);
+    // Caught under VelThrowOnFailure, the refusal leaves the rows unread: every use refuses.
+    VelAssert::SetFailurePolicy(VelThrowOnFailure);
+    for (int use = 0; use < 2; ++use) EXPECT_THROW(Distribution().HasDrawer(drawer(5)), VelFailure);
+    VelAssert::SetFailurePolicy(VelStopOnFailure);
     reopenWith(with(5 * 11, 7));
     ExpectAssertFailure(Distribution().Place(5),
                         m_refused + "drawer 6 of the catalogue is missing (numbers up to " +

@@ -335,8 +335,8 @@ VelDistribution::DrawerPlace VelDistribution::Place(int i) const {
 // The drawer numbers of the catalogue's rows, each row checked as LoadPlaces says.  Runs over
 // every row at every open: the row's ints are walked with a pointer, and texts are made only
 // for a refusal.
-VelCatalogueInts VelDistribution::CheckedNumbers(int rows) const {
-    VelCatalogueInts numbers(static_cast<size_t>(rows));
+VelDistribution::CatalogueInts VelDistribution::CheckedNumbers(int rows) const {
+    CatalogueInts numbers(static_cast<size_t>(rows));
     const int rank = NumDimensions();
     const size_t width = PlaceWidth();
     const int* row = m_placeInts.data();

@@ -22,25 +22,6 @@
 
 class VelContext;
 
-// Leaves the ints a vector grows by uninitialised: rows of "Drawer catalogue" are read into
-// room made for all of them, and zeroing it would cost as much as the rows an open never reads.
-template <class T>
-struct VelUninitialisedAllocator : std::allocator<T> {
-    template <class U>
-    struct rebind {
-        using other = VelUninitialisedAllocator<U>;
-    };
-    template <class U>
-    void construct(U* at) noexcept {
-        ::new (static_cast<void*>(at)) U;
-    }
-    template <class U, class... Args>
-    void construct(U* at, Args&&... args) {
-        ::new (static_cast<void*>(at)) U(std::forward<Args>(args)...);
-    }
-};
-using VelCatalogueInts = std::vector<int, VelUninitialisedAllocator<int>>;
-
 // What the drawer layer keeps with a drawer it has opened (its description and datasets).  The
 // distribution owns it and drops it together with the drawer's group.
 class VelDrawerAttachment : public mem_AllocationOperators {
@@ -191,6 +172,26 @@ public:
     static constexpr size_t e_OpenDrawersBound = 64;
 
 private:
+    // Leaves the ints a vector grows by uninitialised: rows of "Drawer catalogue" are read into
+    // room made for all of them, and zeroing it would cost as much as the rows an open never
+    // reads.
+    template <class T>
+    struct UninitialisedAllocator : std::allocator<T> {
+        template <class U>
+        struct rebind {
+            using other = UninitialisedAllocator<U>;
+        };
+        template <class U>
+        void construct(U* at) noexcept {
+            ::new (static_cast<void*>(at)) U;
+        }
+        template <class U, class... Args>
+        void construct(U* at, Args&&... args) {
+            ::new (static_cast<void*>(at)) U(std::forward<Args>(args)...);
+        }
+    };
+    using CatalogueInts = std::vector<int, UninitialisedAllocator<int>>;
+
     VelDistribution(const VelDistributionID& id, const hdf_Group& group, const VelGrid& grid,
                     const VelRangeType& rangeType, bool readOnly);
 
@@ -199,12 +200,12 @@ private:
     static int ReadNextDrawer(const hdf_Group& group);
     void LoadDrawers();
     void LoadPlaces(const hdf_Dataset& catalogue);
-    VelCatalogueInts CheckedNumbers(int rows) const;
+    CatalogueInts CheckedNumbers(int rows) const;
     void ReadNewestPlaces(int64_t rows);
     void ReadPlacesFrom(int row) const;
     void ReadPlacesBelow(int number) const;
     bool ChainsToReadRows(int first, int end) const;
-    VelCatalogueInts::const_iterator FirstReadNumber() const {
+    CatalogueInts::const_iterator FirstReadNumber() const {
         return m_numbers.begin() + m_firstPlace;
     }
     [[noreturn]] void RefuseFirstUnsoundRow() const;
@@ -232,7 +233,7 @@ private:
     std::vector<VelDrawerID> m_recent;
     // Every drawer's number, ascending (those of rows read, see m_firstPlace), and the groups of
     // the drawers that are open.
-    mutable VelCatalogueInts m_numbers;
+    mutable CatalogueInts m_numbers;
     std::map<int, hdf_Group> m_groups;
     // The places of the drawers when the file keeps them, how many rows the file holds, and
     // "Drawer catalogue" while it is open.  A read-only distribution reads the rows from the
@@ -240,7 +241,7 @@ private:
     // every row and hold those from m_firstPlace on.  A writable one reads them all when it is
     // opened.
     bool m_knowsPlaces = false;
-    mutable VelCatalogueInts m_placeInts;
+    mutable CatalogueInts m_placeInts;
     mutable int m_firstPlace = 0;
     size_t m_storedPlaceInts = 0;
     hdf_Dataset m_catalogue;

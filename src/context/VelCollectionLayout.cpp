@@ -77,9 +77,10 @@ hdf_Dataset VelCollectionLayout::CreateGrowingInts(const hdf_Group& group, const
 // The six native ints of an entry, packed in file order.
 hdf_Datatype VelCollectionLayout::EntryType() {
     hdf_CompoundBuilder builder(static_cast<int>(sizeof(int)));
+    const hdf_Datatype native = hdf_Datatype::NATIVE_INT();
     for (const char* name :
          {"dataset", "start", "length", "nameIndex", "indexSetIndex", "linkedId"})
-        builder.Insert(name, hdf_Datatype::NATIVE_INT());
+        builder.Insert(name, native);
     return hdf_Datatype(builder);
 }
 

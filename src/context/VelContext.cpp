@@ -103,7 +103,11 @@ void VelContext::Load() {
     m_storedAttributes[1] = attributes[1];
     const long long sz = attributes[1];
     if (sz >= 1) {
-        const std::vector<hdf_Group::Link> links = m_file.Links();
+        // Held open for the walk: an iteration opens and closes the root itself, and with
+        // eviction on close its close would let the root's cached entries go, which every
+        // member's lookup would then read again.
+        const hdf_Group root = m_file.GroupOpen("/");
+        const std::vector<hdf_Group::Link> links = root.Links();
         const long long numObjects = static_cast<long long>(links.size());
         // The condition texts are kept as written.
         // clang-format off

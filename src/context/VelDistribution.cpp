@@ -9,6 +9,7 @@
 #include "context/VelContext.h"
 #include "context/VelContextLayout.h"
 #include "context/VelIDAccess.h"
+#include "context/VelStorageGuard.h"
 #include "context/VelStoredInts.h"
 #include "hdf/hdf_TypeMatch.h"
 #include "vel/context/VelOCompartment.h"
@@ -239,19 +240,103 @@ void VelDistribution::LoadPlaces(const hdf_Dataset& catalogue) {
         VelRefuseStored(
             kKind, m_group,
             "\"Drawer catalogue\" stores fewer than its " + std::to_string(length) + " ints");
+    m_knowsPlaces = true;
+    if (m_readOnly) {
+        ReadNewestPlaces(rows);
+        return;
+    }
     m_placeInts.resize(static_cast<size_t>(length));
     VelCollectionLayout::ReadInts(m_catalogue, 0, length, m_placeInts.data());
     m_numbers = CheckedNumbers(static_cast<int>(rows));
     m_storedPlaceInts = m_placeInts.size();
-    m_knowsPlaces = true;
-    if (!m_readOnly) RemoveUncommittedDrawers();
+    RemoveUncommittedDrawers();
+}
+
+// A read-only open reads only the newest rows; none at all still checks that no drawer number
+// was handed out.  Room is made for every row, so that older rows are read in place.
+void VelDistribution::ReadNewestPlaces(int64_t rows) {
+    m_placeInts.resize(static_cast<size_t>(rows) * PlaceWidth());
+    m_numbers.resize(static_cast<size_t>(rows));
+    m_firstPlace = static_cast<int>(rows);
+    if (rows == 0 && !ChainsToReadRows(0, 0)) RefuseFirstUnsoundRow();
+    ReadPlacesFrom(std::max(0, m_firstPlace - e_PlaceBlockRows));
+}
+
+// Reads rows `row` to the first row read so far, and at least half as many as were read before
+// (so a search that goes back through every row reads the catalogue in a few calls, and reads
+// at most half again the rows it needs), and checks them.
+void VelDistribution::ReadPlacesFrom(int row) const {
+    const int64_t width = static_cast<int64_t>(PlaceWidth());
+    while (m_firstPlace > row) {
+        const int read = NumPlaces() - m_firstPlace;
+        const int count =
+            std::min(m_firstPlace, std::max({e_PlaceBlockRows, read / 2, m_firstPlace - row}));
+        const int first = m_firstPlace - count;
+        VelGuardStorage([&] {
+            VelCollectionLayout::ReadInts(m_catalogue, first * width, count * width,
+                                          m_placeInts.data() + first * width);
+        });
+        if (!ChainsToReadRows(first, m_firstPlace)) RefuseFirstUnsoundRow();
+        for (int r = first; r < m_firstPlace; ++r)
+            m_numbers[static_cast<size_t>(r)] = m_placeInts[static_cast<size_t>(r * width)];
+        m_firstPlace = first;
+    }
+}
+
+// Reads rows until the oldest one read names `number` or an older drawer.
+void VelDistribution::ReadPlacesBelow(int number) const {
+    while (m_firstPlace > 0 && (m_firstPlace == NumPlaces() || *FirstReadNumber() > number))
+        ReadPlacesFrom(m_firstPlace - 1);
+}
+
+// Whether rows `first` to `end` (not included), just read, link up with the rows read before
+// them: every kind and place is one a drawer can have, each row's number and kind give the
+// number of the row after it (the stored next number after the newest), and the oldest row of
+// the catalogue names the first number.  These are the links CheckedNumbers follows from the
+// first row, taken from the other end.
+bool VelDistribution::ChainsToReadRows(int first, int end) const {
+    const size_t width = PlaceWidth();
+    const int rank = NumDimensions();
+    int64_t next = end == NumPlaces() ? m_nextDrawer : m_numbers[static_cast<size_t>(end)];
+    const int* const oldest = m_placeInts.data() + static_cast<size_t>(first) * width;
+    for (const int* row = oldest + static_cast<size_t>(end - first) * width; row != oldest;) {
+        row -= width;
+        const int kind = row[1];
+        if (kind != e_StandardDrawer && kind != e_SparseDrawer) return false;
+        if (int64_t(row[0]) + kind != next || !IsSoundPlace(row + 2, rank)) return false;
+        next = row[0];
+    }
+    return first > 0 || next == e_FirstDrawerNumber;
+}
+
+// A row read late that does not link up is refused as a whole read refuses it: the catalogue is
+// read and checked from its first row, which names the first row that is wrong.  The rows not
+// read before stay unread (a refusal may be caught), so that every later use refuses again.
+void VelDistribution::RefuseFirstUnsoundRow() const {
+    VelGuardStorage([&] {
+        VelCollectionLayout::ReadInts(m_catalogue, 0, static_cast<int64_t>(m_placeInts.size()),
+                                      m_placeInts.data());
+    });
+    struct KeepUnread {
+        int& firstPlace;
+        const int first;
+        ~KeepUnread() { firstPlace = first; }
+    } keep{m_firstPlace, m_firstPlace};
+    m_firstPlace = 0;
+    CheckedNumbers(NumPlaces());
+    VelASSERT(!"a \"Drawer catalogue\" row that does not link up passed the first-row checks");
+}
+
+VelDistribution::DrawerPlace VelDistribution::Place(int i) const {
+    ReadPlacesFrom(i);
+    return DrawerPlace(m_placeInts.data() + static_cast<size_t>(i) * PlaceWidth(), NumDimensions());
 }
 
 // The drawer numbers of the catalogue's rows, each row checked as LoadPlaces says.  Runs over
 // every row at every open: the row's ints are walked with a pointer, and texts are made only
 // for a refusal.
-std::vector<int> VelDistribution::CheckedNumbers(int rows) const {
-    std::vector<int> numbers(static_cast<size_t>(rows));
+VelDistribution::CatalogueInts VelDistribution::CheckedNumbers(int rows) const {
+    CatalogueInts numbers(static_cast<size_t>(rows));
     const int rank = NumDimensions();
     const size_t width = PlaceWidth();
     const int* row = m_placeInts.data();
@@ -317,7 +402,8 @@ void VelDistribution::RefuseMissing(int number) const {
 
 void VelDistribution::CheckPlace(int number, int kind, const std::vector<int>& place) const {
     if (!m_knowsPlaces) return;
-    const auto at = std::lower_bound(m_numbers.begin(), m_numbers.end(), number);
+    ReadPlacesBelow(number);
+    const auto at = std::lower_bound(FirstReadNumber(), m_numbers.cend(), number);
     bool same = at != m_numbers.end() && *at == number && place.size() + 2 == PlaceWidth();
     if (same) {
         const int* row = m_placeInts.data() + (at - m_numbers.begin()) * PlaceWidth();
@@ -331,7 +417,8 @@ void VelDistribution::CheckPlace(int number, int kind, const std::vector<int>& p
 
 bool VelDistribution::HasDrawer(const VelDrawerID& drawer) const {
     const int number = drawer.Minor().Value();
-    return std::binary_search(m_numbers.begin(), m_numbers.end(), number) &&
+    ReadPlacesBelow(number);
+    return std::binary_search(FirstReadNumber(), m_numbers.cend(), number) &&
            drawer.Compare(VelIDAccess::MakeDrawerID(m_id, number)) == 0;
 }
 
@@ -380,6 +467,7 @@ void VelDistribution::CheckCatalogue() const {
 // ---- the drawer catalogue -----------------------------------------------------------------
 
 VelArray<VelDrawerID> VelDistribution::Drawers() const {
+    ReadPlacesFrom(0);
     VelArray<VelDrawerID> drawers(NumDrawers());
     for (int i = 0; i < NumDrawers(); ++i)
         drawers[i] = VelIDAccess::MakeDrawerID(m_id, m_numbers[static_cast<size_t>(i)]);

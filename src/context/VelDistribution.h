@@ -1,12 +1,17 @@
 #ifndef VEL_CONTEXT_VELDISTRIBUTION_H
 #define VEL_CONTEXT_VELDISTRIBUTION_H
 
+#include <algorithm>
+#include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vel/context/VelDistributionID.h"
 #include "vel/context/VelGrid.h"
+#include "vel/context/VelOCompartment.h"
 #include "vel/context/VelRangeType.h"
 #include "vel/core/VelArray.h"
 #include "vel/core/VelAutoBtree.h"
@@ -53,7 +58,12 @@ public:
 // name exactly the drawers below it.  With it an open finds the drawers without listing the
 // group, and a search for the drawers that hold a view opens only those whose rows meet the
 // view.  A distribution stored without it (made before it was kept) is catalogued from its
-// members' names, and its drawers are searched by opening them.
+// members' names, and its drawers are searched by opening them.  A read-only open reads the
+// newest e_PlaceBlockRows rows and the rest, newest first, only as far back as a search or a
+// drawer asks for, so that reading a late step costs the same however many steps came before.
+// Rows are checked as they are read, against the row after them (the newest against the stored
+// next number, the oldest against the first number): the same links the whole catalogue makes,
+// and a row found wrong is refused exactly as a whole read refuses it.
 //
 // The catalogue lists every drawer; a drawer's group stays open from the first time the drawer
 // layer asks for it until CloseDrawer, so that reopening a distribution with many drawers holds
@@ -71,6 +81,9 @@ public:
     static constexpr const char* e_Catalogue = "Drawer catalogue";
     // The ints "Drawer catalogue" grows by.
     static constexpr int e_CatalogueChunk = 4096;
+    // The rows a read-only open reads of "Drawer catalogue"; later reads add at least half the
+    // rows read before.
+    static constexpr int e_PlaceBlockRows = 256;
     static constexpr int e_FirstDrawerNumber = 1;
 
     // How many drawer numbers a new drawer uses up.
@@ -98,9 +111,12 @@ public:
     // Where a drawer lies in the grid, a row of the catalogue: its number, its kind and, for each
     // of its dimensions, the grid position of the dimension's collection and the first and last
     // member held (0 and -1 when none).
+    // A copy of the row: reading older rows moves the ones already read.
     class DrawerPlace {
     public:
-        DrawerPlace(const int* row, int rank) : m_row(row), m_rank(rank) {}
+        DrawerPlace(const int* row, int rank) : m_rank(rank) {
+            std::copy(row, row + 2 + 3 * rank, m_row);
+        }
         int Number() const { return m_row[0]; }
         int Kind() const { return m_row[1]; }
         int NumDimensions() const { return m_rank; }
@@ -109,16 +125,14 @@ public:
         int Last(int d) const { return m_row[4 + 3 * d]; }
 
     private:
-        const int* m_row;
+        int m_row[2 + 3 * VelMAX_DIMENSIONS];
         int m_rank;
     };
     // Whether the file keeps the drawers' places; then there is one per drawer, in number order.
     bool KnowsPlaces() const { return m_knowsPlaces; }
     int NumPlaces() const { return static_cast<int>(m_placeInts.size() / PlaceWidth()); }
-    DrawerPlace Place(int i) const {
-        return DrawerPlace(m_placeInts.data() + static_cast<size_t>(i) * PlaceWidth(),
-                           NumDimensions());
-    }
+    // Row `i`, read and checked with the rows after it if it was not read yet.
+    DrawerPlace Place(int i) const;
     // Refuses a drawer, when it is first opened, whose place (as CreateDrawer takes it) differs
     // from the stored one.
     void CheckPlace(int number, int kind, const std::vector<int>& place) const;
@@ -158,6 +172,26 @@ public:
     static constexpr size_t e_OpenDrawersBound = 64;
 
 private:
+    // Leaves the ints a vector grows by uninitialised: rows of "Drawer catalogue" are read into
+    // room made for all of them, and zeroing it would cost as much as the rows an open never
+    // reads.
+    template <class T>
+    struct UninitialisedAllocator : std::allocator<T> {
+        template <class U>
+        struct rebind {
+            using other = UninitialisedAllocator<U>;
+        };
+        template <class U>
+        void construct(U* at) noexcept {
+            ::new (static_cast<void*>(at)) U;
+        }
+        template <class U, class... Args>
+        void construct(U* at, Args&&... args) {
+            ::new (static_cast<void*>(at)) U(std::forward<Args>(args)...);
+        }
+    };
+    using CatalogueInts = std::vector<int, UninitialisedAllocator<int>>;
+
     VelDistribution(const VelDistributionID& id, const hdf_Group& group, const VelGrid& grid,
                     const VelRangeType& rangeType, bool readOnly);
 
@@ -166,7 +200,15 @@ private:
     static int ReadNextDrawer(const hdf_Group& group);
     void LoadDrawers();
     void LoadPlaces(const hdf_Dataset& catalogue);
-    std::vector<int> CheckedNumbers(int rows) const;
+    CatalogueInts CheckedNumbers(int rows) const;
+    void ReadNewestPlaces(int64_t rows);
+    void ReadPlacesFrom(int row) const;
+    void ReadPlacesBelow(int number) const;
+    bool ChainsToReadRows(int first, int end) const;
+    CatalogueInts::const_iterator FirstReadNumber() const {
+        return m_numbers.begin() + m_firstPlace;
+    }
+    [[noreturn]] void RefuseFirstUnsoundRow() const;
     void RefuseDimensions(int r, const DrawerPlace& place) const;
     [[noreturn]] void RefuseRow(int r, const std::string& what) const;
     void RemoveUncommittedDrawers();
@@ -189,13 +231,18 @@ private:
     bool m_readOnly;
     // The most recently used drawers, newest first, at most e_OpenDrawersKept.
     std::vector<VelDrawerID> m_recent;
-    // Every drawer's number, ascending, and the groups of the drawers that are open.
-    std::vector<int> m_numbers;
+    // Every drawer's number, ascending (those of rows read, see m_firstPlace), and the groups of
+    // the drawers that are open.
+    mutable CatalogueInts m_numbers;
     std::map<int, hdf_Group> m_groups;
-    // The places of every drawer when the file keeps them, how many rows the file holds, and
-    // "Drawer catalogue" while it is open.
+    // The places of the drawers when the file keeps them, how many rows the file holds, and
+    // "Drawer catalogue" while it is open.  A read-only distribution reads the rows from the
+    // newest on, as far back as they are asked for: m_placeInts and m_numbers have room for
+    // every row and hold those from m_firstPlace on.  A writable one reads them all when it is
+    // opened.
     bool m_knowsPlaces = false;
-    std::vector<int> m_placeInts;
+    mutable CatalogueInts m_placeInts;
+    mutable int m_firstPlace = 0;
     size_t m_storedPlaceInts = 0;
     hdf_Dataset m_catalogue;
     // Declared after the groups, so that attachments go first.

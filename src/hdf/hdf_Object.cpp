@@ -58,20 +58,19 @@ hdf_Object& hdf_Object::operator=(hdf_Object&& other) {
 }
 
 hdf_Object::~hdf_Object() {
-    hdf_Exception ignored;
-    Release(ignored);
+    Release(false);
 }
 
 void hdf_Object::Nullify() {
-    hdf_Exception error;
-    if (!Release(error)) throw error;
+    Release(true);
 }
 
-bool hdf_Object::Release(hdf_Exception& error) {
-    if (m_ObjectID < 0) return true;
+// The failure is made only when there is one: objects are released by the hundred at every open.
+void hdf_Object::Release(bool throwFailure) {
+    if (m_ObjectID < 0) return;
     const hid_t id = m_ObjectID;
     m_ObjectID = -1;
-    if (H5Idec_ref(id) >= 0) return true;
+    if (H5Idec_ref(id) >= 0) return;
     // An identifier HDF5 no longer knows (HDF5 was closed under it) has nothing left to drop.  A
     // close that failed leaves the identifier known, so the failure is told apart from it after
     // the fact (asked first, the question would cost every release an HDF5 call), and its error
@@ -79,15 +78,14 @@ bool hdf_Object::Release(hdf_Exception& error) {
     const hdf_Exception failure(HDF_HERE, true);
     if (H5Iget_ref(id) <= 0) {
         H5Eclear();
-        return true;
+        return;
     }
-    error = failure;
-    return false;
+    if (throwFailure) throw failure;
 }
 
 hdf_Exception hdf_Object::GetError() {
-    hdf_Exception previous = m_error;
-    m_error = hdf_Exception(HDF_HERE, true);
+    const hdf_Exception previous = m_error ? *m_error : hdf_Exception();
+    m_error = std::make_shared<const hdf_Exception>(HDF_HERE, true);
     return previous;
 }
 
@@ -101,7 +99,7 @@ void hdf_Object::Fail(const char* unit, int line) const {
 
 void hdf_Object::Fail(const hdf_Exception& error) const {
     if (!m_noThrow) error.Propagate();
-    m_error = error;
+    m_error = std::make_shared<const hdf_Exception>(error);
 }
 
 cow_String hdf_Object::NameInFile(size_t guess) const {

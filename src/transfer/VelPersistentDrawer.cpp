@@ -310,7 +310,7 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
                             quoted + " does not have the extents \"Drawer attributes\" gives");
         const hdf_PropListDatasetCreation creation = drawer.m_values.GetCreatePlist();
         drawer.m_desc.SetChunkSizes(ChunksOf(creation));
-        const VelCompression compression = drawer.StoredCompression(drawer.m_values, quoted);
+        const VelCompression compression = drawer.StoredCompression(creation, quoted);
         drawer.m_desc.SetCompression(compression);
         if (!compression.IsNone())
             drawer.OpenCached(name.c_str(), drawer.m_values, VelElementSizeOf(key));
@@ -336,9 +336,11 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
         VelRefuseStored(
             kKind, group,
             indexQuoted + " is not one dimension of " + Text(rows + nonzeros + 1) + " ints");
-    const VelCompression compression = drawer.StoredCompression(drawer.m_index, indexQuoted);
+    const VelCompression compression =
+        drawer.StoredCompression(drawer.m_index.GetCreatePlist(), indexQuoted);
     // An empty values dataset has no chunk to compress.
-    if (values > 0 && drawer.StoredCompression(drawer.m_values, quoted) != compression)
+    if (values > 0 &&
+        drawer.StoredCompression(drawer.m_values.GetCreatePlist(), quoted) != compression)
         VelRefuseStored(kKind, group, quoted + " and its index are not compressed alike");
     drawer.m_desc.SetCompression(compression);
     if (compression.IsNone()) return;
@@ -346,10 +348,10 @@ void VelPersistentDrawer::CheckDatasets(const VelDistribution& distribution,
     drawer.OpenCached(indexName.c_str(), drawer.m_index, VelElementSizeOf(VelTypeKeyInt));
 }
 
-VelCompression VelPersistentDrawer::StoredCompression(const hdf_Dataset& dataset,
+VelCompression VelPersistentDrawer::StoredCompression(const hdf_PropListDatasetCreation& creation,
                                                       const std::string& quoted) const {
     std::string refusal;
-    const VelCompression compression = VelStoredCompression(dataset.GetCreatePlist(), refusal);
+    const VelCompression compression = VelStoredCompression(creation, refusal);
     if (!refusal.empty()) Refuse(quoted + ": " + refusal);
     return compression;
 }

@@ -133,7 +133,8 @@ private:
     VelPersistentDrawer(const hdf_Group& group, const VelPersistentDrawerDesc& desc)
         : m_group(group), m_desc(desc) {}
     static void CheckDatasets(const VelDistribution& distribution, VelPersistentDrawer& drawer);
-    VelCompression StoredCompression(const hdf_Dataset& dataset, const std::string& quoted) const;
+    VelCompression StoredCompression(const hdf_PropListDatasetCreation& creation,
+                                     const std::string& quoted) const;
     void OpenCached(const char* name, hdf_Dataset& dataset, int elementSize) const;
     void CreateDatasets(const NewDrawer& request, VelTypeKey rangeKey);
     hdf_Dataset CreateLine(const char* name, const hdf_Datatype& type, int64_t length,

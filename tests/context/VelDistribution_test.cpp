@@ -6,6 +6,7 @@
 #include "context/VelDistributionAccess.h"
 #include "context/VelIDAccess.h"
 #include "vel/context/VelDistributionRef.h"
+#include "vel/core/VelAssert.h"
 #include "vel/core/VelIdAsString.h"
 #include "vel/hdf/hdf_DimSpace.h"
 
@@ -235,6 +236,68 @@ TEST_F(VelDistributionDeathTest, DamagedRangeTypesAndCataloguesAreRefused) {
     }
     ExpectAssertFailure(firstUse(),
                         m_refused + "member \"00000001\" is not named by its drawer number 0");
+}
+
+// A read-only open reads the newest rows of "Drawer catalogue"; older rows are read when a drawer
+// or a search reaches them, and refused there exactly as a whole read refuses them.
+TEST_F(VelDistributionDeathTest, ReadOnlyOpensCheckOlderCatalogueRowsWhereTheyAreReached) {
+    VelDistribution& made = VelDistributionAccess::Get(MakeThreeWay());
+    const int count = 3 * VelDistribution::e_PlaceBlockRows;
+    for (int i = 0; i < count; ++i)
+        made.CreateDrawer(VelDistribution::e_StandardDrawer, Nowhere(made));
+    Close();
+    const char* catalogue = "00000003/Drawer catalogue";
+    const Ints rows = RawFile(m_file.str(), H5F_ACC_RDONLY).ReadInts(catalogue);
+    const auto drawer = [&](int number) { return VelIDAccess::MakeDrawerID(First(), number); };
+    const auto reopenWith = [&](const Ints& ints) {
+        Close();
+        RawFile(m_file.str(), H5F_ACC_RDWR).WriteInts(catalogue, ints);
+        Reopen(hdf_File::OpenFlagsReadOnly);
+    };
+    const auto with = [&](size_t at, int value) {
+        Ints ints = rows;
+        ints[at] = value;
+        return ints;
+    };
+    Reopen(hdf_File::OpenFlagsReadOnly);
+    Ints numbers(static_cast<size_t>(count));
+    for (int i = 0; i < count; ++i) numbers[static_cast<size_t>(i)] = i + 1;
+    EXPECT_TRUE(Distribution().HasDrawer(drawer(count - 300)));
+    EXPECT_EQ(Distribution().Place(2).Number(), 3);
+    EXPECT_EQ(DrawerNumbers(), numbers);
+
+    const std::string unknownKind = "row 10 of \"Drawer catalogue\" has the unknown drawer kind 0";
+    reopenWith(with(10 * 11 + 1, 0));
+    EXPECT_EQ(Distribution().NumDrawers(), count);
+    EXPECT_EQ(Distribution().Place(count - 1).Number(), count);
+    EXPECT_TRUE(Distribution().HasDrawer(drawer(count - 300)));
+    ExpectAssertFailure(Distribution().HasDrawer(drawer(5)), m_refused + unknownKind);
+    ExpectAssertFailure(DrawerNumbers(), m_refused + unknownKind);
+    // Caught under VelThrowOnFailure, the refusal leaves the rows unread: every use refuses.
+    VelAssert::SetFailurePolicy(VelThrowOnFailure);
+    for (int use = 0; use < 2; ++use) EXPECT_THROW(Distribution().HasDrawer(drawer(5)), VelFailure);
+    VelAssert::SetFailurePolicy(VelStopOnFailure);
+    reopenWith(with(5 * 11, 7));
+    ExpectAssertFailure(Distribution().Place(5),
+                        m_refused + "drawer 6 of the catalogue is missing (numbers up to " +
+                            std::to_string(count) + " were handed out)");
+    // Every number one higher, the stored next number too: only the oldest row shows it.
+    Ints shifted = rows;
+    for (size_t at = 0; at < shifted.size(); at += 11) ++shifted[at];
+    Close();
+    WriteIntAttribute("00000003", "Distribution attributes", {count + 2});
+    reopenWith(shifted);
+    EXPECT_TRUE(Distribution().HasDrawer(drawer(count + 1)));
+    ExpectAssertFailure(DrawerNumbers(),
+                        m_refused + "drawer 1 of the catalogue is missing (numbers up to " +
+                            std::to_string(count + 1) + " were handed out)");
+    Close();
+    WriteIntAttribute("00000003", "Distribution attributes", {count + 1});
+    // The newest rows are read by the first use of the distribution.
+    reopenWith(with(rows.size() - 9, 9));
+    ExpectAssertFailure(Distribution(), m_refused + "row " + std::to_string(count - 1) +
+                                            " of \"Drawer catalogue\" places dimension 0 at grid "
+                                            "position 9, members 0 to -1");
 }
 
 // "Drawer catalogue" names every drawer below the stored next number, in number order, with its

@@ -3,6 +3,8 @@
 
 #include <hdf5.h>
 
+#include <memory>
+
 #include "vel/VelExport.h"
 #include "vel/hdf/hdf_Exception.h"
 #include "vel/platform/cow_String.h"
@@ -25,7 +27,8 @@ public:
     // Takes over one reference the caller already holds.
     explicit hdf_Object(hid_t id) : m_ObjectID(id) {}
     // An empty object whose error state is `error`.
-    explicit hdf_Object(const hdf_Exception& error) : m_error(error) {}
+    explicit hdf_Object(const hdf_Exception& error)
+        : m_error(std::make_shared<const hdf_Exception>(error)) {}
     hdf_Object(const hdf_Object& other);
     hdf_Object(hdf_Object&& other) noexcept;
     hdf_Object& operator=(const hdf_Object& other);
@@ -77,11 +80,14 @@ protected:
 
 private:
     [[noreturn]] static void FailEmpty();
-    // Drops the reference; false (with `error` filled) when H5Idec_ref fails.
-    bool Release(hdf_Exception& error);
+    // Drops the reference; when H5Idec_ref fails, throws HDF5's failure if `throwFailure`.
+    void Release(bool throwFailure);
 
     bool m_noThrow = false;
-    mutable hdf_Exception m_error;
+    // The error state; null while it is the empty one, so that the objects an open makes by the
+    // hundred carry no exception of their own.  Shared between copies: it is never changed, only
+    // replaced.
+    mutable std::shared_ptr<const hdf_Exception> m_error;
 };
 
 #endif

@@ -24,7 +24,7 @@ VelParticipant At(const VelDynamicID& id, int position) {
 VelParticipant Keyed(const VelDynamicID& id, const cow_String& key) {
     VelParticipant participant = Bare(id);
     participant.hasKey = true;
-    participant.key = key;
+    participant.key = &key;
     return participant;
 }
 

@@ -11,6 +11,25 @@ bool FitsInt32(int64_t value) {
     return value == static_cast<int64_t>(static_cast<int32_t>(value));
 }
 
+// A participant's 20-byte identifier in a pair's row, in the store's byte order: category, first,
+// second.  One of the category its member takes (`expected`) is decoded in place; any other goes
+// through the identifier's own reading, so that it is refused as it always was.
+VelDynamicID ReadParticipant(const unsigned char* at, int expected, unsigned context) {
+    if (expected < VelCategoryLimit && static_cast<int32_t>(VelRecordBytes::Get32(at)) == expected)
+        return VelDynamicID(expected, context, static_cast<int64_t>(VelRecordBytes::Get64(at + 4)),
+                            static_cast<int64_t>(VelRecordBytes::Get64(at + 12)));
+    const VelDynamicID id = VelDynamicID::ReadPersistent(at, context, VelByteOrderBigEndian);
+    VelVALIDATE(id.Category() == expected &&
+                "Damaged record store: a pair's participant is of another kind");
+    return id;
+}
+
+void WriteParticipant(unsigned char* at, const VelDynamicID& id) {
+    VelRecordBytes::Put32(at, static_cast<uint32_t>(id.Category()));
+    VelRecordBytes::Put64(at + 4, static_cast<uint64_t>(id.First()));
+    VelRecordBytes::Put64(at + 12, static_cast<uint64_t>(id.Second()));
+}
+
 }  // namespace
 
 VelAssociationRepr::VelAssociationRepr(const VelAssociationID& id,
@@ -54,10 +73,8 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
                 id = VelDynamicID(kind, context, static_cast<int32_t>(VelRecordBytes::Get32(at)),
                                   static_cast<int32_t>(VelRecordBytes::Get32(at + 4)));
             } else {
-                id = VelDynamicID::ReadPersistent(at, context, VelByteOrderBigEndian);
-                const int expected = kind == VelEntityViewFocus ? VelCategoryDataRecord : kind;
-                VelVALIDATE(id.Category() == expected &&
-                            "Damaged record store: a pair's participant is of another kind");
+                id = ReadParticipant(at, kind == VelEntityViewFocus ? VelCategoryDataRecord : kind,
+                                     context);
             }
             const unsigned char* key = row + layout.KeyOffset(k);
             if (options[k] == VelRecTypeOrdered) {
@@ -74,18 +91,17 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
     m_Stored = m_Entries.size();
 }
 
-void VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& strings,
-                                    std::vector<unsigned char>& rows) const {
+size_t VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& strings,
+                                      unsigned char* rows) const {
     const VelRowLayout& layout = *m_Layout.Get();
     const VelRecTypeAssociationMemberOption* options = m_Options;
     const size_t width = static_cast<size_t>(layout.Width());
-    size_t used = rows.size();
-    rows.resize(used + (end - begin) * width);
+    size_t written = 0;
     for (size_t i = begin; i < end; ++i) {
         const VelAssociationEntry& entry = m_Entries[i];
         if (!entry.m_Live) continue;
-        unsigned char* row = rows.data() + used;
-        used += width;
+        unsigned char* row = rows + written * width;
+        ++written;
         for (int k = 0; k < 2; ++k) {
             const VelAssociationMemberEntry& member = entry.m_Members[k];
             unsigned char* at = row + layout.IDOffset(k);
@@ -95,7 +111,7 @@ void VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& st
                 VelRecordBytes::Put32(at, static_cast<uint32_t>(member.m_ID.First()));
                 VelRecordBytes::Put32(at + 4, static_cast<uint32_t>(member.m_ID.Second()));
             } else {
-                member.m_ID.WritePersistent(at, VelByteOrderBigEndian);
+                WriteParticipant(at, member.m_ID);
             }
             unsigned char* key = row + layout.KeyOffset(k);
             const VelRecTypeAssociationMemberOption option = options[k];
@@ -106,7 +122,7 @@ void VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& st
             }
         }
     }
-    rows.resize(used);
+    return written;
 }
 
 void VelAssociationRepr::DropStored() {
@@ -276,7 +292,7 @@ void VelAssociationRepr::Prepare(int k, const VelParticipant& given,
     entry.m_ID = given.id;
     entry.m_Position = given.hasPosition ? given.position : -1;
     // The caller's key until the pair is added (Insert keeps a copy then).
-    entry.m_Key.m_Text = given.hasKey ? &given.key : nullptr;
+    entry.m_Key.m_Text = given.hasKey ? given.key : nullptr;
 }
 
 // The new pair is compared, for each member, with the live pairs that share its other
@@ -343,8 +359,8 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
     if (optionSecond == VelRecTypeOrdered && sharingFirst &&
         newMembSecond.m_Position <= maxPosSecond)
         Shift(*sharingFirst, 1, newMembSecond.m_Position, 1);
-    if (first.hasKey) newMembFirst.m_Key.m_Text = AddKey(first.key);
-    if (second.hasKey) newMembSecond.m_Key.m_Text = AddKey(second.key);
+    if (first.hasKey) newMembFirst.m_Key.m_Text = AddKey(*first.key);
+    if (second.hasKey) newMembSecond.m_Key.m_Text = AddKey(*second.key);
     // Each member's group is the one found above (nothing has added a group since), or a new one.
     Group* const groups[2] = {
         sharingFirst ? sharingFirst : &m_Groups[0].AddNew(newMembFirst.m_ID),

@@ -29,7 +29,7 @@ VelParticipantGroups::Row* VelParticipantGroups::RowOf(const VelDynamicID& id, b
     if (id.Category() != VelCategoryDataRecord || id.Context() != m_Context || address < 0 ||
         (address >> 32) >= static_cast<int64_t>(m_Rows.size()))
         return nullptr;
-    std::vector<Row>& rows = m_Rows[static_cast<size_t>(address >> 32)];
+    VelChunkedVector<Row>& rows = m_Rows[static_cast<size_t>(address >> 32)];
     const size_t row = static_cast<size_t>(address & 0xFFFFFFFFll);
     if (row < rows.size()) return &rows[row];
     if (!grow) return nullptr;
@@ -38,7 +38,7 @@ VelParticipantGroups::Row* VelParticipantGroups::RowOf(const VelDynamicID& id, b
     if (m_Capacity - rows.size() + size > bound) return nullptr;
     m_Capacity += size - rows.size();
     m_Last = nullptr;
-    rows.resize(size);
+    rows.extend_to(size);
     return &rows[row];
 }
 
@@ -67,7 +67,7 @@ VelParticipantGroup& VelParticipantGroups::AddNew(const VelDynamicID& id) {
 }
 
 void VelParticipantGroups::Clear() {
-    for (std::vector<Row>& rows : m_Rows) std::vector<Row>().swap(rows);
+    for (VelChunkedVector<Row>& rows : m_Rows) rows.clear();
     m_Capacity = 0;
     m_Count = 0;
     m_Last = nullptr;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "vel/context/VelDynamicID.h"
+#include "views/VelChunkedVector.h"
 
 // The chain of an association's entries whose member k is one participant: its first and last
 // entry, its length, and how many of its entries are live.  A group exists once an entry has
@@ -43,9 +44,9 @@ public:
     // Calls `act(group)` for every group.
     template <class Act>
     void ForEach(Act act) const {
-        for (const std::vector<Row>& rows : m_Rows) {
-            for (const Row& row : rows) {
-                if (row.group.length > 0) act(row.group);
+        for (const VelChunkedVector<Row>& rows : m_Rows) {
+            for (size_t i = 0; i < rows.size(); ++i) {
+                if (rows[i].group.length > 0) act(rows[i].group);
             }
         }
         for (const auto& other : m_Others) act(other.second);
@@ -77,7 +78,8 @@ private:
     // to share a participant, as every pair shares the focus); null after an array has moved.
     VelDynamicID m_LastID;
     VelParticipantGroup* m_Last = nullptr;
-    std::vector<std::vector<Row>> m_Rows;
+    // In chunks, so that the array of a table of millions of records grows without copying.
+    std::vector<VelChunkedVector<Row>> m_Rows;
     size_t m_Capacity = 0;
     size_t m_Count = 0;
     std::unordered_map<VelDynamicID, VelParticipantGroup, Hash> m_Others;

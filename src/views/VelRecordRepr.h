@@ -102,7 +102,8 @@ struct VelParticipant {
     bool hasPosition = false;
     int position = -1;
     bool hasKey = false;
-    cow_String key;
+    // The caller's key, which lasts as long as the insertion (the association keeps a copy).
+    const cow_String* key = nullptr;
 };
 
 // The pairs of an association in memory, as read from its table and changed by a transaction.
@@ -130,12 +131,11 @@ public:
 
     // Decodes `count` rows of the table format and appends them as stored entries.
     void AppendRows(const unsigned char* rows, int64_t count, VelStringTable& strings);
-    // Appends the rows of the live entries among [begin, end) to `rows`, in the table format;
-    // keys are interned in the string table.  The entries to write at commit are those from
-    // FirstToWrite() on: every entry when the table is rewritten, otherwise those added since it
-    // was read.
-    void EncodeRows(size_t begin, size_t end, VelStringTable& strings,
-                    std::vector<unsigned char>& rows) const;
+    // Writes the rows of the live entries among [begin, end) to `rows`, which has room for
+    // end - begin rows, in the table format, and returns how many it wrote; keys are interned in
+    // the string table.  The entries to write at commit are those from FirstToWrite() on: every
+    // entry when the table is rewritten, otherwise those added since it was read.
+    size_t EncodeRows(size_t begin, size_t end, VelStringTable& strings, unsigned char* rows) const;
     size_t FirstToWrite() const { return m_Rewrite ? 0 : m_Stored; }
     bool NeedsRewrite() const { return m_Rewrite; }
     // Whether a member is keyed by string, so that encoding the rows adds to the string table.

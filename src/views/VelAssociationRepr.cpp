@@ -41,7 +41,10 @@ VelAssociationRepr::VelAssociationRepr(const VelAssociationID& id,
       m_Context(view.Context()),
       m_Focus(view.FocusID()),
       m_Groups{{view.Context(), view.SlotCount()}, {view.Context(), view.SlotCount()}} {
-    for (int k = 0; k < 2; ++k) m_Options[k] = m_Type.Member(k).Option();
+    for (int k = 0; k < 2; ++k) {
+        m_Options[k] = m_Type.Member(k).Option();
+        m_Kinds[k] = m_Type.Member(k).Category();
+    }
 }
 
 const cow_String* VelAssociationRepr::AddKey(const cow_String& key) {
@@ -159,9 +162,8 @@ const VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k,
     return m_Groups[k].Find(id);
 }
 
-int VelAssociationRepr::Partner(int k, const Group* mine, const Group* theirs,
-                                const VelDynamicID& id, const VelDynamicID& other) const {
-    if (!mine || !theirs) return -1;
+int VelAssociationRepr::ChainPartner(int k, const Group* mine, const Group* theirs,
+                                     const VelDynamicID& id, const VelDynamicID& other) const {
     const int chain = mine->length <= theirs->length ? k : 1 - k;
     const VelDynamicID& far = chain == k ? other : id;
     for (int i = (chain == k ? mine : theirs)->head; i >= 0;
@@ -177,18 +179,9 @@ int VelAssociationRepr::KeyedPartner(int k, const VelDynamicID& id, const cow_St
     return found == m_OtherKeys[k].end() ? -1 : found->second;
 }
 
-void VelAssociationRepr::Add(const VelAssociationEntry& entry, Group* const known[2]) {
-    const int index = static_cast<int>(m_Entries.size());
-    m_Entries.push_back(entry);
-    for (int k = 0; k < 2; ++k) {
-        if (m_Indexed[k]) Link(k, index, known ? known[k] : nullptr);
-    }
-    ++m_LiveCount;
-}
-
 // Appends entry `index` to the chain of its participant of member k, whose group is `known`
-// when the caller has found it already.
-void VelAssociationRepr::Link(int k, int index, Group* known) const {
+// when the caller has found it already.  Inline: every pair is linked twice.
+inline void VelAssociationRepr::Link(int k, int index, Group* known) const {
     VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
     Group& group = known ? *known : m_Groups[k].Add(entry.m_Members[k].m_ID);
     if (group.tail >= 0) {
@@ -198,10 +191,24 @@ void VelAssociationRepr::Link(int k, int index, Group* known) const {
     }
     group.tail = index;
     ++group.length;
-    if (entry.m_Live) ++group.live;
-    const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
-    if (m_Token && entry.m_Live && m_Options[1 - k] == VelRecTypeStringKey)
-        m_OtherKeys[k].emplace(KeyKey{entry.m_Members[k].m_ID, other.m_Key.String().str()}, index);
+    if (!entry.m_Live) return;
+    ++group.live;
+    if (m_Token && m_Options[1 - k] == VelRecTypeStringKey) IndexOtherKey(k, index);
+}
+
+void VelAssociationRepr::Add(const VelAssociationEntry& entry, Group* const known[2]) {
+    const int index = static_cast<int>(m_Entries.size());
+    m_Entries.push_back(entry);
+    for (int k = 0; k < 2; ++k) {
+        if (m_Indexed[k]) Link(k, index, known ? known[k] : nullptr);
+    }
+    ++m_LiveCount;
+}
+
+void VelAssociationRepr::IndexOtherKey(int k, int index) const {
+    const VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
+    m_OtherKeys[k].emplace(
+        KeyKey{entry.m_Members[k].m_ID, entry.m_Members[1 - k].m_Key.String().str()}, index);
 }
 
 // Pairs read for reading are indexed by a member only when they are first looked up by it: a
@@ -255,12 +262,12 @@ void VelAssociationRepr::CheckWritable() const {
 }
 
 void VelAssociationRepr::CheckParticipant(int k, const VelDynamicID& id) const {
-    const VelRecTypeAssociationMember& member = m_Type.Member(k);
-    const int kind = member.Category();
+    const int kind = m_Kinds[k];
     VelVALIDATE(id.Context() == m_Context && "The participant is of another context");
     if (kind == VelEntityDataRecord) {
         const VelRecHandle<VelRowLayout>& layout = m_Transaction->RecordLayout(id);
         if (layout.Get() == m_Allowed[k].Get()) return;
+        const VelRecTypeAssociationMember& member = m_Type.Member(k);
         bool allowed = member.EntityTypeCount() == 0;
         for (int i = 0; i < member.EntityTypeCount() && !allowed; ++i)
             allowed = layout->Record().IsA(member.EntityType(i));
@@ -273,7 +280,7 @@ void VelAssociationRepr::CheckParticipant(int k, const VelDynamicID& id) const {
         return;
     }
     VelVALIDATE(id.Category() == kind && "The participant is not of the member's kind");
-    const int size = member.IDSize();
+    const int size = m_Type.Member(k).IDSize();
     VelVALIDATE((size == 20 || (FitsInt32(id.First()) &&
                                 (size == 8 ? FitsInt32(id.Second()) : id.Second() == 0))) &&
                 "The participant's identifier does not fit the association member");

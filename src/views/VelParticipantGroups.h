@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "vel/context/VelDynamicID.h"
+#include "vel/types/VelTypeCategories.h"
 #include "views/VelChunkedVector.h"
 
 // The chain of an association's entries whose member k is one participant: its first and last
@@ -35,7 +36,14 @@ public:
     // The groups of identifiers of context `context` in a view of `tables` tables.
     VelParticipantGroups(unsigned context, int tables) : m_Context(context), m_Rows(tables) {}
 
-    VelParticipantGroup* Find(const VelDynamicID& id);
+    // Inline up to the arrays, since every pair inserted or read looks up two participants.
+    VelParticipantGroup* Find(const VelDynamicID& id) {
+        if (m_Last && Same(id, m_LastID)) return m_Last;
+        Row* row = RowOf(id);
+        if (row && row->group.length > 0 && row->serial == id.First())
+            return Remember(id, &row->group);
+        return m_Others.empty() ? nullptr : FindOther(id);
+    }
     // The participant's group, made empty if it has none yet; the caller links an entry to it.
     // The reference lasts until the next call to Add.
     VelParticipantGroup& Add(const VelDynamicID& id);
@@ -62,9 +70,28 @@ private:
         size_t operator()(const VelDynamicID& id) const;
     };
 
+    static bool Same(const VelDynamicID& a, const VelDynamicID& b) {
+        return a.First() == b.First() && a.Second() == b.Second() && a.Category() == b.Category() &&
+               a.Context() == b.Context();
+    }
+    // The array of tables a data record's identifier addresses, or null for any other identifier.
+    VelChunkedVector<Row>* TableOf(const VelDynamicID& id) {
+        const int64_t address = id.Second();
+        if (id.Category() != VelCategoryDataRecord || id.Context() != m_Context || address < 0 ||
+            (address >> 32) >= static_cast<int64_t>(m_Rows.size()))
+            return nullptr;
+        return &m_Rows[static_cast<size_t>(address >> 32)];
+    }
     // The row a data record's identifier addresses, or null for any other identifier and for a
-    // row beyond its table's array (which grows to hold it when `grow` and the bound allows).
-    Row* RowOf(const VelDynamicID& id, bool grow);
+    // row beyond its table's array.
+    Row* RowOf(const VelDynamicID& id) {
+        VelChunkedVector<Row>* rows = TableOf(id);
+        const size_t row = static_cast<size_t>(id.Second() & 0xFFFFFFFFll);
+        return rows && row < rows->size() ? &(*rows)[row] : nullptr;
+    }
+    // The same, the array grown to hold the row when the bound allows.
+    Row* GrowRowOf(const VelDynamicID& id);
+    VelParticipantGroup* FindOther(const VelDynamicID& id);
 
     // Remembers `group` as the group of `id`.
     VelParticipantGroup* Remember(const VelDynamicID& id, VelParticipantGroup* group) {

@@ -193,12 +193,18 @@ private:
     // `other` in the other member.  A pair lies on the chains of both its participants, so the
     // shorter of the two is walked.
     int Partner(int k, const Group* mine, const Group* theirs, const VelDynamicID& id,
-                const VelDynamicID& other) const;
+                const VelDynamicID& other) const {
+        return mine && theirs ? ChainPartner(k, mine, theirs, id, other) : -1;
+    }
+    int ChainPartner(int k, const Group* mine, const Group* theirs, const VelDynamicID& id,
+                     const VelDynamicID& other) const;
     int KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const;
     // Appends an entry; `known`, when given, holds the group of each member's participant, or
     // null for one that has none yet.
     void Add(const VelAssociationEntry& entry, Group* const known[2] = nullptr);
     void Link(int k, int index, Group* known) const;
+    // Indexes the key of the other member of live entry `index` under its participant of k.
+    void IndexOtherKey(int k, int index) const;
     void EnsureIndex(int k) const;
     void Kill(int index);
     void RemoveEntry(int index);
@@ -210,8 +216,9 @@ private:
     }
 
     VelRecTypeAssociation m_Type;
-    // Each member's option, looked up for every pair.
+    // Each member's option and kind, looked up for every pair.
     VelRecTypeAssociationMemberOption m_Options[2];
+    int m_Kinds[2];
     unsigned m_Context;
     VelDynamicID m_Focus;
     // The chains and indexes are built when first needed, so they may change in a const

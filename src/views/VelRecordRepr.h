@@ -120,6 +120,11 @@ public:
     const VelChunkedVector<VelAssociationEntry>& Entries() const { return m_Entries; }
     // The entries, in list order, whose member `whichMember` is `id`.
     std::vector<int> EntriesOf(int whichMember, const VelDynamicID& id) const;
+    // How many of them are live.
+    int LiveCountOf(int whichMember, const VelDynamicID& id) const {
+        const Group* group = FindGroup(whichMember, id);
+        return group ? group->live : 0;
+    }
     // Calls `act(entry)` for each of them.
     template <class Act>
     void ForEachEntryOf(int whichMember, const VelDynamicID& id, Act act) const {

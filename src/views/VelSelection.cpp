@@ -31,17 +31,25 @@ VelArray<VelDynamicID> IdentifiersOf(
 }  // namespace
 
 // The ordering number is the other participant's position when its member is ordered, and the
-// pair's place in the association's list otherwise.
+// pair's place in the association's list otherwise: then the identifiers are taken in list order
+// straight into an array of the participant's live count.
 VelSelectionList::VelSelectionList(const VelAssociation& association, int whichMember,
                                    const VelDynamicID& id) {
     const VelAssociationRepr& pairs = VelViewsAccess::Repr(association);
-    auto partners = Partners(pairs, whichMember, id);
     if (pairs.Type().Member(1 - whichMember).Option() == VelRecTypeOrdered) {
+        auto partners = Partners(pairs, whichMember, id);
         std::stable_sort(partners.begin(), partners.end(), [](const auto& a, const auto& b) {
             return a->m_Position < b->m_Position;
         });
+        m_Records = IdentifiersOf(partners);
+        return;
     }
-    m_Records = IdentifiersOf(partners);
+    VelASSERT(0 == whichMember || 1 == whichMember);
+    m_Records = VelArray<VelDynamicID>(pairs.LiveCountOf(whichMember, id));
+    int next = 0;
+    pairs.ForEachEntryOf(whichMember, id, [&](const VelAssociationEntry& entry) {
+        if (entry.m_Live) m_Records[next++] = entry.m_Members[1 - whichMember].m_ID;
+    });
 }
 
 VelSelectionSet::VelSelectionSet(const VelAssociation& association, int whichMember,

@@ -81,19 +81,32 @@ struct VelAssociationKey {
     }
 };
 
-// One member of a pair: the participant, and its key or position when the member has one.
+// One member of a pair as the association keeps it: the words of the participant's identifier,
+// its position when the member is ordered, and the index of its key among the association's keys
+// when the member is keyed by string (-1 otherwise).  The identifier's category follows from the
+// member's kind and its context is the association's: both are checked before a pair is kept, so
+// an entry holds neither, and a million pairs take a third less memory to build.
 struct VelAssociationMemberEntry {
+    int64_t m_First = 0;
+    int64_t m_Second = 0;
+    int32_t m_Position = -1;
+    int32_t m_Key = -1;
+};
+
+// One member of a pair spelled out: the participant, and its key or position when the member has
+// one.
+struct VelAssociationMember {
     VelDynamicID m_ID;
     VelAssociationKey m_Key;
     int m_Position = -1;
 };
 
 struct VelAssociationEntry {
-    bool m_Live = true;
     VelAssociationMemberEntry m_Members[2];
     // Per member, the next entry (in list order) with the same participant of that member, or
     // -1: the entries of one participant form a chain through the list.
     int m_Next[2] = {-1, -1};
+    bool m_Live = true;
 };
 
 // A participant as an Insert names it, before it becomes part of an entry.
@@ -116,6 +129,16 @@ public:
                        VelViewRepr& view);
 
     const VelRecTypeAssociation& Type() const { return m_Type; }
+    // The identifier of member k's participant in an entry, and the member spelled out.
+    VelDynamicID ID(int k, const VelAssociationMemberEntry& member) const {
+        return VelDynamicID(m_Categories[k], m_Context, member.m_First, member.m_Second);
+    }
+    VelAssociationMember Member(int k, const VelAssociationMemberEntry& member) const;
+    // A member's key; the empty string for a member without one.
+    const cow_String& Key(const VelAssociationMemberEntry& member) const {
+        static const cow_String none;
+        return member.m_Key < 0 ? none : m_Keys[static_cast<size_t>(member.m_Key)];
+    }
     int LiveCount() const { return m_LiveCount; }
     const VelChunkedVector<VelAssociationEntry>& Entries() const { return m_Entries; }
     // The entries, in list order, whose member `whichMember` is `id`.
@@ -187,9 +210,11 @@ private:
     };
     using Group = VelParticipantGroup;
 
-    void Prepare(int k, const VelParticipant& given, VelAssociationMemberEntry& entry) const;
-    // A key kept for the association's entries; it does not move while the association lives.
-    const cow_String* AddKey(const cow_String& key);
+    void Prepare(int k, const VelParticipant& given, VelAssociationMember& member) const;
+    // A key kept for the association's entries, and its index among them.
+    int32_t AddKey(const cow_String& key);
+    // The member as an entry keeps it, with the key of index `key`.
+    static VelAssociationMemberEntry Kept(const VelAssociationMember& member, int32_t key);
     void CheckParticipant(int k, const VelDynamicID& id) const;
     Group* FindGroup(int k, const VelDynamicID& id);
     const Group* FindGroup(int k, const VelDynamicID& id) const;
@@ -221,9 +246,11 @@ private:
     }
 
     VelRecTypeAssociation m_Type;
-    // Each member's option and kind, looked up for every pair.
+    // Each member's option and kind, looked up for every pair, and the category of its
+    // participants' identifiers.
     VelRecTypeAssociationMemberOption m_Options[2];
     int m_Kinds[2];
+    int m_Categories[2];
     unsigned m_Context;
     VelDynamicID m_Focus;
     // The chains and indexes are built when first needed, so they may change in a const

@@ -46,8 +46,8 @@ public:
     // `offset` is the chunk's first element in each dimension, `bytes` the chunk's size.
     void WriteChunk(const hsize_t* offset, size_t bytes, const void* buffer) const;
     // Reads the chunk only when the file stores exactly `bytes` for it (HDF5 would fill the
-    // buffer with as many bytes as the chunk index names); false, with nothing read, when it
-    // stores none or another size.
+    // buffer with as many bytes as the chunk index names); false, with nothing read and nothing
+    // thrown, when it stores none or another size.
     bool ReadChunk(const hsize_t* offset, size_t bytes, void* buffer) const;
 
     // Frees the variable-length data HDF5 allocated while reading `buffer` over `space`.

@@ -15,6 +15,7 @@
 #include "vel/hdf/hdf_File.h"
 #include "views/VelChunkedVector.h"
 #include "views/VelRecordTable.h"
+#include "views/VelStringTable.h"
 
 namespace {
 
@@ -127,6 +128,27 @@ TEST_F(VelStoreIOTest, AChunkIsReadWholeOnlyWhenTheFileStoresItAtFullSize) {
     EXPECT_FALSE(deflated.ReadChunk(&first, untouched.size(), untouched.data()));
     EXPECT_FALSE(plain.ReadChunk(&first, chunk.size() - 8, untouched.data()));
     EXPECT_EQ(untouched, std::vector<unsigned char>(4 * 8, 0xAB));
+}
+
+// Texts interned one after another share a short table of recent ones: two that fall on one
+// entry of it ("ab" and "!b" do) keep their own references, a text keeps its reference through
+// a commit, and both read back from a table opened anew.
+TEST_F(VelStoreIOTest, TextsSharingARecentEntryKeepTheirOwnReferences) {
+    uint32_t ab = 0, bang = 0;
+    {
+        VelStringTable strings(m_file, true);
+        ab = strings.Intern("ab");
+        bang = strings.Intern("!b");
+        EXPECT_NE(ab, bang);
+        EXPECT_EQ(strings.Intern("ab"), ab);
+        strings.Commit();
+        EXPECT_EQ(strings.Intern("!b"), bang);
+        EXPECT_EQ(strings.Intern("ab"), ab);
+        EXPECT_EQ(strings.Intern(""), 0u);
+    }
+    VelStringTable strings(m_file, false);
+    EXPECT_EQ(strings.Lookup(ab), "ab");
+    EXPECT_EQ(strings.Lookup(bang), "!b");
 }
 
 // Values pushed and added by extension keep their places across the chunks' boundaries.

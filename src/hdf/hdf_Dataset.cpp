@@ -62,6 +62,23 @@ void hdf_Dataset::Read(const hdf_Datatype& type, const hdf_Dataspace& fileSpace,
     ReadIds(type, H5S_ALL, SpaceOrAll(fileSpace), H5P_DEFAULT, buffer);
 }
 
+void hdf_Dataset::WriteChunk(const hsize_t* offset, size_t bytes, const void* buffer) const {
+    Succeeded(H5Dwrite_chunk(ID(), H5P_DEFAULT, 0, offset, bytes, buffer), HDF_HERE);
+}
+
+// HDF5 fails the size query of a chunk it has not allocated: here that is an answer (the chunk is
+// not stored at full size), and whatever else failed fails again for the caller's other read.
+bool hdf_Dataset::ReadChunk(const hsize_t* offset, size_t bytes, void* buffer) const {
+    hsize_t stored = 0;
+    if (H5Dget_chunk_storage_size(ID(), offset, &stored) < 0) {
+        H5Eclear();
+        return false;
+    }
+    if (stored != bytes) return false;
+    uint32_t filters = 0;
+    return Succeeded(H5Dread_chunk(ID(), H5P_DEFAULT, offset, &filters, buffer), HDF_HERE);
+}
+
 void hdf_Dataset::VlenReclaimIds(const hdf_Datatype& type, const hdf_Dataspace& space,
                                  hid_t transfer, void* buffer) const {
     Succeeded(H5Dvlen_reclaim(type.ID(), space.ID(), transfer, buffer), HDF_HERE);

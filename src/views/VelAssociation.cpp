@@ -24,7 +24,7 @@ VelParticipant At(const VelDynamicID& id, int position) {
 VelParticipant Keyed(const VelDynamicID& id, const cow_String& key) {
     VelParticipant participant = Bare(id);
     participant.hasKey = true;
-    participant.key = key;
+    participant.key = &key;
     return participant;
 }
 
@@ -72,7 +72,7 @@ VelArray<VelDynamicID> VelAssociation::Participants(int whichMember) const {
     for (size_t i = 0; i < pairs.Entries().size(); ++i) {
         const VelAssociationEntry& entry = pairs.Entries()[i];
         if (!entry.m_Live) continue;
-        const VelDynamicID& id = entry.m_Members[whichMember].m_ID;
+        const VelDynamicID id = pairs.ID(whichMember, entry.m_Members[whichMember]);
         if (seen.insert(id).second) participants.push_back(id);
     }
     VelArray<VelDynamicID> out(static_cast<int>(participants.size()));

@@ -11,6 +11,36 @@ bool FitsInt32(int64_t value) {
     return value == static_cast<int64_t>(static_cast<int32_t>(value));
 }
 
+// A participant's 20-byte identifier in a pair's row, in the store's byte order: category, first,
+// second.  One of the category its member takes (`expected`) is decoded in place; any other goes
+// through the identifier's own reading, so that it is refused as it always was.
+void ReadParticipant(const unsigned char* at, int expected, unsigned context,
+                     VelAssociationMemberEntry& member) {
+    if (expected < VelCategoryLimit &&
+        static_cast<int32_t>(VelRecordBytes::Get32(at)) == expected) {
+        member.m_First = static_cast<int64_t>(VelRecordBytes::Get64(at + 4));
+        member.m_Second = static_cast<int64_t>(VelRecordBytes::Get64(at + 12));
+        return;
+    }
+    const VelDynamicID id = VelDynamicID::ReadPersistent(at, context, VelByteOrderBigEndian);
+    VelVALIDATE(id.Category() == expected &&
+                "Damaged record store: a pair's participant is of another kind");
+    member.m_First = id.First();
+    member.m_Second = id.Second();
+}
+
+void WriteParticipant(unsigned char* at, int category, const VelAssociationMemberEntry& member) {
+    VelRecordBytes::Put32(at, static_cast<uint32_t>(category));
+    VelRecordBytes::Put64(at + 4, static_cast<uint64_t>(member.m_First));
+    VelRecordBytes::Put64(at + 12, static_cast<uint64_t>(member.m_Second));
+}
+
+// Whether an entry's member is the participant `id`, an identifier of the member's category and
+// of the association's context.
+bool IsParticipant(const VelAssociationMemberEntry& member, const VelDynamicID& id) {
+    return member.m_First == id.First() && member.m_Second == id.Second();
+}
+
 }  // namespace
 
 VelAssociationRepr::VelAssociationRepr(const VelAssociationID& id,
@@ -22,12 +52,37 @@ VelAssociationRepr::VelAssociationRepr(const VelAssociationID& id,
       m_Context(view.Context()),
       m_Focus(view.FocusID()),
       m_Groups{{view.Context(), view.SlotCount()}, {view.Context(), view.SlotCount()}} {
-    for (int k = 0; k < 2; ++k) m_Options[k] = m_Type.Member(k).Option();
+    for (int k = 0; k < 2; ++k) {
+        m_Options[k] = m_Type.Member(k).Option();
+        m_Kinds[k] = m_Type.Member(k).Category();
+        // A focus is a data record; every other participant's category is its member's kind.
+        m_Categories[k] = m_Kinds[k] == VelEntityViewFocus ? VelCategoryDataRecord : m_Kinds[k];
+    }
 }
 
-const cow_String* VelAssociationRepr::AddKey(const cow_String& key) {
+int32_t VelAssociationRepr::AddKey(const cow_String& key) {
+    VelVALIDATE(m_Keys.size() < 0x7FFFFFFF && "An association holds at most 2^31 - 1 keys");
     m_Keys.push_back(key);
-    return &m_Keys.back();
+    return static_cast<int32_t>(m_Keys.size() - 1);
+}
+
+VelAssociationMember VelAssociationRepr::Member(int k,
+                                                const VelAssociationMemberEntry& member) const {
+    VelAssociationMember spelled;
+    spelled.m_ID = ID(k, member);
+    spelled.m_Key.m_Text = member.m_Key < 0 ? nullptr : &Key(member);
+    spelled.m_Position = member.m_Position;
+    return spelled;
+}
+
+VelAssociationMemberEntry VelAssociationRepr::Kept(const VelAssociationMember& member,
+                                                   int32_t key) {
+    VelAssociationMemberEntry kept;
+    kept.m_First = member.m_ID.First();
+    kept.m_Second = member.m_ID.Second();
+    kept.m_Position = member.m_Position;
+    kept.m_Key = key;
+    return kept;
 }
 
 // ---- the table format -------------------------------------------------------------------------
@@ -38,35 +93,28 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
                                     VelStringTable& strings) {
     const VelRowLayout& layout = *m_Layout.Get();
     const unsigned context = m_Context;
-    const int kinds[2] = {m_Type.Member(0).Category(), m_Type.Member(1).Category()};
     const VelRecTypeAssociationMemberOption* options = m_Options;
     for (int64_t r = 0; r < count; ++r) {
         const unsigned char* row = rows + r * layout.Width();
         VelAssociationEntry entry;
         for (int k = 0; k < 2; ++k) {
-            const int kind = kinds[k];
             const unsigned char* at = row + layout.IDOffset(k);
-            VelDynamicID& id = entry.m_Members[k].m_ID;
+            VelAssociationMemberEntry& member = entry.m_Members[k];
             if (layout.IDSize(k) == 4) {
-                id =
-                    VelDynamicID(kind, context, static_cast<int32_t>(VelRecordBytes::Get32(at)), 0);
+                member.m_First = static_cast<int32_t>(VelRecordBytes::Get32(at));
             } else if (layout.IDSize(k) == 8) {
-                id = VelDynamicID(kind, context, static_cast<int32_t>(VelRecordBytes::Get32(at)),
-                                  static_cast<int32_t>(VelRecordBytes::Get32(at + 4)));
+                member.m_First = static_cast<int32_t>(VelRecordBytes::Get32(at));
+                member.m_Second = static_cast<int32_t>(VelRecordBytes::Get32(at + 4));
             } else {
-                id = VelDynamicID::ReadPersistent(at, context, VelByteOrderBigEndian);
-                const int expected = kind == VelEntityViewFocus ? VelCategoryDataRecord : kind;
-                VelVALIDATE(id.Category() == expected &&
-                            "Damaged record store: a pair's participant is of another kind");
+                ReadParticipant(at, m_Categories[k], context, member);
             }
             const unsigned char* key = row + layout.KeyOffset(k);
             if (options[k] == VelRecTypeOrdered) {
-                entry.m_Members[k].m_Position = static_cast<int32_t>(VelRecordBytes::Get32(key));
+                member.m_Position = static_cast<int32_t>(VelRecordBytes::Get32(key));
                 VelVALIDATE(entry.m_Members[k].m_Position >= 0 &&
                             "Damaged record store: a pair's position is negative");
             } else if (options[k] == VelRecTypeStringKey) {
-                entry.m_Members[k].m_Key.m_Text =
-                    AddKey(strings.Lookup(VelRecordBytes::Get32(key)));
+                member.m_Key = AddKey(strings.Lookup(VelRecordBytes::Get32(key)));
             }
         }
         Add(entry);
@@ -74,39 +122,38 @@ void VelAssociationRepr::AppendRows(const unsigned char* rows, int64_t count,
     m_Stored = m_Entries.size();
 }
 
-void VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& strings,
-                                    std::vector<unsigned char>& rows) const {
+size_t VelAssociationRepr::EncodeRows(size_t begin, size_t end, VelStringTable& strings,
+                                      unsigned char* rows) const {
     const VelRowLayout& layout = *m_Layout.Get();
     const VelRecTypeAssociationMemberOption* options = m_Options;
     const size_t width = static_cast<size_t>(layout.Width());
-    size_t used = rows.size();
-    rows.resize(used + (end - begin) * width);
+    size_t written = 0;
     for (size_t i = begin; i < end; ++i) {
         const VelAssociationEntry& entry = m_Entries[i];
         if (!entry.m_Live) continue;
-        unsigned char* row = rows.data() + used;
-        used += width;
+        unsigned char* row = rows + written * width;
+        ++written;
         for (int k = 0; k < 2; ++k) {
             const VelAssociationMemberEntry& member = entry.m_Members[k];
             unsigned char* at = row + layout.IDOffset(k);
             if (layout.IDSize(k) == 4) {
-                VelRecordBytes::Put32(at, static_cast<uint32_t>(member.m_ID.First()));
+                VelRecordBytes::Put32(at, static_cast<uint32_t>(member.m_First));
             } else if (layout.IDSize(k) == 8) {
-                VelRecordBytes::Put32(at, static_cast<uint32_t>(member.m_ID.First()));
-                VelRecordBytes::Put32(at + 4, static_cast<uint32_t>(member.m_ID.Second()));
+                VelRecordBytes::Put32(at, static_cast<uint32_t>(member.m_First));
+                VelRecordBytes::Put32(at + 4, static_cast<uint32_t>(member.m_Second));
             } else {
-                member.m_ID.WritePersistent(at, VelByteOrderBigEndian);
+                WriteParticipant(at, m_Categories[k], member);
             }
             unsigned char* key = row + layout.KeyOffset(k);
             const VelRecTypeAssociationMemberOption option = options[k];
             if (option == VelRecTypeOrdered) {
                 VelRecordBytes::Put32(key, static_cast<uint32_t>(member.m_Position));
             } else if (option == VelRecTypeStringKey) {
-                VelRecordBytes::Put32(key, strings.Intern(member.m_Key.String()));
+                VelRecordBytes::Put32(key, strings.Intern(Key(member)));
             }
         }
     }
-    rows.resize(used);
+    return written;
 }
 
 void VelAssociationRepr::DropStored() {
@@ -143,15 +190,14 @@ const VelAssociationRepr::Group* VelAssociationRepr::FindGroup(int k,
     return m_Groups[k].Find(id);
 }
 
-int VelAssociationRepr::Partner(int k, const Group* mine, const Group* theirs,
-                                const VelDynamicID& id, const VelDynamicID& other) const {
-    if (!mine || !theirs) return -1;
+int VelAssociationRepr::ChainPartner(int k, const Group* mine, const Group* theirs,
+                                     const VelDynamicID& id, const VelDynamicID& other) const {
     const int chain = mine->length <= theirs->length ? k : 1 - k;
     const VelDynamicID& far = chain == k ? other : id;
     for (int i = (chain == k ? mine : theirs)->head; i >= 0;
          i = m_Entries[static_cast<size_t>(i)].m_Next[chain]) {
         const VelAssociationEntry& entry = m_Entries[static_cast<size_t>(i)];
-        if (entry.m_Live && entry.m_Members[1 - chain].m_ID == far) return i;
+        if (entry.m_Live && IsParticipant(entry.m_Members[1 - chain], far)) return i;
     }
     return -1;
 }
@@ -159,6 +205,23 @@ int VelAssociationRepr::Partner(int k, const Group* mine, const Group* theirs,
 int VelAssociationRepr::KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const {
     const auto found = m_OtherKeys[k].find(KeyKey{id, key.str()});
     return found == m_OtherKeys[k].end() ? -1 : found->second;
+}
+
+// Appends entry `index` to the chain of its participant of member k, whose group is `known`
+// when the caller has found it already.  Inline: every pair is linked twice.
+inline void VelAssociationRepr::Link(int k, int index, Group* known) const {
+    VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
+    Group& group = known ? *known : m_Groups[k].Add(ID(k, entry.m_Members[k]));
+    if (group.tail >= 0) {
+        m_Entries[static_cast<size_t>(group.tail)].m_Next[k] = index;
+    } else {
+        group.head = index;
+    }
+    group.tail = index;
+    ++group.length;
+    if (!entry.m_Live) return;
+    ++group.live;
+    if (m_Token && m_Options[1 - k] == VelRecTypeStringKey) IndexOtherKey(k, index);
 }
 
 void VelAssociationRepr::Add(const VelAssociationEntry& entry, Group* const known[2]) {
@@ -170,22 +233,10 @@ void VelAssociationRepr::Add(const VelAssociationEntry& entry, Group* const know
     ++m_LiveCount;
 }
 
-// Appends entry `index` to the chain of its participant of member k, whose group is `known`
-// when the caller has found it already.
-void VelAssociationRepr::Link(int k, int index, Group* known) const {
-    VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
-    Group& group = known ? *known : m_Groups[k].Add(entry.m_Members[k].m_ID);
-    if (group.tail >= 0) {
-        m_Entries[static_cast<size_t>(group.tail)].m_Next[k] = index;
-    } else {
-        group.head = index;
-    }
-    group.tail = index;
-    ++group.length;
-    if (entry.m_Live) ++group.live;
-    const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
-    if (m_Token && entry.m_Live && m_Options[1 - k] == VelRecTypeStringKey)
-        m_OtherKeys[k].emplace(KeyKey{entry.m_Members[k].m_ID, other.m_Key.String().str()}, index);
+void VelAssociationRepr::IndexOtherKey(int k, int index) const {
+    const VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
+    m_OtherKeys[k].emplace(KeyKey{ID(k, entry.m_Members[k]), Key(entry.m_Members[1 - k]).str()},
+                           index);
 }
 
 // Pairs read for reading are indexed by a member only when they are first looked up by it: a
@@ -211,10 +262,10 @@ void VelAssociationRepr::Kill(int index) {
     Touch(index);
     for (int k = 0; k < 2; ++k) {
         const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
-        const VelDynamicID& id = entry.m_Members[k].m_ID;
+        const VelDynamicID id = ID(k, entry.m_Members[k]);
         --FindGroup(k, id)->live;
         if (m_Options[1 - k] == VelRecTypeStringKey) {
-            const auto found = m_OtherKeys[k].find(KeyKey{id, other.m_Key.String().str()});
+            const auto found = m_OtherKeys[k].find(KeyKey{id, Key(other).str()});
             if (found != m_OtherKeys[k].end() && found->second == index)
                 m_OtherKeys[k].erase(found);
         }
@@ -239,12 +290,12 @@ void VelAssociationRepr::CheckWritable() const {
 }
 
 void VelAssociationRepr::CheckParticipant(int k, const VelDynamicID& id) const {
-    const VelRecTypeAssociationMember& member = m_Type.Member(k);
-    const int kind = member.Category();
+    const int kind = m_Kinds[k];
     VelVALIDATE(id.Context() == m_Context && "The participant is of another context");
     if (kind == VelEntityDataRecord) {
         const VelRecHandle<VelRowLayout>& layout = m_Transaction->RecordLayout(id);
         if (layout.Get() == m_Allowed[k].Get()) return;
+        const VelRecTypeAssociationMember& member = m_Type.Member(k);
         bool allowed = member.EntityTypeCount() == 0;
         for (int i = 0; i < member.EntityTypeCount() && !allowed; ++i)
             allowed = layout->Record().IsA(member.EntityType(i));
@@ -257,14 +308,14 @@ void VelAssociationRepr::CheckParticipant(int k, const VelDynamicID& id) const {
         return;
     }
     VelVALIDATE(id.Category() == kind && "The participant is not of the member's kind");
-    const int size = member.IDSize();
+    const int size = m_Type.Member(k).IDSize();
     VelVALIDATE((size == 20 || (FitsInt32(id.First()) &&
                                 (size == 8 ? FitsInt32(id.Second()) : id.Second() == 0))) &&
                 "The participant's identifier does not fit the association member");
 }
 
 void VelAssociationRepr::Prepare(int k, const VelParticipant& given,
-                                 VelAssociationMemberEntry& entry) const {
+                                 VelAssociationMember& entry) const {
     const VelRecTypeAssociationMemberOption option = m_Options[k];
     VelVALIDATE((!given.hasPosition || option == VelRecTypeOrdered) &&
                 "A position was given for a member that is not ordered");
@@ -276,7 +327,7 @@ void VelAssociationRepr::Prepare(int k, const VelParticipant& given,
     entry.m_ID = given.id;
     entry.m_Position = given.hasPosition ? given.position : -1;
     // The caller's key until the pair is added (Insert keeps a copy then).
-    entry.m_Key.m_Text = given.hasKey ? &given.key : nullptr;
+    entry.m_Key.m_Text = given.hasKey ? given.key : nullptr;
 }
 
 // The new pair is compared, for each member, with the live pairs that share its other
@@ -284,11 +335,9 @@ void VelAssociationRepr::Prepare(int k, const VelParticipant& given,
 // An ordered member given no position goes after the last one.
 void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipant& second) {
     CheckWritable();
-    VelAssociationEntry entry;
-    Prepare(0, first, entry.m_Members[0]);
-    Prepare(1, second, entry.m_Members[1]);
-    VelAssociationMemberEntry& newMembFirst = entry.m_Members[0];
-    VelAssociationMemberEntry& newMembSecond = entry.m_Members[1];
+    VelAssociationMember newMembFirst, newMembSecond;
+    Prepare(0, first, newMembFirst);
+    Prepare(1, second, newMembSecond);
     const VelRecTypeAssociationMemberOption optionFirst = m_Options[0];
     const VelRecTypeAssociationMemberOption optionSecond = m_Options[1];
     Group* const sharingSecond = FindGroup(1, newMembSecond.m_ID);
@@ -297,16 +346,16 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
     if (optionFirst == VelRecTypeStringKey) {
         const int found = KeyedPartner(1, newMembSecond.m_ID, newMembFirst.m_Key.String());
         if (found >= 0) {
-            const VelAssociationMemberEntry& oldMembFirst =
-                m_Entries[static_cast<size_t>(found)].m_Members[0];
+            const VelAssociationMember oldMembFirst =
+                Member(0, m_Entries[static_cast<size_t>(found)].m_Members[0]);
             VelVALIDATE(newMembFirst.m_Key.String() != oldMembFirst.m_Key.String());
         }
     } else {
         const int found =
             Partner(1, sharingSecond, sharingFirst, newMembSecond.m_ID, newMembFirst.m_ID);
         if (found >= 0) {
-            const VelAssociationMemberEntry& oldMembFirst =
-                m_Entries[static_cast<size_t>(found)].m_Members[0];
+            const VelAssociationMember oldMembFirst =
+                Member(0, m_Entries[static_cast<size_t>(found)].m_Members[0]);
             VelVALIDATE(newMembFirst.m_ID != oldMembFirst.m_ID);
         }
     }
@@ -319,16 +368,16 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
     if (optionSecond == VelRecTypeStringKey) {
         const int found = KeyedPartner(0, newMembFirst.m_ID, newMembSecond.m_Key.String());
         if (found >= 0) {
-            const VelAssociationMemberEntry& oldMembSecond =
-                m_Entries[static_cast<size_t>(found)].m_Members[1];
+            const VelAssociationMember oldMembSecond =
+                Member(1, m_Entries[static_cast<size_t>(found)].m_Members[1]);
             VelVALIDATE(newMembSecond.m_Key.String() != oldMembSecond.m_Key.String());
         }
     } else {
         const int found =
             Partner(0, sharingFirst, sharingSecond, newMembFirst.m_ID, newMembSecond.m_ID);
         if (found >= 0) {
-            const VelAssociationMemberEntry& oldMembSecond =
-                m_Entries[static_cast<size_t>(found)].m_Members[1];
+            const VelAssociationMember oldMembSecond =
+                Member(1, m_Entries[static_cast<size_t>(found)].m_Members[1]);
             VelVALIDATE(newMembSecond.m_ID != oldMembSecond.m_ID);
         }
     }
@@ -343,8 +392,9 @@ void VelAssociationRepr::Insert(const VelParticipant& first, const VelParticipan
     if (optionSecond == VelRecTypeOrdered && sharingFirst &&
         newMembSecond.m_Position <= maxPosSecond)
         Shift(*sharingFirst, 1, newMembSecond.m_Position, 1);
-    if (first.hasKey) newMembFirst.m_Key.m_Text = AddKey(first.key);
-    if (second.hasKey) newMembSecond.m_Key.m_Text = AddKey(second.key);
+    VelAssociationEntry entry;
+    entry.m_Members[0] = Kept(newMembFirst, first.hasKey ? AddKey(*first.key) : -1);
+    entry.m_Members[1] = Kept(newMembSecond, second.hasKey ? AddKey(*second.key) : -1);
     // Each member's group is the one found above (nothing has added a group since), or a new one.
     Group* const groups[2] = {
         sharingFirst ? sharingFirst : &m_Groups[0].AddNew(newMembFirst.m_ID),
@@ -375,9 +425,9 @@ void VelAssociationRepr::Remove(int whichMember, const VelDynamicID& id,
             const VelAssociationEntry& entry = m_Entries[static_cast<size_t>(index)];
             if (!entry.m_Live) continue;
             const VelAssociationMemberEntry& candidate = entry.m_Members[otherMember];
-            const bool matches = form == VelRecTypeUnordered ? candidate.m_ID == other
+            const bool matches = form == VelRecTypeUnordered ? ID(otherMember, candidate) == other
                                  : form == VelRecTypeOrdered ? candidate.m_Position == position
-                                                             : candidate.m_Key.String() == key;
+                                                             : Key(candidate) == key;
             if (matches) {
                 found = index;
                 break;
@@ -403,7 +453,7 @@ void VelAssociationRepr::RemoveEntry(int index) {
     Kill(index);
     for (int k = 0; k < 2; ++k) {
         if (m_Type.Member(k).Option() != VelRecTypeOrdered) continue;
-        const Group* sharing = FindGroup(1 - k, removed.m_Members[1 - k].m_ID);
+        const Group* sharing = FindGroup(1 - k, ID(1 - k, removed.m_Members[1 - k]));
         Shift(*sharing, k, removed.m_Members[k].m_Position + 1, -1);
     }
 }

@@ -1,6 +1,7 @@
 #ifndef VEL_SRC_VIEWS_VELCHUNKEDVECTOR_H
 #define VEL_SRC_VIEWS_VELCHUNKEDVECTOR_H
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -8,7 +9,10 @@
 // than one chunk, and no block of memory larger than a chunk is asked for.  Large blocks are
 // handed out by the allocator as fresh pages, each of which costs a fault at first touch, so a
 // sequence of millions of values held in one block costs more to fill than its values do.
-// Only the last chunk grows (doubling, as a vector does); every other chunk is full.
+// Only the last chunk grows; every other chunk is full.  The first chunk grows by doubling, as a
+// vector does, so that a short sequence stays small; a sequence that has filled one chunk is a
+// long one, and each later chunk is made at its full size at once instead of being copied (and
+// its pages touched) again at every doubling.
 template <class T>
 class VelChunkedVector {
 public:
@@ -22,9 +26,17 @@ public:
         return m_Chunks[i >> e_ChunkBits][i & (e_ChunkSize - 1)];
     }
     void push_back(const T& value) {
-        if (m_Chunks.empty() || m_Chunks.back().size() == e_ChunkSize) m_Chunks.emplace_back();
-        m_Chunks.back().push_back(value);
+        LastChunkWithRoom().push_back(value);
         ++m_Size;
+    }
+    // Appends default values until the sequence holds `size` (a smaller size changes nothing).
+    void extend_to(size_t size) {
+        while (m_Size < size) {
+            std::vector<T>& chunk = LastChunkWithRoom();
+            const size_t added = std::min(size - m_Size, e_ChunkSize - chunk.size());
+            chunk.resize(chunk.size() + added);
+            m_Size += added;
+        }
     }
     void clear() {
         m_Chunks.clear();
@@ -32,6 +44,14 @@ public:
     }
 
 private:
+    std::vector<T>& LastChunkWithRoom() {
+        if (m_Chunks.empty() || m_Chunks.back().size() == e_ChunkSize) {
+            m_Chunks.emplace_back();
+            if (m_Chunks.size() > 1) m_Chunks.back().reserve(e_ChunkSize);
+        }
+        return m_Chunks.back();
+    }
+
     std::vector<std::vector<T>> m_Chunks;
     size_t m_Size = 0;
 };

@@ -10,11 +10,6 @@ namespace {
 constexpr size_t e_RowsPerGroup = 4;
 constexpr size_t e_RowMargin = 4096;
 
-bool Same(const VelDynamicID& a, const VelDynamicID& b) {
-    return a.First() == b.First() && a.Second() == b.Second() && a.Category() == b.Category() &&
-           a.Context() == b.Context();
-}
-
 }  // namespace
 
 size_t VelParticipantGroups::Hash::operator()(const VelDynamicID& id) const {
@@ -24,29 +19,21 @@ size_t VelParticipantGroups::Hash::operator()(const VelDynamicID& id) const {
     return static_cast<size_t>(h);
 }
 
-VelParticipantGroups::Row* VelParticipantGroups::RowOf(const VelDynamicID& id, bool grow) {
-    const int64_t address = id.Second();
-    if (id.Category() != VelCategoryDataRecord || id.Context() != m_Context || address < 0 ||
-        (address >> 32) >= static_cast<int64_t>(m_Rows.size()))
-        return nullptr;
-    std::vector<Row>& rows = m_Rows[static_cast<size_t>(address >> 32)];
-    const size_t row = static_cast<size_t>(address & 0xFFFFFFFFll);
-    if (row < rows.size()) return &rows[row];
-    if (!grow) return nullptr;
+VelParticipantGroups::Row* VelParticipantGroups::GrowRowOf(const VelDynamicID& id) {
+    VelChunkedVector<Row>* rows = TableOf(id);
+    if (!rows) return nullptr;
+    const size_t row = static_cast<size_t>(id.Second() & 0xFFFFFFFFll);
+    if (row < rows->size()) return &(*rows)[row];
     const size_t bound = e_RowsPerGroup * m_Count + e_RowMargin;
-    const size_t size = std::max(row + 1, std::min(2 * rows.size(), bound));
-    if (m_Capacity - rows.size() + size > bound) return nullptr;
-    m_Capacity += size - rows.size();
+    const size_t size = std::max(row + 1, std::min(2 * rows->size(), bound));
+    if (m_Capacity - rows->size() + size > bound) return nullptr;
+    m_Capacity += size - rows->size();
     m_Last = nullptr;
-    rows.resize(size);
-    return &rows[row];
+    rows->extend_to(size);
+    return &(*rows)[row];
 }
 
-VelParticipantGroup* VelParticipantGroups::Find(const VelDynamicID& id) {
-    if (m_Last && Same(id, m_LastID)) return m_Last;
-    Row* row = RowOf(id, false);
-    if (row && row->group.length > 0 && row->serial == id.First()) return Remember(id, &row->group);
-    if (m_Others.empty()) return nullptr;
+VelParticipantGroup* VelParticipantGroups::FindOther(const VelDynamicID& id) {
     const auto found = m_Others.find(id);
     return found == m_Others.end() ? nullptr : Remember(id, &found->second);
 }
@@ -58,7 +45,7 @@ VelParticipantGroup& VelParticipantGroups::Add(const VelDynamicID& id) {
 
 VelParticipantGroup& VelParticipantGroups::AddNew(const VelDynamicID& id) {
     ++m_Count;
-    Row* row = RowOf(id, true);
+    Row* row = GrowRowOf(id);
     if (row && row->group.length == 0) {
         row->serial = id.First();
         return *Remember(id, &row->group);
@@ -67,7 +54,7 @@ VelParticipantGroup& VelParticipantGroups::AddNew(const VelDynamicID& id) {
 }
 
 void VelParticipantGroups::Clear() {
-    for (std::vector<Row>& rows : m_Rows) std::vector<Row>().swap(rows);
+    for (VelChunkedVector<Row>& rows : m_Rows) rows.clear();
     m_Capacity = 0;
     m_Count = 0;
     m_Last = nullptr;

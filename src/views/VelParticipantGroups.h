@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "vel/context/VelDynamicID.h"
+#include "vel/types/VelTypeCategories.h"
+#include "views/VelChunkedVector.h"
 
 // The chain of an association's entries whose member k is one participant: its first and last
 // entry, its length, and how many of its entries are live.  A group exists once an entry has
@@ -34,7 +36,14 @@ public:
     // The groups of identifiers of context `context` in a view of `tables` tables.
     VelParticipantGroups(unsigned context, int tables) : m_Context(context), m_Rows(tables) {}
 
-    VelParticipantGroup* Find(const VelDynamicID& id);
+    // Inline up to the arrays, since every pair inserted or read looks up two participants.
+    VelParticipantGroup* Find(const VelDynamicID& id) {
+        if (m_Last && Same(id, m_LastID)) return m_Last;
+        Row* row = RowOf(id);
+        if (row && row->group.length > 0 && row->serial == id.First())
+            return Remember(id, &row->group);
+        return m_Others.empty() ? nullptr : FindOther(id);
+    }
     // The participant's group, made empty if it has none yet; the caller links an entry to it.
     // The reference lasts until the next call to Add.
     VelParticipantGroup& Add(const VelDynamicID& id);
@@ -43,9 +52,9 @@ public:
     // Calls `act(group)` for every group.
     template <class Act>
     void ForEach(Act act) const {
-        for (const std::vector<Row>& rows : m_Rows) {
-            for (const Row& row : rows) {
-                if (row.group.length > 0) act(row.group);
+        for (const VelChunkedVector<Row>& rows : m_Rows) {
+            for (size_t i = 0; i < rows.size(); ++i) {
+                if (rows[i].group.length > 0) act(rows[i].group);
             }
         }
         for (const auto& other : m_Others) act(other.second);
@@ -61,9 +70,28 @@ private:
         size_t operator()(const VelDynamicID& id) const;
     };
 
+    static bool Same(const VelDynamicID& a, const VelDynamicID& b) {
+        return a.First() == b.First() && a.Second() == b.Second() && a.Category() == b.Category() &&
+               a.Context() == b.Context();
+    }
+    // The array of tables a data record's identifier addresses, or null for any other identifier.
+    VelChunkedVector<Row>* TableOf(const VelDynamicID& id) {
+        const int64_t address = id.Second();
+        if (id.Category() != VelCategoryDataRecord || id.Context() != m_Context || address < 0 ||
+            (address >> 32) >= static_cast<int64_t>(m_Rows.size()))
+            return nullptr;
+        return &m_Rows[static_cast<size_t>(address >> 32)];
+    }
     // The row a data record's identifier addresses, or null for any other identifier and for a
-    // row beyond its table's array (which grows to hold it when `grow` and the bound allows).
-    Row* RowOf(const VelDynamicID& id, bool grow);
+    // row beyond its table's array.
+    Row* RowOf(const VelDynamicID& id) {
+        VelChunkedVector<Row>* rows = TableOf(id);
+        const size_t row = static_cast<size_t>(id.Second() & 0xFFFFFFFFll);
+        return rows && row < rows->size() ? &(*rows)[row] : nullptr;
+    }
+    // The same, the array grown to hold the row when the bound allows.
+    Row* GrowRowOf(const VelDynamicID& id);
+    VelParticipantGroup* FindOther(const VelDynamicID& id);
 
     // Remembers `group` as the group of `id`.
     VelParticipantGroup* Remember(const VelDynamicID& id, VelParticipantGroup* group) {
@@ -77,7 +105,8 @@ private:
     // to share a participant, as every pair shares the focus); null after an array has moved.
     VelDynamicID m_LastID;
     VelParticipantGroup* m_Last = nullptr;
-    std::vector<std::vector<Row>> m_Rows;
+    // In chunks, so that the array of a table of millions of records grows without copying.
+    std::vector<VelChunkedVector<Row>> m_Rows;
     size_t m_Capacity = 0;
     size_t m_Count = 0;
     std::unordered_map<VelDynamicID, VelParticipantGroup, Hash> m_Others;

@@ -81,19 +81,32 @@ struct VelAssociationKey {
     }
 };
 
-// One member of a pair: the participant, and its key or position when the member has one.
+// One member of a pair as the association keeps it: the words of the participant's identifier,
+// its position when the member is ordered, and the index of its key among the association's keys
+// when the member is keyed by string (-1 otherwise).  The identifier's category follows from the
+// member's kind and its context is the association's: both are checked before a pair is kept, so
+// an entry holds neither, and a million pairs take a third less memory to build.
 struct VelAssociationMemberEntry {
+    int64_t m_First = 0;
+    int64_t m_Second = 0;
+    int32_t m_Position = -1;
+    int32_t m_Key = -1;
+};
+
+// One member of a pair spelled out: the participant, and its key or position when the member has
+// one.
+struct VelAssociationMember {
     VelDynamicID m_ID;
     VelAssociationKey m_Key;
     int m_Position = -1;
 };
 
 struct VelAssociationEntry {
-    bool m_Live = true;
     VelAssociationMemberEntry m_Members[2];
     // Per member, the next entry (in list order) with the same participant of that member, or
     // -1: the entries of one participant form a chain through the list.
     int m_Next[2] = {-1, -1};
+    bool m_Live = true;
 };
 
 // A participant as an Insert names it, before it becomes part of an entry.
@@ -102,7 +115,8 @@ struct VelParticipant {
     bool hasPosition = false;
     int position = -1;
     bool hasKey = false;
-    cow_String key;
+    // The caller's key, which lasts as long as the insertion (the association keeps a copy).
+    const cow_String* key = nullptr;
 };
 
 // The pairs of an association in memory, as read from its table and changed by a transaction.
@@ -115,10 +129,25 @@ public:
                        VelViewRepr& view);
 
     const VelRecTypeAssociation& Type() const { return m_Type; }
+    // The identifier of member k's participant in an entry, and the member spelled out.
+    VelDynamicID ID(int k, const VelAssociationMemberEntry& member) const {
+        return VelDynamicID(m_Categories[k], m_Context, member.m_First, member.m_Second);
+    }
+    VelAssociationMember Member(int k, const VelAssociationMemberEntry& member) const;
+    // A member's key; the empty string for a member without one.
+    const cow_String& Key(const VelAssociationMemberEntry& member) const {
+        static const cow_String none;
+        return member.m_Key < 0 ? none : m_Keys[static_cast<size_t>(member.m_Key)];
+    }
     int LiveCount() const { return m_LiveCount; }
     const VelChunkedVector<VelAssociationEntry>& Entries() const { return m_Entries; }
     // The entries, in list order, whose member `whichMember` is `id`.
     std::vector<int> EntriesOf(int whichMember, const VelDynamicID& id) const;
+    // How many of them are live.
+    int LiveCountOf(int whichMember, const VelDynamicID& id) const {
+        const Group* group = FindGroup(whichMember, id);
+        return group ? group->live : 0;
+    }
     // Calls `act(entry)` for each of them.
     template <class Act>
     void ForEachEntryOf(int whichMember, const VelDynamicID& id, Act act) const {
@@ -130,12 +159,11 @@ public:
 
     // Decodes `count` rows of the table format and appends them as stored entries.
     void AppendRows(const unsigned char* rows, int64_t count, VelStringTable& strings);
-    // Appends the rows of the live entries among [begin, end) to `rows`, in the table format;
-    // keys are interned in the string table.  The entries to write at commit are those from
-    // FirstToWrite() on: every entry when the table is rewritten, otherwise those added since it
-    // was read.
-    void EncodeRows(size_t begin, size_t end, VelStringTable& strings,
-                    std::vector<unsigned char>& rows) const;
+    // Writes the rows of the live entries among [begin, end) to `rows`, which has room for
+    // end - begin rows, in the table format, and returns how many it wrote; keys are interned in
+    // the string table.  The entries to write at commit are those from FirstToWrite() on: every
+    // entry when the table is rewritten, otherwise those added since it was read.
+    size_t EncodeRows(size_t begin, size_t end, VelStringTable& strings, unsigned char* rows) const;
     size_t FirstToWrite() const { return m_Rewrite ? 0 : m_Stored; }
     bool NeedsRewrite() const { return m_Rewrite; }
     // Whether a member is keyed by string, so that encoding the rows adds to the string table.
@@ -182,9 +210,11 @@ private:
     };
     using Group = VelParticipantGroup;
 
-    void Prepare(int k, const VelParticipant& given, VelAssociationMemberEntry& entry) const;
-    // A key kept for the association's entries; it does not move while the association lives.
-    const cow_String* AddKey(const cow_String& key);
+    void Prepare(int k, const VelParticipant& given, VelAssociationMember& member) const;
+    // A key kept for the association's entries, and its index among them.
+    int32_t AddKey(const cow_String& key);
+    // The member as an entry keeps it, with the key of index `key`.
+    static VelAssociationMemberEntry Kept(const VelAssociationMember& member, int32_t key);
     void CheckParticipant(int k, const VelDynamicID& id) const;
     Group* FindGroup(int k, const VelDynamicID& id);
     const Group* FindGroup(int k, const VelDynamicID& id) const;
@@ -193,12 +223,18 @@ private:
     // `other` in the other member.  A pair lies on the chains of both its participants, so the
     // shorter of the two is walked.
     int Partner(int k, const Group* mine, const Group* theirs, const VelDynamicID& id,
-                const VelDynamicID& other) const;
+                const VelDynamicID& other) const {
+        return mine && theirs ? ChainPartner(k, mine, theirs, id, other) : -1;
+    }
+    int ChainPartner(int k, const Group* mine, const Group* theirs, const VelDynamicID& id,
+                     const VelDynamicID& other) const;
     int KeyedPartner(int k, const VelDynamicID& id, const cow_String& key) const;
     // Appends an entry; `known`, when given, holds the group of each member's participant, or
     // null for one that has none yet.
     void Add(const VelAssociationEntry& entry, Group* const known[2] = nullptr);
     void Link(int k, int index, Group* known) const;
+    // Indexes the key of the other member of live entry `index` under its participant of k.
+    void IndexOtherKey(int k, int index) const;
     void EnsureIndex(int k) const;
     void Kill(int index);
     void RemoveEntry(int index);
@@ -210,8 +246,11 @@ private:
     }
 
     VelRecTypeAssociation m_Type;
-    // Each member's option, looked up for every pair.
+    // Each member's option and kind, looked up for every pair, and the category of its
+    // participants' identifiers.
     VelRecTypeAssociationMemberOption m_Options[2];
+    int m_Kinds[2];
+    int m_Categories[2];
     unsigned m_Context;
     VelDynamicID m_Focus;
     // The chains and indexes are built when first needed, so they may change in a const

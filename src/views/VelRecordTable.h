@@ -111,14 +111,17 @@ private:
     int m_keySize[2] = {0, 0};
 };
 
-// Committed rows of one table, read a block at a time (a block is e_ChunksPerBlock chunks of
-// the table) and kept while the view is open, up to e_MaxBytes.  Rows are read in order far more
-// often than not, so the block of the last row asked for is tried first.
+// Committed rows of one table, read a block at a time (a block is e_BlockRows rows, eight chunks
+// of the table) and kept while the view is open, up to e_MaxBytes.  Rows are read in order far more
+// often than not, so the block of the last row asked for is tried first.  The bound is a few
+// megabytes: a block moves from the file into memory it has already touched faster than a larger
+// cache's fresh pages are faulted in, so a scan of a long table costs less with blocks read again
+// than with blocks kept.
 class VelTableCache {
 public:
     static constexpr int64_t e_ChunkRows = 1024;
     static constexpr int64_t e_BlockRows = 8 * e_ChunkRows;
-    static constexpr int64_t e_MaxBytes = int64_t(32) << 20;
+    static constexpr int64_t e_MaxBytes = int64_t(8) << 20;
 
     // The block that holds row `row` of the first `rows` rows of `table`, a table that has
     // passed VelStoreIO::CheckTable.  The block stays valid while the caller holds a handle to

@@ -21,7 +21,8 @@ struct VelStoreIO {
     static int64_t Rows(const hdf_Dataset& table);
     // Rows [first, first + count) from or to `buffer`, `type` being the memory type of a row.
     // Writing grows the dataset when the rows reach past its end.  Reading validates first that
-    // the table stores rows of `type` (CheckTable).
+    // the table stores rows of `type` (CheckTable).  The chunks the rows cover whole move as the
+    // file stores them, with no HDF5 buffer between the caller's rows and the file.
     static void ReadRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
                          int64_t count, void* buffer);
     // Validates that the table stores its rows in the file, as rows of `type`: a damaged store
@@ -33,8 +34,8 @@ struct VelStoreIO {
     static void WriteRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t first,
                           int64_t count, const void* buffer);
     // The same for rows that hold object references, which HDF5 converts even between equal
-    // types: the conversion buffers are sized to the rows instead of HDF5's default megabyte,
-    // which it would allocate and clear on every call.
+    // types (so they always go through a selection): the conversion buffers are sized to the rows
+    // instead of HDF5's default megabyte, which it would allocate and clear on every call.
     static void ReadReferenceRows(const hdf_Dataset& table, const hdf_Datatype& type, int64_t count,
                                   void* buffer);
     static void WriteReferenceRows(const hdf_Dataset& table, const hdf_Datatype& type,

@@ -39,13 +39,25 @@ VelStringTable::VelStringTable(const hdf_Group& group, bool writable)
 
 uint32_t VelStringTable::Intern(const cow_String& text) {
     if (text.Empty()) return 0;
-    const auto known = m_byText.find(text.str());
+    const std::string& bytes = text.str();
+    Interned& recent =
+        m_interned[(bytes.size() * 31 + static_cast<unsigned char>(bytes.front()) * 7 +
+                    static_cast<unsigned char>(bytes.back())) %
+                   e_RecentTexts];
+    if (recent.reference != 0 && recent.text == bytes) return recent.reference;
+    recent.reference = InternedReference(bytes);
+    recent.text = bytes;
+    return recent.reference;
+}
+
+uint32_t VelStringTable::InternedReference(const std::string& text) {
+    const auto known = m_byText.find(text);
     if (known != m_byText.end()) return known->second;
     const int64_t index = m_count + static_cast<int64_t>(m_pending.size());
     VelVALIDATE(index < e_MaxStrings && "The string table is full");
     const uint32_t reference = static_cast<uint32_t>(index + 1);
-    m_pending.push_back(text.str());
-    m_byText.emplace(text.str(), reference);
+    m_pending.push_back(text);
+    m_byText.emplace(text, reference);
     return reference;
 }
 

@@ -42,6 +42,8 @@ public:
     void Release();
 
 private:
+    // Intern's work for a text the recent ones do not hold.
+    uint32_t InternedReference(const std::string& text);
     int64_t EndOf(int64_t index);
     void CopyText(int64_t start, int64_t end, char* out);
     void CheckTables();
@@ -65,6 +67,14 @@ private:
         const std::string* text = nullptr;
     };
     Recent m_recent[e_RecentTexts];
+    // The texts interned last, by their length and end bytes: records written one after another
+    // tend to name the same few strings, which are then found without hashing them.  A reference
+    // once handed out stays valid for the session, so an entry never goes stale.
+    struct Interned {
+        std::string text;
+        uint32_t reference = 0;
+    };
+    Interned m_interned[e_RecentTexts];
     // Whether "text" and "ends" have been checked to store bytes and int64 rows.
     bool m_checked = false;
     // Blocks of "ends" and of "text" read so far, by block number.

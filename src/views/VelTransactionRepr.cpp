@@ -385,9 +385,13 @@ void VelTransactionRepr::Commit() {
         std::map<int, std::vector<unsigned char>> keyedRows;
         for (auto& changed : m_Changes) {
             const VelRecHandle<VelAssociationRepr>& pairs = changed.second.pairs;
-            if (pairs && pairs->HasStringKeys())
-                pairs->EncodeRows(pairs->FirstToWrite(), pairs->Entries().size(), store.Strings(),
-                                  keyedRows[changed.first]);
+            if (pairs && pairs->HasStringKeys()) {
+                const size_t first = pairs->FirstToWrite(), end = pairs->Entries().size();
+                std::vector<unsigned char>& rows = keyedRows[changed.first];
+                rows.resize((end - first) * static_cast<size_t>(pairs->m_Layout->Width()));
+                rows.resize(pairs->EncodeRows(first, end, store.Strings(), rows.data()) *
+                            static_cast<size_t>(pairs->m_Layout->Width()));
+            }
         }
         store.Strings().Commit();
         for (auto& changed : m_Changes) {
@@ -454,22 +458,24 @@ void VelTransactionRepr::WritePairSlot(int slot, SlotChanges& changes,
     const bool rewrite = pairs.NeedsRewrite();
     if (rewrite) view.OwnTable(slot, false);
     int64_t next = rewrite ? 0 : s.m_Rows;
-    const auto write = [&](const std::vector<unsigned char>& rows) {
-        const int64_t count = static_cast<int64_t>(rows.size()) / layout.Width();
+    const auto write = [&](const unsigned char* rows, int64_t count) {
         if (count == 0) return;
-        VelStoreIO::WriteRows(view.OwnTable(slot, true), layout.Type(), next, count, rows.data());
+        VelStoreIO::WriteRows(view.OwnTable(slot, true), layout.Type(), next, count, rows);
         next += count;
     };
     if (encoded) {
-        write(*encoded);
+        write(encoded->data(), static_cast<int64_t>(encoded->size()) / layout.Width());
     } else {
-        std::vector<unsigned char> rows;
-        const size_t end = pairs.Entries().size();
-        for (size_t begin = pairs.FirstToWrite(); begin < end; begin += e_EncodedEntries) {
-            rows.clear();
-            pairs.EncodeRows(begin, std::min(end, begin + e_EncodedEntries),
-                             View().Store().Strings(), rows);
-            write(rows);
+        const size_t first = pairs.FirstToWrite(), end = pairs.Entries().size();
+        // Every byte of a piece's rows is encoded before it is written, so the buffer is not
+        // cleared first.
+        const std::unique_ptr<unsigned char[]> rows(
+            new unsigned char[std::min(end - first, e_EncodedEntries) *
+                              static_cast<size_t>(layout.Width())]);
+        for (size_t begin = first; begin < end; begin += e_EncodedEntries) {
+            const size_t count = pairs.EncodeRows(begin, std::min(end, begin + e_EncodedEntries),
+                                                  View().Store().Strings(), rows.get());
+            write(rows.get(), static_cast<int64_t>(count));
         }
     }
     s.m_Rows = next;

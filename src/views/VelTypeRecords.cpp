@@ -225,7 +225,7 @@ public:
         const int forms = RoleNamed(all->Type(), "forms");
         for (const int index : all->EntriesOf(1 - forms, m_view.FocusID())) {
             const VelAssociationEntry& entry = all->Entries()[static_cast<size_t>(index)];
-            if (entry.m_Live) records.push_back(entry.m_Members[forms].m_ID);
+            if (entry.m_Live) records.push_back(all->ID(forms, entry.m_Members[forms]));
         }
         return records;
     }
@@ -260,7 +260,7 @@ private:
             const VelAssociationEntry& entry = pairs->Entries()[static_cast<size_t>(index)];
             if (!entry.m_Live) continue;
             const VelAssociationMemberEntry& other = entry.m_Members[1 - k];
-            partners.emplace_back(other.m_Position, other.m_ID);
+            partners.emplace_back(other.m_Position, pairs->ID(1 - k, other));
         }
         return partners;
     }

@@ -445,7 +445,7 @@ void VelViewRepr::TruncateSlots(int count) {
     }
 }
 
-const VelRowLayout* VelViewRepr::Layout(int slot) {
+const VelRowLayout* VelViewRepr::MakeLayout(int slot) {
     VelSlot& s = Slot(slot);
     if (!s.m_Layout) {
         const bool builtIn = s.m_BuiltIn;
@@ -532,17 +532,6 @@ VelDynamicID VelViewRepr::RecordID(int64_t serial, int slot, int64_t row) const 
     VelVALIDATE(row <= 0xFFFFFFFFll && "A table holds at most 2^32 records");
     return VelDynamicID(VelCategoryDataRecord, m_context, serial,
                         (static_cast<int64_t>(slot) << 32) | row);
-}
-
-void VelViewRepr::Locate(const VelDynamicID& id, int& slot, int64_t& row) const {
-    VelVALIDATE(id.Category() == VelCategoryDataRecord && id.Context() == m_context &&
-                "The identifier names no data record of this context");
-    const int64_t address = id.Second();
-    VelVALIDATE(address >= 0 && (address >> 32) < static_cast<int64_t>(m_slots.size()) &&
-                m_slots[static_cast<size_t>(address >> 32)].m_Category == VelCategoryDataRecord &&
-                "Record not found");
-    slot = static_cast<int>(address >> 32);
-    row = address & 0xFFFFFFFFll;
 }
 
 const VelRecHandle<VelRowBlock>& VelViewRepr::CommittedRecord(const VelDynamicID& id, int slot,

@@ -155,8 +155,13 @@ public:
     // A new, empty slot, in memory until the next commit.
     int AddSlot(const VelTypeID& typeID, int category);
     void TruncateSlots(int count);
-    // The row format of a slot; null for a slot whose type is not registered.
-    const VelRowLayout* Layout(int slot);
+    // The row format of a slot; null for a slot whose type is not registered.  Inline once made
+    // and checked: every record read or referred to asks for it.
+    const VelRowLayout* Layout(int slot) {
+        const VelSlot& s = Slot(slot);
+        if (s.m_Layout && (s.m_LayoutChecked || s.m_Stored.table == 0)) return s.m_Layout.Get();
+        return MakeLayout(slot);
+    }
     // Forgets the formats of the view's own types (after the registry changed).
     void ResetLayouts();
     // The table of a slot, opened on first use; empty for a slot that has none yet.
@@ -170,7 +175,17 @@ public:
     // The slot and row an identifier addresses; validates that it names a data record of this
     // context in a live data record slot, with a row below `rows` of that slot (-1: the
     // committed rows).
-    void Locate(const VelDynamicID& id, int& slot, int64_t& row) const;
+    void Locate(const VelDynamicID& id, int& slot, int64_t& row) const {
+        VelVALIDATE(id.Category() == VelCategoryDataRecord && id.Context() == m_context &&
+                    "The identifier names no data record of this context");
+        const int64_t address = id.Second();
+        VelVALIDATE(address >= 0 && (address >> 32) < static_cast<int64_t>(m_slots.size()) &&
+                    m_slots[static_cast<size_t>(address >> 32)].m_Category ==
+                        VelCategoryDataRecord &&
+                    "Record not found");
+        slot = static_cast<int>(address >> 32);
+        row = address & 0xFFFFFFFFll;
+    }
     // The block that holds the committed row of a record, the row checked to hold the
     // identifier's serial.
     const VelRecHandle<VelRowBlock>& CommittedRecord(const VelDynamicID& id, int slot, int64_t row);
@@ -195,6 +210,8 @@ public:
 private:
     VelViewRepr(VelRecordStore& store, int kind);
 
+    // Layout's work when the slot's format is still to be made or checked against its table.
+    const VelRowLayout* MakeLayout(int slot);
     void CreateGroup(const VelTypeSchemaSnapshot& snapshot);
     void InheritFrom(VelViewRepr& ancestor);
     void Load(const hdf_Group& group);

@@ -171,7 +171,8 @@ protected:
                 part.SetString(kT, i == 0 ? "first" : "second");
                 m_parts.push_back(part.ID());
             }
-            catalog.Insert(t.CreateDataRecord(TypeOf("Bolt")).ID(), t.FocusID());
+            m_bolt = t.CreateDataRecord(TypeOf("Bolt")).ID();
+            catalog.Insert(m_bolt, t.FocusID());
             // An association of two-word identifiers (a CSet's), laid out as the others.
             t.UpdateAssociation(view.AssociationID(TypeOf("Regions")))
                 .Insert(m_parts[0], VelDynamicID(VelIDCategoryCSet, m_context.Value(), 3, 1));
@@ -207,6 +208,7 @@ protected:
     }
 
     std::vector<VelDynamicID> m_parts;
+    VelDynamicID m_bolt;
     int64_t m_focus = 0;
 };
 
@@ -250,6 +252,28 @@ TEST_F(VelRecordStoreTest, TheLayoutReadsBackThroughTheCApi) {
             RawTable any(file, slots.Native<hobj_ref_t>(row, "table"));
             ExpectBigEndian(any.Type(), "slot " + std::to_string(row));
         }
+
+        // Pair rows hold whole identifiers: the Bolt and the focus (a data record of serial
+        // and -1) as 20-byte ones, the Part and the CSet of Regions as their words.
+        RawTable catalog(file, slots.Native<hobj_ref_t>(
+                                   SlotOf(slots, "Plant", TypeOf("Catalog").Ordinal()), "table"));
+        ASSERT_EQ(catalog.Rows(), 1u);
+        for (const char* id : {"first", "second"})
+            EXPECT_EQ(catalog.Get(0, std::string(id) + ".category", 4), VelCategoryDataRecord);
+        const bool focusFirst = catalog.Get(0, "first.second", 8) == -1;
+        const std::string focus = focusFirst ? "first" : "second";
+        const std::string bolt = focusFirst ? "second" : "first";
+        EXPECT_EQ(catalog.Get(0, focus + ".first", 8), m_focus);
+        EXPECT_EQ(catalog.Get(0, focus + ".second", 8), -1);
+        EXPECT_EQ(catalog.Get(0, bolt + ".first", 8), m_bolt.First());
+        EXPECT_EQ(catalog.Get(0, bolt + ".second", 8), m_bolt.Second());
+        RawTable regions(file, slots.Native<hobj_ref_t>(
+                                   SlotOf(slots, "Plant", TypeOf("Regions").Ordinal()), "table"));
+        ASSERT_EQ(regions.Rows(), 1u);
+        EXPECT_EQ(regions.Get(0, "first.category", 4), VelCategoryDataRecord);
+        EXPECT_EQ(regions.Get(0, "first.first", 8), m_parts[0].First());
+        EXPECT_EQ(regions.Get(0, "second.first", 4), 3);
+        EXPECT_EQ(regions.Get(0, "second.second", 4), 1);
 
         // The string reference of "second" leads to its bytes in the string table.
         const int64_t reference = table.Get(1, "t", 4);

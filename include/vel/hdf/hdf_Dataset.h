@@ -41,6 +41,15 @@ public:
               const hdf_Dataspace& fileSpace, void* buffer) const;
     void Read(const hdf_Datatype& type, const hdf_Dataspace& fileSpace, void* buffer) const;
 
+    // One whole chunk of an unfiltered chunked dataset as the file stores it, moved between the
+    // caller's buffer and the file with no chunk cache, selection or conversion in between;
+    // `offset` is the chunk's first element in each dimension, `bytes` the chunk's size.
+    void WriteChunk(const hsize_t* offset, size_t bytes, const void* buffer) const;
+    // Reads the chunk only when the file stores exactly `bytes` for it (HDF5 would fill the
+    // buffer with as many bytes as the chunk index names); false, with nothing read and nothing
+    // thrown, when it stores none or another size.
+    bool ReadChunk(const hsize_t* offset, size_t bytes, void* buffer) const;
+
     // Frees the variable-length data HDF5 allocated while reading `buffer` over `space`.
     void VlenReclaim(const hdf_Datatype& type, const hdf_Dataspace& space,
                      const hdf_PropListTransfer& transfer, void* buffer) const;

@@ -6,9 +6,9 @@
 #include <set>
 #include <string>
 
+#include "hdf/hdf_TypeMatch.h"
 #include "vel/core/VelAssert.h"
 #include "vel/core/VelIdAsString.h"
-#include "hdf/hdf_TypeMatch.h"
 #include "vel/hdf/hdf_CompoundBuilder.h"
 #include "vel/types/VelRecTypeFactory.h"
 #include "views/VelRecordRepr.h"

@@ -74,6 +74,15 @@ int64_t DirectChunkRows(const hdf_Dataset& table, const hdf_Datatype& type) {
 #endif
 }
 
+// Asking a table for its chunking copies its creation properties, which costs more than moving
+// a few hundred rows through a selection: shorter transfers (a view's first block of a small
+// table, a string block) do not ask.
+constexpr int64_t e_DirectFromRows = 1024;
+
+int64_t DirectChunkRowsFor(const hdf_Dataset& table, const hdf_Datatype& type, int64_t count) {
+    return count >= e_DirectFromRows ? DirectChunkRows(table, type) : 0;
+}
+
 // Calls `move(row, n, whole)` for the pieces rows [first, first + count) fall into: each chunk of
 // `chunkRows` rows they cover whole is a piece of its own (`whole` true), and so is each run of
 // rows covering part of a chunk, at either end.  Without chunks to move whole (chunkRows 0) the
@@ -131,7 +140,7 @@ void VelStoreIO::ReadCheckedRows(const hdf_Dataset& table, const hdf_Datatype& t
                                  int64_t count, void* buffer) {
     unsigned char* const rows = static_cast<unsigned char*>(buffer);
     const size_t width = type.GetSize();
-    ForEachPiece(first, count, DirectChunkRows(table, type),
+    ForEachPiece(first, count, DirectChunkRowsFor(table, type, count),
                  [&](int64_t row, int64_t n, bool whole) {
                      unsigned char* at = rows + static_cast<size_t>(row - first) * width;
                      const hsize_t offset = static_cast<hsize_t>(row);
@@ -147,7 +156,7 @@ void VelStoreIO::WriteRows(const hdf_Dataset& table, const hdf_Datatype& type, i
         table.Extend(hdf_DimSpaceInput(static_cast<hsize_t>(first + count)));
     const unsigned char* const rows = static_cast<const unsigned char*>(buffer);
     const size_t width = type.GetSize();
-    ForEachPiece(first, count, DirectChunkRows(table, type),
+    ForEachPiece(first, count, DirectChunkRowsFor(table, type, count),
                  [&](int64_t row, int64_t n, bool whole) {
                      const unsigned char* at = rows + static_cast<size_t>(row - first) * width;
                      const hsize_t offset = static_cast<hsize_t>(row);
